@@ -1,0 +1,147 @@
+#include "command_line.h"
+
+#include <morva.h>
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "console.h"
+#include "host_error.h"
+
+namespace morva::host {
+namespace {
+
+constexpr const char* kAbout =
+    "Morva: a photograph as a film, a lens and a darkroom would have made it.";
+
+constexpr const char* kFooter = R"(Examples:
+  morva render photo.jpg -o print.tif --film everyday_400
+  morva render scene.exr -o print.png --set push=1 --set print_cm=40 --seed 7
+  morva render demo -o demo.jpg
+  morva list films
+
+Exit codes:
+  0  done
+  1  the command line, the input file or the output's place is at fault
+  2  a profile is missing or broken
+  3  an option is not valid
+  4  a feature that the engine does not carry
+  5  any other failure, such as a file that cannot be decoded or written
+  6  cancelled (Ctrl-C); no file is left
+  7  the GPU stopped answering
+
+The picture's path, or --json, goes to standard output; errors and progress go to standard error.)";
+
+constexpr const char* kRenderFooter =
+    R"(Input: EXR (scene-linear), a picture file that the engine decodes, or demo.
+Output: .png and .tif (16 bits; --bits 8; .tif also --bits 32f, linear), .jpg (8 bits, --quality),
+.exr (linear floats). All but linear files are sRGB; an ICC profile is embedded.
+morva options lists the keys of --set.)";
+
+std::string version_text() {
+  return std::string("morva ") + MORVA_HOST_VERSION + "\nengine " + morva_version();
+}
+
+void add_output(CLI::App& verb, OutputChoice& output) {
+  verb.add_option("-o,--output", output.file, "The file to write; its extension tells the format")
+      ->required()
+      ->type_name("OUT");
+  verb.add_flag("--force", output.force, "Write over an existing file");
+  verb.add_option("--bits", output.bits, "Samples of the file: 8, 16 or 32f (linear float)")
+      ->check(CLI::IsMember({"8", "16", "32f"}));
+  verb.add_option("--quality", output.jpeg_quality, "JPEG quality, 1 to 100")
+      ->check(CLI::Range(1, 100))
+      ->capture_default_str();
+  verb.add_flag("--json", output.as_json, "Report on standard output as one JSON object");
+  verb.add_flag("--quiet", output.quiet, "No progress, and no path on standard output");
+}
+
+void add_list_of(CLI::App& verb, const char* name, std::vector<std::string>& values,
+                 const char* type, const char* help) {
+  // One value each: the next word may be the input.
+  verb.add_option(name, values, help)->allow_extra_args(false)->type_name(type);
+}
+
+void add_render(CLI::App& app, RenderRequest& request) {
+  CLI::App& verb = *app.add_subcommand("render", "Render a picture on film and paper");
+  verb.add_option("input", request.input, "The picture")->required()->type_name("IN");
+  add_output(verb, request.output);
+  verb.add_option("--film", request.film, "Film")->capture_default_str()->type_name("NAME");
+  verb.add_option("--lens", request.lens, "Lens")->capture_default_str()->type_name("NAME");
+  verb.add_option("--paper", request.paper, "Paper; without it the film's own")->type_name("NAME");
+  add_list_of(verb, "--set", request.options.settings, "KEY=VALUE",
+              "Set an option; may be repeated, and wins over --options");
+  add_list_of(verb, "--options", request.options.files, "FILE",
+              "Options from a JSON file; may be repeated, a later one wins");
+  verb.add_option("--seed", request.options.seed, "Seed of everything random")->type_name("N");
+  verb.footer(kRenderFooter);
+}
+
+void add_list(CLI::App& app, ListRequest& request) {
+  CLI::App& verb = *app.add_subcommand("list", "List profiles, a line each");
+  verb.add_option("section", request.section, "films, lenses, papers or filters")
+      ->required()
+      ->check(CLI::IsMember({"films", "lenses", "papers", "filters"}));
+  verb.add_flag("--json", request.as_json, "As a JSON array");
+}
+
+void add_options(CLI::App& app, OptionsRequest& request) {
+  CLI::App& verb = *app.add_subcommand("options", "List every option: key, default, meaning");
+  verb.add_flag("--json", request.as_json, "As a JSON array");
+}
+
+void add_info(CLI::App& app, InfoRequest& request) {
+  CLI::App& verb = *app.add_subcommand("info", "Tell what a picture file says of itself");
+  verb.add_option("file", request.input, "The picture")->required()->type_name("FILE");
+  verb.add_flag("--json", request.as_json, "As a JSON object");
+}
+
+void add_demo(CLI::App& app, DemoRequest& request) {
+  CLI::App& verb = *app.add_subcommand("demo", "Write the demo scene (as .exr it is scene-linear)");
+  add_output(verb, request.output);
+}
+
+struct Requests {
+  RenderRequest render;
+  ListRequest list;
+  OptionsRequest options;
+  InfoRequest info;
+  DemoRequest demo;
+};
+
+Request chosen(const CLI::App& app, const Requests& requests) {
+  if (app.got_subcommand("render")) return requests.render;
+  if (app.got_subcommand("list")) return requests.list;
+  if (app.got_subcommand("options")) return requests.options;
+  if (app.got_subcommand("info")) return requests.info;
+  return requests.demo;
+}
+
+}  // namespace
+
+std::optional<Request> parse_command_line(int argc, char** argv) {
+  Requests requests;
+  CLI::App app(kAbout, "morva");
+  app.require_subcommand(1);
+  app.set_version_flag("--version", version_text());
+  app.footer(kFooter);
+  add_render(app, requests.render);
+  add_list(app, requests.list);
+  add_options(app, requests.options);
+  add_info(app, requests.info);
+  add_demo(app, requests.demo);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    print_line(app.help());
+    return std::nullopt;
+  } catch (const CLI::CallForVersion&) {
+    print_line(version_text());
+    return std::nullopt;
+  } catch (const CLI::ParseError& failure) {
+    throw HostError(MORVA_BAD_ARGUMENT, std::string(failure.what()) + " (see morva --help)");
+  }
+  return chosen(app, requests);
+}
+
+}  // namespace morva::host

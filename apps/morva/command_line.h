@@ -1,0 +1,21 @@
+// The command line as one of the host's requests.
+#pragma once
+
+#include <optional>
+#include <variant>
+
+#include "demo_command.h"
+#include "info_command.h"
+#include "list_command.h"
+#include "options_command.h"
+#include "render_command.h"
+
+namespace morva::host {
+
+using Request = std::variant<RenderRequest, ListRequest, OptionsRequest, InfoRequest, DemoRequest>;
+
+// Nothing when only help or the version was asked for, which is then printed. Throws HostError with
+// code 1 for a command line that makes no request.
+std::optional<Request> parse_command_line(int argc, char** argv);
+
+}  // namespace morva::host

@@ -1,0 +1,27 @@
+#include "console.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "host_error.h"
+
+namespace morva::host {
+
+void print_line(const std::string& text) {
+  const std::string line = text + "\n";
+  if (std::fwrite(line.data(), 1, line.size(), stdout) != line.size() || std::fflush(stdout) != 0) {
+    throw HostError(MORVA_FAILED, "cannot write to standard output");
+  }
+}
+
+void print_json(const nlohmann::ordered_json& value) {
+  print_line(value.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+}
+
+void print_error(const std::string& text) {
+  std::string line = text;
+  std::replace(line.begin(), line.end(), '\n', ' ');
+  std::fprintf(stderr, "morva: %s\n", line.c_str());
+}
+
+}  // namespace morva::host

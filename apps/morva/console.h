@@ -1,0 +1,18 @@
+// What goes to standard output, and the one line of an error.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace morva::host {
+
+// A line of data. Throws when it cannot be written.
+void print_line(const std::string& text);
+
+// A JSON value as one line. Bytes of a file name that are not UTF-8 are replaced.
+void print_json(const nlohmann::ordered_json& value);
+
+// "morva: ..." on stderr, always a single line.
+void print_error(const std::string& text);
+
+}  // namespace morva::host

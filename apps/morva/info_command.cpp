@@ -1,0 +1,65 @@
+#include "info_command.h"
+
+#include <nlohmann/json.hpp>
+
+#include "console.h"
+#include "exr_reader.h"
+#include "host_error.h"
+#include "picture_reader.h"
+
+namespace morva::host {
+namespace {
+
+using OrderedJson = nlohmann::ordered_json;
+
+OrderedJson exr_facts(const std::string& input) {
+  const ExrInfo info = read_exr_info(input);
+  return {{"file", input},
+          {"width", info.width},
+          {"height", info.height},
+          {"kind", "scene-linear EXR"},
+          {"channels", info.channels}};
+}
+
+// Only what is known: a zero or an empty text means that the file is silent.
+OrderedJson photo_facts(const std::string& input) {
+  MorvaImageInfo info{};
+  MorvaError error{};
+  check_engine(morva_image_info(input.c_str(), &info, &error), error);
+  OrderedJson facts = {{"file", input},
+                       {"width", info.width},
+                       {"height", info.height},
+                       {"kind", info.is_raw ? "camera raw" : "picture"}};
+  if (*info.camera != '\0') facts["camera"] = info.camera;
+  if (*info.lens != '\0') facts["lens"] = info.lens;
+  if (info.focal_mm > 0) facts["focal_mm"] = info.focal_mm;
+  if (info.f_number > 0) facts["f_number"] = info.f_number;
+  if (info.exposure_s > 0) facts["exposure_s"] = info.exposure_s;
+  if (info.iso > 0) facts["iso"] = info.iso;
+  if (*info.date != '\0') facts["date"] = info.date;
+  return facts;
+}
+
+void print_as_lines(const OrderedJson& facts) {
+  constexpr std::size_t kNameColumn = 12;
+  for (const auto& [name, value] : facts.items()) {
+    std::string label = name;
+    label.resize(std::max(label.size() + 1, kNameColumn), ' ');
+    print_line(label + (value.is_string() ? value.get<std::string>() : value.dump()));
+  }
+}
+
+}  // namespace
+
+void run(const InfoRequest& request) {
+  check_input_file(request.input);
+  const OrderedJson facts =
+      is_exr(request.input) ? exr_facts(request.input) : photo_facts(request.input);
+  if (request.as_json) {
+    print_json(facts);
+  } else {
+    print_as_lines(facts);
+  }
+}
+
+}  // namespace morva::host

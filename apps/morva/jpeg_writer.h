@@ -1,0 +1,12 @@
+// JPEG, 8 bits, sRGB-encoded, colour at full resolution (4:4:4), with its ICC profile.
+#pragma once
+
+#include <filesystem>
+
+#include "picture.h"
+
+namespace morva::host {
+
+void write_jpeg(const Picture& picture, int quality, const std::filesystem::path& file);
+
+}  // namespace morva::host

@@ -1,0 +1,81 @@
+#include "output_file.h"
+
+#include <string>
+#include <utility>
+
+#include "host_error.h"
+#include "operating_system.h"
+
+namespace morva::host {
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path folder_of(const fs::path& file) {
+  return file.has_parent_path() ? file.parent_path() : fs::path(".");
+}
+
+[[noreturn]] void refuse_existing(const fs::path& target) {
+  throw HostError(MORVA_BAD_ARGUMENT,
+                  "output exists: " + target.string() + " (--force writes over it)");
+}
+
+void check_folder(const fs::path& folder) {
+  std::error_code error;
+  if (!fs::is_directory(folder, error)) {
+    throw HostError(MORVA_BAD_ARGUMENT, "no such folder for the output: " + folder.string());
+  }
+  if (!folder_is_writable(folder)) {
+    throw HostError(MORVA_BAD_ARGUMENT, "cannot write into the folder: " + folder.string());
+  }
+}
+
+void check_target(const fs::path& target, bool replace) {
+  std::error_code error;
+  const fs::file_status status = fs::symlink_status(target, error);
+  if (!fs::exists(status)) return;
+  if (fs::is_directory(target, error)) {
+    throw HostError(MORVA_BAD_ARGUMENT, "output is a folder: " + target.string());
+  }
+  if (!replace) refuse_existing(target);
+  if (!fs::is_regular_file(status) && !fs::is_symlink(status)) {
+    throw HostError(MORVA_BAD_ARGUMENT, "output is not an ordinary file: " + target.string());
+  }
+}
+
+}  // namespace
+
+OutputFile::OutputFile(fs::path target, bool replace)
+    : target_(std::move(target)), replace_(replace) {
+  check_folder(folder_of(target_));
+  check_target(target_, replace_);
+}
+
+OutputFile::~OutputFile() {
+  if (temporary_.empty()) return;
+  std::error_code ignored;
+  fs::remove(temporary_, ignored);
+}
+
+const fs::path& OutputFile::create_temporary() {
+  const std::string stem = ".morva-" + std::to_string(process_id()) + "-";
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    fs::path candidate = folder_of(target_) / (stem + std::to_string(attempt) + ".part");
+    if (!create_new_file(candidate)) continue;
+    temporary_ = std::move(candidate);
+    return temporary_;
+  }
+  throw HostError(MORVA_FAILED,
+                  "cannot make a temporary file in the folder: " + folder_of(target_).string());
+}
+
+void OutputFile::commit() {
+  const std::error_code error = move_into_place(temporary_, target_, replace_);
+  if (error == std::errc::file_exists) refuse_existing(target_);
+  if (error) {
+    throw HostError(MORVA_FAILED, "cannot write " + target_.string() + ": " + error.message());
+  }
+  temporary_.clear();
+}
+
+}  // namespace morva::host

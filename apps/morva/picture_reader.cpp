@@ -1,0 +1,55 @@
+#include "picture_reader.h"
+
+#include <filesystem>
+#include <fstream>
+
+#include "demo_scene.h"
+#include "exr_reader.h"
+#include "host_error.h"
+
+namespace morva::host {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool names_demo_scene(const std::string& input) {
+  std::error_code error;
+  return input == "demo" && !fs::exists(input, error);
+}
+
+Picture decode_by_engine(const std::string& input) {
+  MorvaImage image{};
+  MorvaError error{};
+  check_engine(morva_load_linear(input.c_str(), nullptr, 0, &image, nullptr, &error), error);
+  return take_picture(image);
+}
+
+}  // namespace
+
+void check_input(const std::string& input) {
+  if (!names_demo_scene(input)) check_input_file(input);
+}
+
+void check_input_file(const std::string& input) {
+  std::error_code error;
+  if (!fs::exists(input, error)) {
+    throw HostError(MORVA_BAD_ARGUMENT, "no such input file: " + input);
+  }
+  if (fs::is_directory(input, error)) {
+    throw HostError(MORVA_BAD_ARGUMENT, "input is a folder: " + input);
+  }
+  if (!fs::is_regular_file(input, error)) {
+    throw HostError(MORVA_BAD_ARGUMENT, "input is not an ordinary file: " + input);
+  }
+  if (!std::ifstream(input, std::ios::binary)) {
+    throw HostError(MORVA_BAD_ARGUMENT, "cannot open the input file: " + input);
+  }
+}
+
+Picture read_picture(const std::string& input) {
+  check_input(input);
+  if (names_demo_scene(input)) return paint_demo_scene();
+  return is_exr(input) ? read_exr(input) : decode_by_engine(input);
+}
+
+}  // namespace morva::host

@@ -1,0 +1,20 @@
+// Where an input picture comes from: an EXR file, any other picture file through the library's
+// decoder, or the demo scene under the name "demo".
+#pragma once
+
+#include <string>
+
+#include "picture.h"
+
+namespace morva::host {
+
+// Throws unless `input` names something that could be read: a file, or "demo" when no file has that
+// name.
+void check_input(const std::string& input);
+
+// The same without the demo scene.
+void check_input_file(const std::string& input);
+
+Picture read_picture(const std::string& input);
+
+}  // namespace morva::host

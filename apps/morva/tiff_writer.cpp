@@ -1,0 +1,132 @@
+#include "tiff_writer.h"
+
+#include <tiffio.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cancel_signal.h"
+#include "host_error.h"
+#include "icc_profile.h"
+#include "sample_encoding.h"
+
+namespace morva::host {
+namespace {
+
+constexpr int kDeflateLevel = 3;
+constexpr std::size_t kStripBytes = 256 * 1024;
+// Offsets of a classic TIFF have 32 bits; above this, with room for what deflate may add, BigTIFF.
+constexpr uint64_t kClassicBytes = 3'900'000'000;
+
+// The last text that libtiff had for us, in place of its printing on stderr.
+struct LastError {
+  char text[256] = "";
+};
+
+int remember(TIFF*, void* user, const char*, const char* format, std::va_list arguments) {
+  auto* last = static_cast<LastError*>(user);
+  std::vsnprintf(last->text, sizeof last->text, format, arguments);
+  return 1;
+}
+
+struct CloseTiff {
+  void operator()(TIFF* tiff) const { TIFFClose(tiff); }
+};
+using TiffPtr = std::unique_ptr<TIFF, CloseTiff>;
+
+TiffPtr open_for_writing(const std::filesystem::path& file, uint64_t bytes, LastError& last) {
+  TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
+  if (options == nullptr) throw std::bad_alloc();
+  TIFFOpenOptionsSetErrorHandlerExtR(options, remember, &last);
+  TIFFOpenOptionsSetWarningHandlerExtR(options, remember, &last);
+  TIFF* tiff = TIFFOpenExt(file.string().c_str(), bytes > kClassicBytes ? "w8" : "w", options);
+  TIFFOpenOptionsFree(options);
+  return TiffPtr(tiff);
+}
+
+std::size_t bytes_per_sample(SampleType samples) {
+  switch (samples) {
+    case SampleType::uint8:
+      return 1;
+    case SampleType::uint16:
+      return 2;
+    case SampleType::float32:
+      break;
+  }
+  return 4;
+}
+
+bool set_fields(TIFF* tiff, const Picture& picture, SampleType samples) {
+  const bool linear = samples == SampleType::float32;
+  const std::size_t sample_bytes = bytes_per_sample(samples);
+  const std::size_t row_bytes = picture.row_samples() * sample_bytes;
+  const auto rows = static_cast<uint32_t>(std::max<std::size_t>(1, kStripBytes / row_bytes));
+  const std::vector<uint8_t> icc = linear ? linear_srgb_icc_profile() : srgb_icc_profile();
+  return TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(picture.width)) &&
+         TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<uint32_t>(picture.height)) &&
+         TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 3) &&
+         TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, static_cast<int>(8 * sample_bytes)) &&
+         TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT,
+                      linear ? SAMPLEFORMAT_IEEEFP : SAMPLEFORMAT_UINT) &&
+         TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB) &&
+         TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) &&
+         TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT) &&
+         TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rows) &&
+         TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE) &&
+         TIFFSetField(tiff, TIFFTAG_PREDICTOR,
+                      linear ? PREDICTOR_FLOATINGPOINT : PREDICTOR_HORIZONTAL) &&
+         TIFFSetField(tiff, TIFFTAG_ZIPQUALITY, kDeflateLevel) &&
+         TIFFSetField(tiff, TIFFTAG_ICCPROFILE, static_cast<uint32_t>(icc.size()), icc.data());
+}
+
+void copy_row(std::span<const float> linear, std::span<float> row) {
+  std::copy(linear.begin(), linear.end(), row.begin());
+}
+template <class Integer>
+void copy_row(std::span<const float> linear, std::span<Integer> row) {
+  encode_row(linear, row);
+}
+
+template <class Sample>
+bool write_rows(TIFF* tiff, const Picture& picture) {
+  std::vector<Sample> row(picture.row_samples());
+  for (int32_t y = 0; y < picture.height; ++y) {
+    check_cancelled();
+    // A fresh copy each time: the predictor works in place.
+    copy_row(picture.row(y), std::span<Sample>(row));
+    if (TIFFWriteScanline(tiff, row.data(), static_cast<uint32_t>(y), 0) < 0) return false;
+  }
+  return true;
+}
+
+bool write_rows(TIFF* tiff, const Picture& picture, SampleType samples) {
+  switch (samples) {
+    case SampleType::uint8:
+      return write_rows<uint8_t>(tiff, picture);
+    case SampleType::uint16:
+      return write_rows<uint16_t>(tiff, picture);
+    case SampleType::float32:
+      break;
+  }
+  return write_rows<float>(tiff, picture);
+}
+
+}  // namespace
+
+void write_tiff(const Picture& picture, SampleType samples, const std::filesystem::path& file) {
+  LastError last;
+  const uint64_t bytes =
+      static_cast<uint64_t>(picture.height) * picture.row_samples() * bytes_per_sample(samples);
+  const TiffPtr tiff = open_for_writing(file, bytes, last);
+  // The flush writes the last strip and the directory, where a full disk may show first.
+  if (!tiff || !set_fields(tiff.get(), picture, samples) ||
+      !write_rows(tiff.get(), picture, samples) || TIFFFlush(tiff.get()) == 0) {
+    throw HostError(MORVA_FAILED, std::string("cannot write the TIFF: ") + last.text);
+  }
+}
+
+}  // namespace morva::host

@@ -1,0 +1,156 @@
+/*
+ * Morva: analogue photography, rendered.
+ *
+ * A host gives the library a scene-linear picture, the names of a film, a lens and a paper, and a JSON
+ * object of options; the library returns the finished sheet: the picture as that lens, film and darkroom
+ * would have made it. The same input, options and seed give the same bytes on every machine.
+ *
+ * All text, both ways, is UTF-8. No exception leaves the library and it prints nothing: every export that
+ * can fail returns a result code and fills a MorvaError. Pictures that leave the library are freed with
+ * morva_free, byte blocks with morva_free_bytes. The library starts no thread; it may be called from any.
+ */
+#ifndef MORVA_H
+#define MORVA_H
+
+#include <stdbool.h>
+#include <stdint.h>
+
+#if defined(_WIN32)
+#if defined(MORVA_BUILDING)
+#define MORVA_API __declspec(dllexport)
+#else
+#define MORVA_API __declspec(dllimport)
+#endif
+#else
+#define MORVA_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Result codes: the return value of an export and MorvaError.code are equal. */
+enum {
+  MORVA_OK = 0,
+  MORVA_BAD_ARGUMENT = 1,    /* empty or invalid argument */
+  MORVA_PROFILE_FAILED = 2,  /* a profile is missing or broken, or no profile directory was found */
+  MORVA_OPTIONS_FAILED = 3,  /* the options are not valid */
+  MORVA_NOT_PORTED = 4,      /* a feature that the library names but does not carry */
+  MORVA_FAILED = 5,          /* out of memory, or any other failure */
+  MORVA_CANCELLED = 6,       /* the host raised its cancel flag */
+  MORVA_GPU_LOST = 7         /* the GPU stopped answering */
+};
+
+/* What went wrong. May be null everywhere: the return value then tells alone. */
+typedef struct MorvaError {
+  int32_t code;       /* 0, or one of the codes above */
+  char message[1024]; /* NUL-terminated; a longer text is cut at byte 1023 */
+} MorvaError;
+
+/* A picture that the library made. Every export that fills one zeroes it first, so that after a failure
+ * it is empty. */
+typedef struct MorvaImage {
+  float* data;      /* height * width * channels samples, row by row, channels interleaved; or null */
+  int32_t width;    /* pixels */
+  int32_t height;   /* pixels */
+  int32_t channels; /* samples a pixel, in the order R, G, B */
+} MorvaImage;
+
+/* What a picture file tells of itself. Unknown values are zero or empty. */
+typedef struct MorvaImageInfo {
+  int32_t width;     /* pixels, as the picture stands after its orientation */
+  int32_t height;    /* pixels */
+  bool is_raw;       /* a camera raw file */
+  char camera[128];  /* maker and model */
+  char lens[128];    /* lens model */
+  double focal_mm;   /* focal length, millimetres */
+  double f_number;   /* aperture */
+  double exposure_s; /* exposure time, seconds */
+  int32_t iso;       /* ISO speed */
+  char date[32];     /* date taken, "YYYY:MM:DD HH:MM:SS" */
+} MorvaImageInfo;
+
+/* The version text. Never fails; the text is static. */
+MORVA_API const char* morva_version(void);
+
+/* Frees the picture's samples and zeroes the record. Null and an empty record are allowed. */
+MORVA_API void morva_free(MorvaImage* image);
+
+/* Frees a block of bytes that the library returned. Null is allowed. */
+MORVA_API void morva_free_bytes(void* bytes);
+
+/*
+ * Renders a picture: morva_render_ex without a cancel flag.
+ */
+MORVA_API int32_t morva_render(const float* rgb, int32_t width, int32_t height, const char* options,
+                               const char* film, const char* lens, const char* paper, MorvaImage* out,
+                               MorvaError* err);
+
+/*
+ * Renders a picture.
+ *
+ * rgb      height * width * 3 scene-linear samples (Rec. 709 primaries, 1.0 is not a limit); read before
+ *          the render starts and not after. NaN counts as black; light is bounded at 1e9.
+ * options  a JSON object of option keys (morva_option_keys), or null or "" for the defaults.
+ * film, lens, paper  profile names; a null or empty paper means the film's own.
+ * cancel   null, or an integer of the host's that any thread may set to a value other than 0 to stop the
+ *          render at its next stage. Written with a plain or atomic 32-bit store.
+ * out      the sheet: linear reflectance in 0..1, three channels, freed with morva_free.
+ *
+ * One render runs at a time; a second call waits for the first.
+ * Returns 0; 1 for a null or empty argument; 2 for a profile, 3 for the options; 4; 5; 6 when cancelled; 7.
+ */
+MORVA_API int32_t morva_render_ex(const float* rgb, int32_t width, int32_t height, const char* options,
+                                  const char* film, const char* lens, const char* paper,
+                                  const int32_t* cancel, MorvaImage* out, MorvaError* err);
+
+/*
+ * The accepted option keys, sorted and joined by ",". Copies at most cap - 1 bytes and a NUL when `buf` is
+ * not null and `cap` is at least 1. Returns the length of the whole text in bytes, so that a null buffer
+ * asks for the size.
+ */
+MORVA_API int32_t morva_option_keys(char* buf, int32_t cap);
+
+/*
+ * Takes `dir` as the profile directory, in place of the one that the library would find by itself
+ * (MORVA_PROFILES_DIR, or "profiles" beside the library). It must hold a directory "films". Not to be
+ * called during a render. Returns 0; 1 for a null or empty path; 2 when there is no "films" in it.
+ */
+MORVA_API int32_t morva_profiles_load(const char* dir, MorvaError* err);
+
+/*
+ * Sets a second directory that is searched after the profile directory; null or "" clears it. Forgets every
+ * profile read so far. Returns 0, or 2 when no profile directory can be found.
+ */
+MORVA_API int32_t morva_profiles_user_dir(const char* dir, MorvaError* err);
+
+/*
+ * Reads what the picture file `path` tells of itself. `info` is zeroed first.
+ * Returns 0; 1 for a null or empty path or a null `info`; 5 when the file cannot be read.
+ */
+MORVA_API int32_t morva_image_info(const char* path, MorvaImageInfo* info, MorvaError* err);
+
+/*
+ * Decodes a picture file into linear light in 0..1, three channels, turned upright.
+ *
+ * wb_mode    white balance of camera raw files; null means "film".
+ * half_size  not 0: raw files are decoded at half their size.
+ * is_raw     null, or receives 1 for a camera raw file and 0 for another.
+ *
+ * Returns 0; 1 for a null or empty path or a null `out`; 5 when the file cannot be decoded.
+ */
+MORVA_API int32_t morva_load_linear(const char* path, const char* wb_mode, int32_t half_size,
+                                    MorvaImage* out, int32_t* is_raw, MorvaError* err);
+
+/*
+ * Resamples height * width * 3 samples to new_height * new_width with a Lanczos kernel.
+ * Returns 0; 1 for a null argument or a size below 1; 5 when memory fails.
+ */
+MORVA_API int32_t morva_resize(const float* rgb, int32_t width, int32_t height, int32_t new_width,
+                               int32_t new_height, MorvaImage* out, MorvaError* err);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* MORVA_H */

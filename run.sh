@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# ./run.sh [PHOTO] [host options]: renders PHOTO, or the program's own demo scene, and prints where the
+# picture is. Installs and builds what is missing first.
+set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+
+photo=demo
+if [ $# -gt 0 ] && [[ $1 != -* ]]; then
+  photo=$1
+  shift
+fi
+
+"$here/tools/setup.sh" run
+[ -f "$here/build/build.ninja" ] ||
+  (cd "$here" && cmake --preset release -DMORVA_BUILD_TESTS=OFF -DMORVA_BUILD_BENCH=OFF >&2)
+cmake --build "$here/build" --target morva >&2
+
+wants_output=1
+for argument in "$@"; do
+  case $argument in -o | -o?* | --output | --output=*) wants_output=0 ;; esac
+done
+if [ "$wants_output" = 1 ]; then
+  mkdir -p "$here/pictures"
+  name=$(basename "${photo%.*}")
+  set -- -o "$here/pictures/$name.png" --force "$@"
+fi
+exec "$here/build/morva" render "$photo" "$@"

@@ -1,0 +1,19 @@
+// Development and print: which processes a stock and a paper call for, in one entry.
+#pragma once
+
+#include "image/image.h"
+#include "image/render_context.h"
+#include "profiles/json_access.h"
+
+namespace morva {
+
+// `work` is the scene on the film (linear light, three channels), `stock` the resolved film with its seeds,
+// `um_per_px` a pixel's size on the film. `uneven` (field of uneven development) and `process_mask` (the
+// rebate of an alternative process) may be null. Returns the positive, linear, three channels.
+Image develop_print(Image work, Json stock, const Json& paper, const Json& opts, double um_per_px,
+                    const Image* uneven, RenderContext& ctx, const Image* process_mask);
+
+// Whether an alternative process makes the print, and so lays the rebate's mask itself.
+bool prints_by_process(const std::string& film_type, const Json& paper);
+
+}  // namespace morva

@@ -1,0 +1,141 @@
+#include "engine/sheet.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "engine/pending.h"
+#include "profiles/seeds.h"
+
+namespace morva {
+
+namespace {
+
+constexpr double kLargestSheetPixels = 2147483648.0;  // 24 GiB of samples
+
+bool is_chosen(const Json& opts, const char* key) {
+  const auto name = get_optional_text(opts, key);
+  return name && *name != "none";
+}
+
+struct Span {
+  int first = 0;
+  int last = -1;
+  int count = 0;
+};
+
+Span occupied(const std::vector<char>& flags) {
+  Span span;
+  for (int i = 0; i < static_cast<int>(flags.size()); ++i) {
+    if (!flags[i]) continue;
+    if (span.count++ == 0) span.first = i;
+    span.last = i;
+  }
+  return span;
+}
+
+// Steps from `from` in direction `step` to the first value above one half; 0 when there is none.
+int distance_to_picture(const Image& mask, bool along_row, int line, int from, int step) {
+  const int n = along_row ? mask.w : mask.h;
+  for (int i = 0; i < n; ++i) {
+    const int at = from + step * i;
+    if ((along_row ? mask.at(line, at) : mask.at(at, line)) > 0.5f) return i;
+  }
+  return 0;
+}
+
+int deepest(const Image& mask, bool along_rows, const Span& lines, int margin, bool from_end) {
+  const int n = along_rows ? mask.w : mask.h;
+  int depth = 0;
+  for (int line = lines.first + margin; line <= lines.last - margin; ++line)
+    depth = std::max(depth, distance_to_picture(mask, along_rows, line, from_end ? n - 1 : 0,
+                                                from_end ? -1 : 1));
+  return depth;
+}
+
+Image stamp_in_mat(Image sheet, Json& opts) {
+  sheet = apply_mat(std::move(sheet), opts);
+  Json in_margin = opts;
+  const Json& margins = get(opts, "_mat_margins");
+  if (margins.is_array() && margins.size() >= 2) {
+    in_margin["_border_px"] = margins[0];
+    in_margin["_border_px_bottom"] = margins[1];
+  }
+  in_margin["_plate_px"] = 0;
+  return apply_stamps(std::move(sheet), in_margin);
+}
+
+}  // namespace
+
+Image pad_border(Image image, double border, const std::array<float, 3>& rgb) {
+  if (border <= 0.0) return image;
+  const double wide = std::nearbyint(std::max(image.h, image.w) * border);
+  if ((image.h + 2.0 * wide) * (image.w + 2.0 * wide) > kLargestSheetPixels) throw std::bad_alloc();
+  const int p = static_cast<int>(wide);
+  Image sheet(image.h + 2 * p, image.w + 2 * p, 3);
+  for (std::size_t i = 0; i < sheet.pixels(); ++i)
+    std::copy_n(rgb.data(), 3, &sheet.data[i * 3]);
+  for (int y = 0; y < image.h; ++y)
+    for (int x = 0; x < image.w; ++x)
+      for (int k = 0; k < 3; ++k) sheet.at(y + p, x + p, k) = image.at(y, x, k);
+  return sheet;
+}
+
+void lay_base_outside(Image& print, const Image& mask, const std::array<float, 3>& base) {
+  float* p = print.data.data();
+  for (std::size_t i = 0; i < print.pixels(); ++i, p += print.c) {
+    const float t = mask.data[i];
+    for (int k = 0; k < 3; ++k) p[k] = t * p[k] + (1.0f - t) * base[k];
+  }
+}
+
+std::optional<std::array<double, 4>> measure_white_frame(const Image& mask, double long_px,
+                                                         const RebatePreset* preset) {
+  constexpr double corner_bulge = 0.293;  // 1 - cos 45: what a round corner takes of its radius
+  const int rebate = (std::max(mask.h, mask.w) - static_cast<int>(long_px)) / 2;
+  const int m = preset == nullptr
+                    ? 0
+                    : static_cast<int>(std::nearbyint(std::max(1, rebate) * preset->gate_corner));
+  std::vector<char> rows(mask.h), columns(mask.w);
+  for (int y = 0; y < mask.h; ++y)
+    for (int x = 0; x < mask.w; ++x)
+      if (mask.at(y, x) > 0.5f) rows[y] = columns[x] = 1;
+  const Span high = occupied(rows);
+  const Span wide = occupied(columns);
+  if (high.count <= 2 * m + 2 || wide.count <= 2 * m + 2) return std::nullopt;
+  const double c = m * corner_bulge;
+  return std::array{deepest(mask, false, wide, m, false) + c, deepest(mask, false, wide, m, true) + c,
+                    deepest(mask, true, high, m, false) + c, deepest(mask, true, high, m, true) + c};
+}
+
+bool paper_has_sheet(const Json& paper) {
+  if (get_text_or(paper, "kind", "") == "scan") return false;
+  const Json& sheet = get(paper, "sheet");
+  return !(sheet.is_boolean() && !sheet.get<bool>());
+}
+
+Image finish_sheet(Image image, Json opts, bool no_sheet, const Image* table_hint) {
+  if (no_sheet) return image;
+  const bool stamps = truthy(get(opts, "emboss_line")) || truthy(get(opts, "blind_stamp")) ||
+                      truthy(get(opts, "stamp_text"));
+  const bool with_mat = is_chosen(opts, "mat");
+  constexpr double stamp_room_mm = 3.0;
+  const double room_px = stamp_room_mm * 1000.0 / get_number(opts, "print_px_um", 100.0);
+  const bool tight = room_px > get_number(opts, "_border_px", 0.0);
+
+  if (stamps && with_mat && tight) {
+    image = stamp_in_mat(std::move(image), opts);
+  } else {
+    if (stamps) image = apply_stamps(std::move(image), opts);
+    if (with_mat) image = apply_mat(std::move(image), opts);
+  }
+  if (!is_chosen(opts, "table")) return image;
+  const double edge_mm = with_mat ? get_number(opts, "mat_bevel_mm", 1.6)
+                                  : get_number(opts, "_sheet_thickness_mm", 0.25);
+  Rng rng = seeded_rng(opts, kTableStream);
+  return apply_table(std::move(image), opts, edge_mm, rng, with_mat ? nullptr : table_hint);
+}
+
+}  // namespace morva

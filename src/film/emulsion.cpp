@@ -1,0 +1,73 @@
+#include "film/emulsion.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "image/elementary.h"
+#include "image/filters.h"
+
+namespace morva {
+
+namespace {
+
+constexpr double kPi = 3.141592653589793;
+constexpr double kSmallestSigmaPx = 0.18;
+constexpr double kUnsaturated = 5.0;
+
+double in_pixels(double um, double px_um) { return um / std::max(px_um, 1e-6); }
+
+// Half response of a Gaussian at frequency f: exp(-2 (pi sigma f)^2) = 1/2.
+double emulsion_sigma_px(double f50_cyc_mm, double px_um) {
+  const double sigma_mm = std::sqrt(elementary::log(2.0) / 2.0) / (f50_cyc_mm * kPi);
+  return in_pixels(sigma_mm * 1000.0, px_um);
+}
+
+void add_edge_effect(Image& density, const AdjacencyTerm& term) {
+  const auto k = static_cast<float>(term.k);
+  const auto sat = static_cast<float>(term.sat);
+  const auto bound = static_cast<float>(term.k * term.sat);
+  Image blurred = blur_image(density, term.sigma_px);
+  float* difference = blurred.data.data();
+  const std::size_t n = density.data.size();
+  for (std::size_t i = 0; i < n; ++i) difference[i] = density.data[i] - difference[i];
+  if (term.sat >= kUnsaturated) {
+    for (std::size_t i = 0; i < n; ++i) density.data[i] += difference[i] * k;
+    return;
+  }
+  for (std::size_t i = 0; i < n; ++i) difference[i] /= sat;
+  elementary::tanhf(difference, difference, n);
+  for (std::size_t i = 0; i < n; ++i) density.data[i] += difference[i] * bound;
+}
+
+}  // namespace
+
+Image emulsion_blur(Image image, const Json& film, double px_um) {
+  const double f50 = get_number_or(get(film, "mtf"), "f50_cyc_mm", 0.0, 0.0);
+  if (f50 <= 0.0) return image;
+  const double sigma_px = emulsion_sigma_px(f50, px_um);
+  return sigma_px < kSmallestSigmaPx ? image : blur_image(image, sigma_px);
+}
+
+std::vector<AdjacencyTerm> adjacency_terms(const Json& film, double px_um) {
+  constexpr double weakest = 0.0001;
+  constexpr double smallest_sigma_px = 0.8;
+  std::vector<AdjacencyTerm> terms;
+  if (const double k = get_number(film, "_adjacency", 0.0); k > weakest) {
+    const double s = in_pixels(get_number(film, "_adjacency_um", 150.0), px_um);
+    terms.push_back({k, std::max(smallest_sigma_px, s), get_number(film, "_adjacency_sat", 0.3)});
+  }
+  const Json& own = get_object(film, "adjacency");
+  if (const double k = get_number(own, "k", 0.0); k > weakest) {
+    const double s = in_pixels(get_number(own, "um", 150.0), px_um);
+    if (s >= 1.0)
+      terms.push_back({k, std::max(smallest_sigma_px, s), get_number(own, "sat", 0.6)});
+  }
+  return terms;
+}
+
+Image adjacency(Image density, const Json& film, double px_um) {
+  for (const AdjacencyTerm& term : adjacency_terms(film, px_um)) add_edge_effect(density, term);
+  return density;
+}
+
+}  // namespace morva

@@ -1,0 +1,54 @@
+// What the CPU flow sees of a GPU: two interfaces that a RenderContext hands down. Nothing else of this
+// folder is known outside it.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+#include "image/image.h"
+#include "profiles/json_access.h"
+
+namespace morva {
+
+class ProfileStore;
+struct DevelopBwParams;
+struct DevelopParams;
+struct PrintParams;
+struct RenderContext;
+
+namespace gpu {
+
+// Takes over the per-pixel loops of single stages. Results match the CPU's.
+class PointwiseGpu {
+ public:
+  virtual ~PointwiseGpu() = default;
+  virtual Image negative_color(const Image& light, const DevelopParams& params) = 0;
+  virtual Image negative_bw(const Image& light, const DevelopBwParams& params) = 0;
+  virtual Image print_color(const Image& density, const PrintParams& params) = 0;
+  virtual Image print_bw(const Image& density, const PrintParams& params) = 0;
+  virtual Image srgb_encode(const Image& linear) = 0;
+  virtual std::string description() const = 0;
+};
+
+// Takes over a whole render.
+class GpuBackend {
+ public:
+  virtual ~GpuBackend() = default;
+  virtual Image render(const ProfileStore& store, const Image& input, const Json& film,
+                       const Json& lens, const Json& paper, const Json& options,
+                       RenderContext& ctx) = 0;
+  virtual std::string description() const = 0;
+};
+
+// The device stopped answering in the middle of a render; the text is the reason's name.
+struct GpuLost : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// Whether the device was rebuilt after `lost` and the render may run again. Without a backend there is
+// nothing to rebuild.
+inline bool recover(const GpuLost&, bool) { return false; }
+
+}  // namespace gpu
+
+}  // namespace morva

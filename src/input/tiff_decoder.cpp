@@ -1,0 +1,266 @@
+#include "input/tiff_decoder.h"
+
+#include <tiffio.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "input/imaging_error.h"
+#include "input/srgb_table.h"
+
+namespace morva {
+namespace {
+
+// One strip or tile of the largest picture, four channels of 16 bits.
+constexpr tmsize_t kMaxAllocation = static_cast<tmsize_t>(kMaxPixels * 8);
+
+// The library reads through a file position; a source has none.
+struct TiffStream {
+  const ByteSource& source;
+  std::uint64_t position = 0;
+};
+
+TiffStream& stream_of(thandle_t handle) {
+  return *static_cast<TiffStream*>(handle);
+}
+
+tmsize_t on_read(thandle_t handle, void* out, tmsize_t n) {
+  TiffStream& stream = stream_of(handle);
+  const std::size_t count = stream.source.read(stream.position, out, static_cast<std::size_t>(n));
+  stream.position += count;
+  return static_cast<tmsize_t>(count);
+}
+
+tmsize_t on_write(thandle_t, void*, tmsize_t) {
+  return 0;
+}
+
+toff_t on_seek(thandle_t handle, toff_t offset, int whence) {
+  TiffStream& stream = stream_of(handle);
+  const std::uint64_t from = whence == SEEK_SET   ? 0
+                             : whence == SEEK_CUR ? stream.position
+                                                  : stream.source.size;
+  return stream.position = from + offset;
+}
+
+int on_close(thandle_t) {
+  return 0;
+}
+
+toff_t on_size(thandle_t handle) {
+  return stream_of(handle).source.size;
+}
+
+int on_message(TIFF*, void*, const char*, const char*, va_list) {
+  return 1;
+}  // silent
+
+struct CloseTiff {
+  void operator()(TIFF* tiff) const { TIFFClose(tiff); }
+};
+using TiffHandle = std::unique_ptr<TIFF, CloseTiff>;
+
+// Opens the file and its first directory. `stream` must outlive the handle.
+TiffHandle open_tiff(TiffStream& stream) {
+  const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> options(
+      TIFFOpenOptionsAlloc(), TIFFOpenOptionsFree);
+  TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kMaxAllocation);
+  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), on_message, nullptr);
+  TIFFOpenOptionsSetWarningHandlerExtR(options.get(), on_message, nullptr);
+  // "m": read, not mapped. "O": strip tables are fetched in the parts that are needed.
+  TiffHandle tiff(TIFFClientOpenExt("", "rmO", &stream, on_read, on_write, on_seek, on_close,
+                                    on_size, nullptr, nullptr, options.get()));
+  if (!tiff) {
+    fail_imaging(ImagingStep::kFrame, ImagingCode::kBadHeader);
+  }
+  return tiff;
+}
+
+template <class Value>
+Value tag_or(TIFF* tiff, std::uint32_t tag, Value absent) {
+  Value value = absent;
+  return TIFFGetFieldDefaulted(tiff, tag, &value) ? value : absent;
+}
+
+std::string text_tag(TIFF* tiff, std::uint32_t tag) {
+  const char* text = nullptr;
+  return TIFFGetField(tiff, tag, &text) && text ? plain_text(text) : std::string();
+}
+
+// The library hands rationals out as float or double, as its version has it.
+double number_tag(TIFF* tiff, std::uint32_t tag) {
+  const TIFFField* field = TIFFFieldWithTag(tiff, tag);
+  if (!field) {
+    return 0.0;
+  }
+  if (TIFFFieldSetGetSize(field) == sizeof(double)) {
+    return known_number(tag_or(tiff, tag, 0.0));
+  }
+  return known_number(static_cast<double>(tag_or(tiff, tag, 0.0f)));
+}
+
+double first_short_tag(TIFF* tiff, std::uint32_t tag) {
+  std::uint16_t count = 0;
+  const std::uint16_t* values = nullptr;
+  return TIFFGetField(tiff, tag, &count, &values) && count > 0 && values ? values[0] : 0.0;
+}
+
+Metadata read_metadata(TIFF* tiff) {
+  Metadata metadata;
+  metadata.orientation = tag_or<std::uint16_t>(tiff, TIFFTAG_ORIENTATION, 0);
+  metadata.maker = text_tag(tiff, TIFFTAG_MAKE);
+  metadata.model = text_tag(tiff, TIFFTAG_MODEL);
+  metadata.changed = text_tag(tiff, TIFFTAG_DATETIME);
+  toff_t exif = 0;
+  if (TIFFGetField(tiff, TIFFTAG_EXIFIFD, &exif) && TIFFReadEXIFDirectory(tiff, exif)) {
+    metadata.lens = text_tag(tiff, EXIFTAG_LENSMODEL);
+    metadata.taken = text_tag(tiff, EXIFTAG_DATETIMEORIGINAL);
+    metadata.focal_mm = number_tag(tiff, EXIFTAG_FOCALLENGTH);
+    metadata.f_number = number_tag(tiff, EXIFTAG_FNUMBER);
+    metadata.exposure_s = number_tag(tiff, EXIFTAG_EXPOSURETIME);
+    metadata.iso = first_short_tag(tiff, EXIFTAG_ISOSPEEDRATINGS);
+  }
+  return metadata;
+}
+
+// Grey or RGB whose samples lie one behind the other in strips: what photographic programs write.
+bool is_plain(TIFF* tiff) {
+  const auto samples = tag_or<std::uint16_t>(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+  const auto photometric = tag_or<std::uint16_t>(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+  const auto layout = tag_or<std::uint16_t>(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+  const bool interleaved = samples == 1 || layout == PLANARCONFIG_CONTIG;
+  return interleaved && !TIFFIsTiled(tiff) &&
+         ((photometric == PHOTOMETRIC_MINISBLACK && samples >= 1) ||
+          (photometric == PHOTOMETRIC_RGB && samples >= 3));
+}
+
+// Rows of plain samples; `to_code` gives the 8-bit code of one.
+template <class Sample, class ToCode>
+void read_plain_rows(TIFF* tiff, Pixels8& pixels, ToCode to_code) {
+  const auto samples = tag_or<std::uint16_t>(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+  const bool colour = tag_or<std::uint16_t>(tiff, TIFFTAG_PHOTOMETRIC, 0) == PHOTOMETRIC_RGB;
+  const std::size_t row_samples = static_cast<std::size_t>(pixels.w) * samples;
+  const tmsize_t row_bytes = TIFFScanlineSize(tiff);
+  if (row_bytes <= 0 || static_cast<std::size_t>(row_bytes) != row_samples * sizeof(Sample)) {
+    fail_imaging(ImagingStep::kPixels, ImagingCode::kBadImage);
+  }
+  if (row_bytes > kMaxAllocation) {  // a file may claim 65535 samples a pixel
+    fail_imaging(ImagingStep::kSize, ImagingCode::kValueOverflow);
+  }
+  const auto row = std::make_unique_for_overwrite<Sample[]>(row_samples);
+  for (std::uint32_t y = 0; y < static_cast<std::uint32_t>(pixels.h); ++y) {
+    if (TIFFReadScanline(tiff, row.get(), y) != 1) {
+      fail_imaging(ImagingStep::kPixels, ImagingCode::kBadImage);
+    }
+    std::uint8_t* rgb = pixels.row(y);
+    const Sample* sample = row.get();
+    for (std::int32_t x = 0; x < pixels.w; ++x, rgb += 3, sample += samples) {
+      rgb[0] = to_code(sample[0]);
+      rgb[1] = to_code(sample[colour ? 1 : 0]);
+      rgb[2] = to_code(sample[colour ? 2 : 0]);
+    }
+  }
+}
+
+std::uint8_t round_to_8_bits(std::uint16_t sample) {
+  return static_cast<std::uint8_t>((sample + 128) / 257);
+}
+
+// The library multiplies colours by an alpha that it knows as not yet multiplied. Alpha is dropped
+// here, so it is told that this has been done.
+void keep_colours_under_alpha(TIFF* tiff) {
+  std::uint16_t count = 0;
+  const std::uint16_t* kinds = nullptr;
+  if (TIFFGetField(tiff, TIFFTAG_EXTRASAMPLES, &count, &kinds) && count > 0) {
+    const std::vector<std::uint16_t> multiplied(count, EXTRASAMPLE_ASSOCALPHA);
+    TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, count, multiplied.data());
+  }
+}
+
+struct RgbaReader {
+  TIFFRGBAImage image{};
+
+  explicit RgbaReader(TIFF* tiff) {
+    char reason[1024] = {};
+    constexpr int kStopOnError = 1;
+    if (!TIFFRGBAImageOK(tiff, reason) || !TIFFRGBAImageBegin(&image, tiff, kStopOnError, reason)) {
+      fail_imaging(ImagingStep::kConvert, ImagingCode::kUnsupportedPixelFormat);
+    }
+    image.req_orientation = image.orientation;  // rows as they are stored
+  }
+  RgbaReader(const RgbaReader&) = delete;
+  RgbaReader& operator=(const RgbaReader&) = delete;
+  ~RgbaReader() { TIFFRGBAImageEnd(&image); }
+};
+
+// Rows in one strip or in one row of tiles: a band of that height is decoded at a time.
+std::uint32_t band_rows(TIFF* tiff, std::uint32_t h) {
+  const std::uint32_t rows =
+      tag_or<std::uint32_t>(tiff, TIFFIsTiled(tiff) ? TIFFTAG_TILELENGTH : TIFFTAG_ROWSPERSTRIP, h);
+  return std::clamp<std::uint32_t>(rows, 1, h);
+}
+
+// Everything else: the library makes 8-bit colours of it.
+void read_converted_rows(TIFF* tiff, Pixels8& pixels) {
+  keep_colours_under_alpha(tiff);
+  RgbaReader reader(tiff);
+  const std::uint32_t w = static_cast<std::uint32_t>(pixels.w);
+  const std::uint32_t h = static_cast<std::uint32_t>(pixels.h);
+  const std::uint32_t rows = band_rows(tiff, h);
+  const auto band =
+      std::make_unique_for_overwrite<std::uint32_t[]>(static_cast<std::size_t>(rows) * w);
+  for (std::uint32_t y = 0; y < h; y += rows) {
+    const std::uint32_t count = std::min(rows, h - y);
+    reader.image.row_offset = static_cast<int>(y);
+    if (!TIFFRGBAImageGet(&reader.image, band.get(), w, count)) {
+      fail_imaging(ImagingStep::kPixels, ImagingCode::kBadImage);
+    }
+    std::uint8_t* rgb = pixels.row(y);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(count) * w; ++i, rgb += 3) {
+      rgb[0] = static_cast<std::uint8_t>(TIFFGetR(band[i]));
+      rgb[1] = static_cast<std::uint8_t>(TIFFGetG(band[i]));
+      rgb[2] = static_cast<std::uint8_t>(TIFFGetB(band[i]));
+    }
+  }
+}
+
+}  // namespace
+
+PictureHeader read_tiff_header(const ByteSource& source) {
+  TiffStream stream{source};
+  const TiffHandle tiff = open_tiff(stream);
+  PictureHeader header;
+  header.w = tag_or<std::uint32_t>(tiff.get(), TIFFTAG_IMAGEWIDTH, 0);
+  header.h = tag_or<std::uint32_t>(tiff.get(), TIFFTAG_IMAGELENGTH, 0);
+  if (header.w == 0 || header.h == 0) {
+    fail_imaging(ImagingStep::kFrame, ImagingCode::kFrameMissing);
+  }
+  header.metadata = read_metadata(tiff.get());
+  return header;
+}
+
+Pixels8 decode_tiff(std::span<const std::uint8_t> file) {
+  const ByteSource source = memory_source(file);
+  TiffStream stream{source};
+  const TiffHandle tiff = open_tiff(stream);
+  Pixels8 pixels = make_pixels(tag_or<std::uint32_t>(tiff.get(), TIFFTAG_IMAGEWIDTH, 0),
+                               tag_or<std::uint32_t>(tiff.get(), TIFFTAG_IMAGELENGTH, 0));
+  const auto bits = tag_or<std::uint16_t>(tiff.get(), TIFFTAG_BITSPERSAMPLE, 1);
+  const auto number = tag_or<std::uint16_t>(tiff.get(), TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
+  const bool plain = is_plain(tiff.get());
+  if (number == SAMPLEFORMAT_UINT && bits == 16 && plain) {
+    read_plain_rows<std::uint16_t>(tiff.get(), pixels, round_to_8_bits);
+  } else if (number == SAMPLEFORMAT_IEEEFP && bits == 32 && plain) {
+    read_plain_rows<float>(tiff.get(), pixels, encode_srgb8);
+  } else if (number == SAMPLEFORMAT_UINT || number == SAMPLEFORMAT_VOID) {
+    read_converted_rows(tiff.get(), pixels);
+  } else {
+    fail_imaging(ImagingStep::kConvert, ImagingCode::kUnsupportedPixelFormat);
+  }
+  return pixels;
+}
+
+}  // namespace morva

@@ -1,0 +1,15 @@
+// A star filter before the lens: lines engraved in the glass draw the light of strong highlights
+// out into rays. Their length follows the wavelength, so that the tips are coloured.
+#pragma once
+
+#include "image/image.h"
+#include "profiles/json_access.h"
+
+namespace morva {
+
+// Scene-linear RGB in and out. Light above the filter's threshold is moved into the rays and none
+// is added; samples end at or above 0. Samples that are not finite throw no rays. Throws
+// ProfileError for more than 1000 rays, std::bad_alloc for rays that no memory holds.
+Image apply_star_filter(Image image, const Json& filter, double angle_deg);
+
+}  // namespace morva

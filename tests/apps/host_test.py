@@ -1,0 +1,435 @@
+"""The command-line host from outside: verbs, exit codes, what lands on the disk and what not."""
+
+import argparse
+import io
+import json
+import os
+import pathlib
+import pty
+import resource
+import select
+import signal
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import numpy as np
+from PIL import Image, ImageCms
+
+import picture_files as files
+
+HOST = OPTION_LIST = None
+USAGE, PROFILE, OPTIONS, FAILED, CANCELLED = 1, 2, 3, 5, 6
+
+
+def run_host(*arguments, **keywords):
+    command = [HOST, *map(str, arguments)]
+    return subprocess.run(command, capture_output=True, timeout=300, **keywords)
+
+
+class HostCase(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.out = self.folder / "out"
+        self.out.mkdir()
+
+    def succeed(self, *arguments, **keywords):
+        result = run_host(*arguments, **keywords)
+        self.assertEqual(result.returncode, 0, result.stderr.decode())
+        self.assertEqual(result.stderr, b"", "progress belongs on a terminal only")
+        return result.stdout.decode()
+
+    def fail_with(self, code, *arguments, saying="", **keywords):
+        """The exit code, one line of complaint, nothing on stdout, nothing left on the disk."""
+        before = sorted(self.out.iterdir())
+        result = run_host(*arguments, **keywords)
+        complaint = result.stderr.decode()
+        self.assertEqual(result.returncode, code, complaint)
+        self.assertRegex(complaint, r"\Amorva: [^\n]+\n\Z")
+        self.assertIn(saying, complaint)
+        self.assertEqual(result.stdout, b"")
+        self.assertEqual(sorted(self.out.iterdir()), before)
+
+    def small_picture(self, name="in.exr", **header):
+        """A ramp with some colour, as EXR."""
+        y, x = np.mgrid[0:24, 0:36]
+        planes = {"R": x / 30.0, "G": y / 20.0, "B": 0.02 * (x + y)}
+        path = self.folder / name
+        files.write_exr(path, planes, **header)
+        return path
+
+    def rendered(self, source, *arguments):
+        target = self.out / f"{source.stem}.exr"
+        self.succeed("render", source, "-o", target, "--force", *arguments)
+        return files.read_exr(target)[0]
+
+
+class CommandLine(HostCase):
+    def test_help_and_version_are_data(self):
+        self.assertIn("Exit codes:", self.succeed("--help"))
+        self.assertIn("--set", self.succeed("render", "--help"))
+        self.assertRegex(self.succeed("--version"), r"\Amorva \d+\.\d+")
+
+    def test_wrong_command_lines(self):
+        source, target = self.small_picture(), self.out / "a.png"
+        for arguments in (
+            [], ["develop"], ["render"], ["render", source], ["list"], ["list", "cameras"],
+            ["render", source, "-o", target, "--seed", "many"],
+            ["render", source, "-o", target, "--quality", "101"],
+            ["render", source, "-o", target, "--set", "ev"],
+            ["render", source, "-o", target, "--set", "=1"],
+            ["render", source, "-o", target, "--bits", "12"],
+            ["render", source, "another", "-o", target],
+        ):
+            with self.subTest(arguments=arguments):
+                self.fail_with(USAGE, *arguments)
+
+    def test_full_standard_output_is_a_failure(self):
+        with open("/dev/full", "wb") as full:
+            result = subprocess.run([HOST, "options"], stdout=full, stderr=subprocess.PIPE)
+        self.assertEqual(result.returncode, FAILED)
+
+
+class OutputPlace(HostCase):
+    def test_an_existing_file_is_kept_without_force(self):
+        source, target = self.small_picture(), self.out / "a.png"
+        target.write_text("mine")
+        self.fail_with(USAGE, "render", source, "-o", target, saying="--force")
+        self.assertEqual(target.read_text(), "mine")
+        self.succeed("render", source, "-o", target, "--force")
+        self.assertEqual(_opened(target).format, "PNG")
+        self.assertEqual(target.stat().st_mode & 0o777, 0o666 & ~_umask())
+
+    def test_places_that_cannot_be_written(self):
+        source = self.small_picture()
+        (self.out / "folder.png").mkdir()
+        for target, bits in (
+            (self.out / "missing" / "a.png", "8"), (self.out / "a.bmp", "8"), (self.out / "a", "8"),
+            (self.out / "folder.png", "8"), (self.out / "a.png", "32f"), (self.out / "a.jpg", "16"),
+            (self.out / "a.exr", "8"),
+        ):
+            with self.subTest(target=target):
+                self.fail_with(USAGE, "render", source, "-o", target, "--bits", bits)
+                self.fail_with(USAGE, "demo", "-o", target, "--bits", bits, "--force")
+
+    def test_a_full_disk_leaves_nothing(self):
+        source = self.folder / "noise.exr"
+        noise = np.random.default_rng(1).uniform(0, 1, (3, 64, 96))
+        files.write_exr(source, dict(zip("RGB", noise)))
+
+        def tiny_disk():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (1500, 1500))
+
+        for name in ("a.png", "a.tif", "a.jpg", "a.exr"):
+            with self.subTest(name=name):
+                self.fail_with(FAILED, "render", source, "-o", self.out / name, "--quality", "100",
+                               saying="cannot write", preexec_fn=tiny_disk, restore_signals=False)
+
+
+class Inputs(HostCase):
+    def test_what_cannot_be_opened(self):
+        target = self.out / "a.png"
+        self.fail_with(USAGE, "render", self.folder / "none.exr", "-o", target, saying="none.exr")
+        self.fail_with(USAGE, "render", self.folder, "-o", target)
+        self.fail_with(USAGE, "info", "demo", cwd=self.folder)
+        os.mkfifo(self.folder / "pipe.exr")
+        self.fail_with(USAGE, "render", self.folder / "pipe.exr", "-o", target)
+
+    def test_what_cannot_be_decoded(self):
+        target = self.out / "a.png"
+        (self.folder / "broken.png").write_bytes(b"\x89PNG\r\n\x1a\nnot really")
+        whole = self.small_picture().read_bytes()
+        for cut in (6, 150, len(whole) // 2, len(whole) - 3):
+            (self.folder / f"cut{cut}.exr").write_bytes(whole[:cut])
+        channels = [(name, files.FLOAT) for name in "BGR"]
+        huge = files.exr_header(channels, 200_000, 200_000)
+        (self.folder / "huge.exr").write_bytes(huge + bytes(64))
+        wide = files.exr_header(channels, 2**31 - 1, 2)
+        (self.folder / "wide.exr").write_bytes(wide + bytes(64))
+        for path in sorted(self.folder.glob("*.*")):
+            if path.name != "in.exr":
+                with self.subTest(path=path.name):
+                    self.fail_with(FAILED, "render", path, "-o", target)
+
+    def test_exr_channels(self):
+        plane = np.linspace(0.0, 2.0, 24 * 36).reshape(24, 36)
+        for name, planes in (("depth", {"Z": plane}), ("pair", {"R": plane, "G": plane}),
+                             ("video", {"Y": plane, "RY": plane, "BY": plane})):
+            files.write_exr(self.folder / f"{name}.exr", planes)
+            self.fail_with(FAILED, "render", self.folder / f"{name}.exr", "-o",
+                           self.out / "a.png", saying=", ".join(sorted(planes)))
+        files.write_exr(self.folder / "grey.exr", {"Y": plane})
+        files.write_exr(self.folder / "same.exr", {name: plane for name in "RGB"})
+        np.testing.assert_array_equal(self.rendered(self.folder / "grey.exr"),
+                                      self.rendered(self.folder / "same.exr"))
+
+    def test_one_picture_in_many_files(self):
+        """Half values, a shifted data window, alpha and the Rec. 709 label change nothing."""
+        y, x = np.mgrid[0:24, 0:36]
+        ramps = {"R": x / 30.0, "G": y / 20.0, "B": 0.3 + 0.0 * x}
+        planes = {name: np.float16(ramp) for name, ramp in ramps.items()}
+        variants = {
+            "plain": (planes, {}),
+            "half": (planes, {"half": True}),
+            "shifted": (planes, {"origin": (-7, 1000)}),
+            "alpha": ({**planes, "A": 0.0 * x}, {}),
+            "labelled": (planes, {"chromaticities": files.REC709}),
+        }
+        sheets = {}
+        for name, (picture, header) in variants.items():
+            files.write_exr(self.folder / f"{name}.exr", picture, **header)
+            sheets[name] = self.rendered(self.folder / f"{name}.exr")
+        for name, sheet in sheets.items():
+            np.testing.assert_array_equal(sheet, sheets["plain"], err_msg=name)
+
+    def test_other_primaries_keep_white_and_gain_colour(self):
+        wide = (0.708, 0.292, 0.170, 0.797, 0.131, 0.046, 0.3457, 0.3585)  # white of 5000 K
+        grey = {name: np.full((24, 36), 0.18) for name in "RGB"}
+        red = {**grey, "G": np.full((24, 36), 0.02), "B": np.full((24, 36), 0.02)}
+        sheets = []
+        for i, (planes, label) in enumerate(((grey, files.REC709), (grey, wide),
+                                             (red, files.REC709), (red, wide))):
+            files.write_exr(self.folder / f"p{i}.exr", planes, chromaticities=label)
+            sheets.append(self.rendered(self.folder / f"p{i}.exr").mean(axis=(0, 1)))
+        np.testing.assert_allclose(sheets[1], sheets[0], rtol=1e-3)
+        colour = [sheet[0] - sheet[1] for sheet in sheets]
+        self.assertGreater(colour[3], 1.02 * colour[2])
+
+    def test_nan_and_infinity_go_through(self):
+        planes = {name: np.full((24, 36), 0.3) for name in "RGB"}
+        planes["R"][3, 4], planes["G"][10, 11], planes["B"][20, 30] = np.nan, np.inf, -np.inf
+        files.write_exr(self.folder / "odd.exr", planes)
+        for name in ("a.png", "a.jpg", "a.exr"):
+            self.succeed("render", self.folder / "odd.exr", "-o", self.out / name)
+
+    def test_info(self):
+        exr = json.loads(self.succeed("info", self.small_picture(), "--json"))
+        self.assertEqual((exr["width"], exr["height"]), (36, 24))
+        self.assertEqual(sorted(exr["channels"]), ["B", "G", "R"])
+        Image.new("RGB", (20, 10)).save(self.folder / "p.png")
+        png = json.loads(self.succeed("info", self.folder / "p.png", "--json"))
+        self.assertEqual((png["width"], png["height"]), (20, 10))
+        self.assertRegex(self.succeed("info", self.folder / "p.png"), r"(?m)^width +20$")
+
+
+class DemoScene(HostCase):
+    def test_the_scene_has_what_films_are_judged_by(self):
+        self.succeed("demo", "-o", self.out / "d.exr")
+        scene, attributes = files.read_exr(self.out / "d.exr")
+        self.assertEqual(attributes["chromaticities"], struct.pack("<8f", *files.REC709))
+        self.assertEqual(scene.shape, (1200, 1800, 3))
+        self.assertTrue(np.isfinite(scene).all() and (scene >= 0).all())
+        self.assertAlmostEqual(float(scene.max()), 30.0, delta=0.1)
+        luma = scene @ np.array([0.2126, 0.7152, 0.0722])
+        self.assertGreater((luma > 20).sum(), 300, "cores of lamps")
+        self.assertGreater(((luma > 4) & (luma < 12)).mean(), 0.04, "the view outdoors")
+        self.assertGreater((luma < 0.004).mean(), 0.02, "deep shadow")
+        grey = np.abs(scene - np.float32(0.18)).max(axis=2) < 1e-6
+        self.assertGreater(grey.sum(), 2000, "the mid grey patch")
+
+        report = json.loads(self.succeed("demo", "-o", self.out / "d.png", "--bits", 8, "--json"))
+        self.assertEqual((report["width"], report["height"]), (1800, 1200))
+        clipped = np.asarray(_opened(self.out / "d.png")).astype(int)
+        np.testing.assert_array_equal(clipped, files.srgb_encode(scene, 255))
+        before = (self.out / "d.png").read_bytes()
+        self.succeed("demo", "-o", self.out / "d.png", "--bits", 8, "--force")
+        self.assertEqual((self.out / "d.png").read_bytes(), before, "the same file again")
+
+
+class FileContents(HostCase):
+    """One render written in every way: the same values, as far as each format holds them."""
+
+    def setUp(self):
+        super().setUp()
+        source = self.small_picture()
+        for name, *arguments in (("a.exr",), ("f.tif", "--bits", "32f"), ("16.tif",), ("16.png",),
+                                 ("8.tif", "--bits", 8), ("8.png", "--bits", 8), ("a.jpg",)):
+            self.succeed("render", source, "-o", self.out / name, *arguments)
+        self.linear = files.read_exr(self.out / "a.exr")[0]
+
+    def test_linear_files_hold_the_same_floats(self):
+        samples, tags = files.read_tiff(self.out / "f.tif")
+        self.assertEqual(tags[339], (3, 3, 3))
+        np.testing.assert_array_equal(samples, self.linear)
+
+    def test_integers_are_the_srgb_curve(self):
+        for name, top in (("16.png", 65535), ("16.tif", 65535), ("8.png", 255), ("8.tif", 255)):
+            read = files.read_png if name.endswith("png") else files.read_tiff
+            error = np.abs(read(self.out / name)[0] - files.srgb_encode(self.linear, top))
+            # The peer's power differs in its last digits: a tie may fall the other way.
+            self.assertLessEqual(error.max(), 1, name)
+            self.assertLess((error > 0).mean(), 1e-3, name)
+        jpeg = np.asarray(_opened(self.out / "a.jpg")).astype(int)
+        self.assertLess(np.abs(jpeg - files.srgb_encode(self.linear, 255)).mean(), 2.5)
+
+    def test_every_file_names_its_colours(self):
+        descriptions = {"16.png": "sRGB", "8.png": "sRGB", "a.jpg": "sRGB", "16.tif": "sRGB",
+                        "f.tif": "sRGB linear"}
+        for name, description in descriptions.items():
+            if name.endswith(".tif"):
+                icc = bytes(files.read_tiff(self.out / name)[1][34675])
+            else:
+                icc = _opened(self.out / name).info["icc_profile"]
+            profile = ImageCms.ImageCmsProfile(io.BytesIO(icc))
+            self.assertEqual(ImageCms.getProfileDescription(profile).strip(), description, name)
+            self.assertEqual(struct.unpack(">6H", icc[24:36]), (2026, 1, 1, 0, 0, 0))
+        self.assertNotIn("tIME", files.read_png(self.out / "8.png")[1])
+        self.assertEqual([layer[1:3] for layer in _opened(self.out / "a.jpg").layer], [(1, 1)] * 3,
+                         "no colour subsampling")
+
+
+class Rendering(HostCase):
+    def test_formats_and_report(self):
+        source = self.small_picture()
+        for name, bits in (("a.png", None), ("b.png", 8), ("a.tiff", None), ("b.TIF", 8),
+                           ("c.tif", "32f"), ("a.jpeg", None), ("a.exr", None)):
+            target = self.out / name
+            chosen = [] if bits is None else ["--bits", bits]
+            report = json.loads(self.succeed("render", source, "-o", target, "--json", *chosen))
+            self.assertEqual((report["output"], report["film"], report["lens"], report["paper"]),
+                             (str(target), "everyday_400", "plain", None))
+            self.assertEqual(report["input"], {"file": str(source), "width": 36, "height": 24})
+            self.assertEqual((report["seed"], report["print_cm"]), (20260821, 30.0))
+            if name.lower().endswith((".tif", ".tiff")):
+                shape = files.read_tiff(target)[0].shape
+            elif name.endswith(".exr"):
+                shape = files.read_exr(target)[0].shape
+            else:
+                shape = np.asarray(_opened(target)).shape
+            self.assertEqual(shape, (report["height"], report["width"], 3))
+        self.assertEqual(self.succeed("render", source, "-o", self.out / "d.png"),
+                         f"{self.out / 'd.png'}\n")
+        self.assertEqual(self.succeed("render", source, "-o", self.out / "e.png", "--quiet"), "")
+
+    def test_options_win_in_order(self):
+        source = self.small_picture()
+        one, two = self.folder / "one.json", self.folder / "two.json"
+        one.write_text('{"print_cm": 10, "seed": 1, "sheet_cm": null}')
+        two.write_text('{"print_cm": 20, "seed": 2}')
+
+        def report(*arguments):
+            target = self.out / "a.exr"
+            told = json.loads(self.succeed("render", source, "-o", target, "--json", "--force",
+                                           *arguments))
+            return told["print_cm"], told["seed"]
+
+        both = ["--options", one, "--options", two]
+        self.assertEqual(report(*both), (20, 2))
+        self.assertEqual(report(*both[2:], *both[:2]), (10, 1))
+        self.assertEqual(report("--set", "print_cm=40", *both, "--set", "seed=3"), (40, 3))
+        self.assertEqual(report("--set", "seed=3", "--seed", "-4"), (30.0, -4))
+
+    def test_failures_of_the_engine_keep_their_code(self):
+        source, target = self.small_picture(), self.out / "a.png"
+        for kind in ("film", "lens", "paper"):
+            self.fail_with(PROFILE, "render", source, "-o", target, f"--{kind}", "no_such_one",
+                           saying="no_such_one")
+        self.fail_with(OPTIONS, "render", source, "-o", target, "--set", "colour=1",
+                       saying="colour")
+        deep = self.folder / "deep.json"
+        for text in ("{", "[1]", '{"crop": ' + "[" * 100_000 + "]" * 100_000 + "}"):
+            deep.write_text(text)
+            self.fail_with(OPTIONS, "render", source, "-o", target, "--options", deep)
+        self.fail_with(OPTIONS, "render", source, "-o", target, "--set", b"stamp_text=\xff".decode(
+            errors="surrogateescape"))
+        self.fail_with(USAGE, "render", source, "-o", target, "--options", self.folder / "none")
+
+    def test_ctrl_c_leaves_nothing(self):
+        """On a terminal: the line of progress tells when the render is under way."""
+        planes = dict(zip("RGB", np.random.default_rng(2).uniform(0, 1, (3, 2400, 3600))))
+        source = self.folder / "large.exr"
+        files.write_exr(source, planes, half=True)
+        for stop in (signal.SIGINT, signal.SIGTERM):
+            code, printed, screen = _stop_while_rendering(source, self.out / "a.png", stop)
+            self.assertEqual(code, CANCELLED, screen)
+            self.assertEqual(printed, b"")
+            self.assertEqual(list(self.out.iterdir()), [])
+            self.assertRegex(screen, rb"\d+\.\d s  rendering on everyday_400")
+            self.assertIn(b"\r\x1b[Kmorva: cancelled", screen)
+
+
+class Tables(HostCase):
+    def test_options_are_those_of_the_library(self):
+        table = json.loads(self.succeed("options", "--json"))
+        self.assertEqual(table, json.loads(pathlib.Path(OPTION_LIST).read_text()))
+        lines = self.succeed("options").splitlines()
+        self.assertEqual([line.split()[0] for line in lines], [entry["key"] for entry in table])
+
+    def test_list(self):
+        for section in ("films", "lenses", "papers", "filters"):
+            profiles = json.loads(self.succeed("list", section, "--json"))
+            names = [profile["name"] for profile in profiles]
+            self.assertEqual(names, sorted(names))
+            lines = self.succeed("list", section).splitlines()
+            self.assertEqual([line.split()[0] for line in lines], names)
+            for profile in profiles:
+                self.assertRegex(profile["description"], r"\A.{8,}\Z", profile["name"])
+
+    def test_list_of_another_folder(self):
+        films = self.folder / "films"
+        films.mkdir()
+        for name, text in (("b", '{"description": "second"}'), ("a", "{}"), ("broken", "{"),
+                           ("secret", '{"hidden": 1}'),
+                           ("shown", '{"hidden": "", "description": "third"}')):
+            (films / f"{name}.json").write_text(text)
+        (films / "notes.txt").write_text("no profile")
+        (films / "folder.json").mkdir()
+        (films / "dangling.json").symlink_to("nowhere")
+        elsewhere = {**os.environ, "MORVA_PROFILES_DIR": str(self.folder)}
+        listed = self.succeed("list", "films", env=elsewhere).splitlines()
+        self.assertEqual(listed, ["a", "b       second", "broken  (cannot be read)",
+                                  "shown   third"])
+        self.fail_with(PROFILE, "list", "papers", env=elsewhere)
+
+
+def _opened(path):
+    return Image.open(io.BytesIO(path.read_bytes()))
+
+
+def _umask():
+    mask = os.umask(0)
+    os.umask(mask)
+    return mask
+
+
+def _stop_while_rendering(source, target, stop):
+    """Exit code, standard output, and what stood on the terminal."""
+    terminal, other_end = pty.openpty()
+
+    def signals_as_in_a_shell():
+        signal.signal(signal.SIGINT, signal.SIG_DFL)
+
+    host = subprocess.Popen([HOST, "render", str(source), "-o", str(target)],
+                            stdout=subprocess.PIPE, stderr=other_end,
+                            preexec_fn=signals_as_in_a_shell)
+    os.close(other_end)
+    screen, stopped = b"", False
+    while True:
+        ready, _, _ = select.select([terminal], [], [], 120)
+        try:
+            piece = os.read(terminal, 4096) if ready else b""
+        except OSError:  # how a terminal says that nobody is left
+            piece = b""
+        if not piece:
+            break
+        screen += piece
+        if not stopped and b"rendering" in screen:
+            host.send_signal(stop)
+            stopped = True
+    printed, _ = host.communicate(timeout=120)
+    os.close(terminal)
+    return host.returncode, printed, screen
+
+
+if __name__ == "__main__":
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--host", required=True)
+    parser.add_argument("--option-list", required=True)
+    known, rest = parser.parse_known_args()
+    HOST, OPTION_LIST = os.path.abspath(known.host), known.option_list
+    unittest.main(argv=[sys.argv[0], *rest])

@@ -1,0 +1,204 @@
+// Exposure and development: what the layers see, the chemistry between them, the look.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "film/couplers.h"
+#include "film/develop_bw.h"
+#include "film/develop_color.h"
+#include "film/exposure.h"
+#include "film/exposure_mix.h"
+#include "film/look.h"
+#include "gpu/backend.h"
+#include "image/errors.h"
+
+namespace morva {
+namespace {
+
+Json color_film() {
+  return Json::parse(R"({"type": "color", "layers": {
+    "r": {"dmin": 0.2, "dmax": 2.5, "gamma": 0.6},
+    "g": {"dmin": 0.5, "dmax": 2.8, "gamma": 0.62},
+    "b": {"dmin": 0.8, "dmax": 3.2, "gamma": 0.65}}})");
+}
+
+Image pixel(float r, float g, float b) {
+  Image image(1, 1, 3);
+  image.data = {r, g, b};
+  return image;
+}
+
+template <class Call>
+std::string failure(Call call) {
+  try {
+    call();
+  } catch (const std::exception& error) {
+    return error.what();
+  }
+  return "no failure";
+}
+
+TEST(Exposure, BlackStopsAtItsFloor) {
+  const float in[] = {0.18f, 0.36f, 0.0f, -5.0f};
+  float out[4];
+  log_exposure(in, out, 4, 0.0);
+  EXPECT_NEAR(0.0, out[0], 1e-6);
+  EXPECT_NEAR(std::log10(2.0), out[1], 1e-6);
+  EXPECT_NEAR(-6.0, out[2], 1e-6);
+  EXPECT_EQ(out[2], out[3]);
+  log_exposure(in, out, 1, -3.0);
+  EXPECT_NEAR(-3.0 * std::log10(2.0), out[0], 1e-6);
+}
+
+TEST(ExposureMix, TungstenFilmGoesBlueByDaylightAndKeepsItsLuminance) {
+  const Json film = Json::parse(R"({"balance": {"illuminant_K": 3200}})");
+  const auto gains = film_balance_gains(film, 5500.0);
+  ASSERT_TRUE(gains);
+  EXPECT_LT((*gains)[0], 1.0f);
+  EXPECT_GT((*gains)[2], 1.5f);
+  EXPECT_NEAR(1.0, 0.2126 * (*gains)[0] + 0.7152 * (*gains)[1] + 0.0722 * (*gains)[2], 1e-6);
+  EXPECT_FALSE(film_balance_gains(film, 3200.9));
+  EXPECT_EQ(3200.0, scene_temperature_k(film, Json::parse(R"({"wb_mode": "custom"})")));
+  EXPECT_EQ(5500.0, scene_temperature_k(film, Json::parse(R"({"wb_mode": "film"})")));
+  EXPECT_FALSE(film_balance_gains(Json::parse(R"({"balance": 7})"), 5500.0));
+}
+
+TEST(ExposureMix, FalseColourRotatesTheLayersAndLightsFoliage) {
+  const Json film = Json::parse(R"({"ir_proxy": {"weights": [1, 1, 0], "chlorophyll": 2.0}})");
+  Image leaf = pixel(0.1f, 0.5f, 0.2f);
+  apply_exposure_mix(leaf, film, Json::object());
+  EXPECT_NEAR(2.0 * 0.3 + 0.5 * 0.5 + 0.5 * 0.1, leaf.data[0], 1e-6);
+  EXPECT_EQ(0.1f, leaf.data[1]);
+  EXPECT_EQ(0.5f, leaf.data[2]);
+}
+
+TEST(ExposureMix, LayerMatricesAreNormalisedByRow) {
+  const Json film = Json::parse(R"({"sensitization": [[8, 2, 0], [0, 1, 0], [0, 0, 5]],
+                                    "sensitization_ds": [1, 0, 0, 0, 1, 0, 0, 1, 1]})");
+  Image light = pixel(1.0f, 0.5f, 0.0f);
+  apply_exposure_mix(light, film, Json::object());
+  EXPECT_NEAR(0.9, light.data[0], 1e-6);
+  EXPECT_NEAR(0.0, light.data[2], 1e-6);
+  Image again = pixel(1.0f, 0.5f, 0.0f);
+  apply_exposure_mix(again, film, Json::parse(R"({"interlayer": true})"));
+  EXPECT_NEAR(0.25, again.data[2], 1e-6);
+  EXPECT_FALSE(sensitization_matrix(Json::parse(R"({"m": [2, 0, 0, 0, 3, 0, 0, 0, 1]})"), "m"));
+  EXPECT_EQ("m: ждали матрицу 3×3",
+            failure([] { sensitization_matrix(Json::parse(R"({"m": [1, 2]})"), "m"); }));
+}
+
+TEST(Couplers, MoveColourAndLeaveTheMean) {
+  Image density = pixel(0.9f, 0.3f, 0.0f);
+  const Json film = Json::parse(R"({"couplers": {"matrix": [1.3, -0.2, -0.1, 0, 1.1, 0, 0, 0, 1.2],
+                                                 "matrix_ds": "never read", "saturation": 9}})");
+  apply_couplers(density, coupler_matrix(film, Json::parse(R"({"interlayer": true})")), 9.0);
+  EXPECT_NEAR(0.4 + 1.3 * 0.5 - 0.2 * -0.1 - 0.1 * -0.4, density.data[0], 1e-6);
+  EXPECT_NEAR(0.4 + 1.1 * -0.1, density.data[1], 1e-6);
+
+  Image wide = pixel(0.9f, 0.3f, 0.0f);
+  apply_couplers(wide, std::nullopt, 0.5);
+  EXPECT_NEAR(1.15, wide.data[0], 1e-6);
+  EXPECT_NEAR(1.2, wide.data[0] + wide.data[1] + wide.data[2], 1e-6);
+  apply_couplers(wide, std::nullopt, -0.5);
+  EXPECT_NEAR(1.15, wide.data[0], 1e-6);
+
+  const Json ds = Json::parse(R"({"couplers": {"matrix": null, "matrix_ds": [1,2,3]}})");
+  EXPECT_FALSE(coupler_matrix(ds, Json::object()));
+  EXPECT_EQ("couplers.matrix: ждали 3×3",
+            failure([&] { coupler_matrix(ds, Json::parse(R"({"interlayer": true})")); }));
+}
+
+TEST(DevelopColor, MidGreyLandsOnZeroInEveryLayer) {
+  RenderContext ctx;
+  const ColorNegative negative =
+      develop_color(Image(3, 4, 3, 0.18f), color_film(), Json::object(), 6.0, nullptr, ctx);
+  for (const float d : negative.density.data) EXPECT_NEAR(0.0, d, 2e-6);
+}
+
+TEST(DevelopColor, LayerExposureAndRetainedSilver) {
+  Json film = color_film();
+  RenderContext ctx;
+  const auto densities = [&](const Image& scene) {
+    return develop_color(scene, film, Json::object(), 6.0, nullptr, ctx).density.data;
+  };
+  const std::vector<float> plain = densities(pixel(0.36f, 0.18f, 0.09f));
+  film["_layer_ev"] = {-1.0, 0.0, 1.0};
+  for (const float d : densities(pixel(0.36f, 0.18f, 0.09f))) EXPECT_NEAR(0.0, d, 2e-6);
+  film.erase("_layer_ev");
+  film["_retained_silver"] = 0.0001;
+  EXPECT_EQ(plain, densities(pixel(0.36f, 0.18f, 0.09f)));
+  film["_retained_silver"] = 0.4;
+  const std::vector<float> silver = densities(pixel(0.36f, 0.18f, 0.09f));
+  const float mean = (plain[0] + plain[1] + plain[2]) / 3.0f;
+  for (int k = 0; k < 3; ++k) EXPECT_NEAR(plain[k] + 0.4f * mean, silver[k], 1e-5);
+}
+
+TEST(DevelopBw, MixesTheColoursTheFilmSees) {
+  Json film = Json::parse(R"({"type": "bw", "spectral_weights": [2, 1, 1],
+      "negative": {"dmin": 0.1, "dmax": 2.2, "gamma": 0.6}})");
+  RenderContext ctx;
+  const auto density = [&](float r, float g, float b) {
+    return develop_bw(pixel(r, g, b), film, Json::object(), 6.0, nullptr, ctx).density.data[0];
+  };
+  EXPECT_NEAR(0.0, density(0.36f, 0.0f, 0.0f), 2e-6);
+  EXPECT_NEAR(0.0, density(0.0f, 0.36f, 0.36f), 2e-6);
+  film["spectral_weights"] = {1, 2};  // not three: the panchromatic default
+  EXPECT_NEAR(0.0, density(0.6f, 0.0f, 0.0f), 2e-6);
+}
+
+// The hook's results stand in for the stage's own loops.
+struct FakePointwise : gpu::PointwiseGpu {
+  Image negative_color(const Image& light, const DevelopParams& params) override {
+    return develop_dyes(light, params);
+  }
+  Image negative_bw(const Image& light, const DevelopBwParams&) override {
+    return Image(light.h, light.w, 1, 1.5f);
+  }
+  Image print_color(const Image& density, const PrintParams&) override { return density; }
+  Image print_bw(const Image& density, const PrintParams&) override { return density; }
+  Image srgb_encode(const Image& linear) override { return linear; }
+  std::string description() const override { return "fake"; }
+};
+
+TEST(Pointwise, TakesOverThePixelLoops) {
+  FakePointwise pointwise;
+  RenderContext plain, hooked;
+  hooked.pointwise = &pointwise;
+  const Image scene = pixel(0.4f, 0.2f, 0.1f);
+  EXPECT_EQ(develop_color(scene, color_film(), Json::object(), 6.0, nullptr, plain).density.data,
+            develop_color(scene, color_film(), Json::object(), 6.0, nullptr, hooked).density.data);
+  EXPECT_TRUE(hooked.pointwise_used);
+  const Json film = Json::parse(R"({"negative": {"dmin": 0, "dmax": 2, "gamma": 0.6,
+                                                 "mid_density": 0.5}})");
+  EXPECT_EQ(1.0f, develop_bw(scene, film, Json::object(), 6.0, nullptr, hooked).density.data[0]);
+}
+
+TEST(Look, FadesTintsSaturatesAndMutes) {
+  const auto looked = [](float r, float g, float b, const char* look) {
+    Image image = pixel(r, g, b);
+    apply_look(image, Json::parse(look));
+    return image.data;
+  };
+  const std::vector<float> faded = looked(0.25f, 0.5f, 0.5f, R"({"dye_fade": [0.5, 1.0, -1]})");
+  EXPECT_NEAR(0.5, faded[0], 1e-6);
+  EXPECT_NEAR(std::pow(0.5, 0.05), faded[1], 1e-6);
+  EXPECT_EQ(0.5f, faded[2]);
+  // A quarter's root is a half: shadow and highlight tints weigh a quarter each.
+  const std::vector<float> tinted =
+      looked(0.25f, 0.25f, 0.25f, R"({"shadow_tint": [0.4, 0, 0], "highlight_tint": [0, 0, 0.8]})");
+  EXPECT_NEAR(0.25 * 1.1, tinted[0], 1e-6);
+  EXPECT_NEAR(0.25, tinted[1], 1e-6);
+  EXPECT_NEAR(0.25 * 1.2, tinted[2], 1e-6);
+  const std::vector<float> grey = looked(0.3f, 0.6f, 0.1f, R"({"saturation": -1})");
+  EXPECT_NEAR(grey[0], grey[2], 1e-6);
+  const std::vector<float> muted = looked(0.2f, 0.6f, 0.2f, R"({"green_mute": 0.5})");
+  EXPECT_NEAR(0.4, muted[1], 1e-6);
+  EXPECT_NEAR(0.2 + 0.2 * 0.55, muted[0], 1e-6);
+  EXPECT_EQ("shadow_tint: ждали массив из 3",
+            failure([&] { looked(0, 0, 0, R"({"shadow_tint": [1, 2]})"); }));
+  EXPECT_NE("no failure", failure([&] { looked(0, 0, 0, R"({"dye_fade": 0.3})"); }));
+}
+
+}  // namespace
+}  // namespace morva

@@ -1,0 +1,163 @@
+// The emulsion as an optical body: blur, halation, the ring of a glass plate, the edge effect.
+
+#include "film/emulsion.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "film/glass_ring.h"
+#include "film/halation.h"
+#include "image/convolution.h"
+
+namespace morva {
+namespace {
+
+constexpr double kPi = 3.141592653589793;
+
+Image point(int side, float light, int channels = 1) {
+  Image image(side, side, channels);
+  for (int k = 0; k < channels; ++k) image.at(side / 2, side / 2, k) = light;
+  return image;
+}
+
+double sum_of(const Image& image) {
+  double sum = 0.0;
+  for (const float v : image.data) sum += v;
+  return sum;
+}
+
+TEST(EmulsionBlur, HalvesTheContrastAtItsFrequency) {
+  const Json film = Json::parse(R"({"mtf": {"f50_cyc_mm": 40}})");
+  const double px_um = 2.5;  // a wave of 25 um is 10 pixels
+  Image wave(1, 400, 1);
+  for (int x = 0; x < wave.w; ++x)
+    wave.at(0, x) = static_cast<float>(1.0 + 0.5 * std::sin(2.0 * kPi * x / 10.0));
+  const Image blurred = emulsion_blur(wave, film, px_um);
+  float low = 9.0f, high = 0.0f;
+  for (int x = 100; x < 300; ++x) {
+    low = std::min(low, blurred.at(0, x));
+    high = std::max(high, blurred.at(0, x));
+  }
+  // The samples miss the crests by half a step: both waves peak at sin(72 degrees).
+  EXPECT_NEAR(0.5, (high - low) / (2.0 * 0.5 * std::sin(0.4 * kPi)), 0.02);
+}
+
+TEST(EmulsionBlur, PassesWhatIsFinerThanAPixel) {
+  const Image image = point(9, 1.0f, 3);
+  const auto same = [&](const char* film, double px_um) {
+    return emulsion_blur(image, Json::parse(film), px_um).data == image.data;
+  };
+  EXPECT_TRUE(same("{}", 5.0));
+  EXPECT_TRUE(same(R"({"mtf": {"f50_cyc_mm": null}})", 5.0));
+  EXPECT_TRUE(same(R"({"mtf": {"f50_cyc_mm": -3}})", 5.0));
+  EXPECT_TRUE(same(R"({"mtf": {"f50_cyc_mm": 40}})", 30.0));
+  EXPECT_FALSE(same(R"({"mtf": {"f50_cyc_mm": 40}})", 5.0));
+}
+
+TEST(Halation, AddsColouredLightAroundHighlightsOnly) {
+  const Json record = Json::parse(R"({"strength": 0.1, "radius_um": 20, "threshold": 0.8})");
+  const HalationParams params = halation_params(record, 5.0, 1.0);
+  Image image = point(61, 10.8f, 3);
+  const Image source = extract_channel(image, 1);
+  const Image before = image;
+  halate(image, source, params, 5.0);
+  EXPECT_NEAR(0.1 * 10.0 * (1.0 + 0.3 + 0.08), sum_of(image) - sum_of(before), 1e-3);
+  EXPECT_GT(image.at(30, 36, 0), image.at(30, 36, 1));
+  EXPECT_GT(image.at(30, 36, 1), image.at(30, 36, 2));
+
+  Image dim = point(61, 0.79f, 3);
+  const Image unlit = dim;
+  halate(dim, extract_channel(dim, 0), params, 5.0);
+  EXPECT_EQ(unlit.data, dim.data);
+  EXPECT_FALSE(halation_params(record, 5.0, 0.0).active);
+  EXPECT_FALSE(halation_params(Json(), 5.0, 1.0).active);
+  EXPECT_EQ(0.0, halation_params(Json::parse(R"({"strength": 1, "glass_mm": null})"), 5.0, 1.0).glass_mm);
+}
+
+TEST(GlassRing, ReflectsByFresnel) {
+  EXPECT_NEAR(std::pow(0.52 / 2.52, 2), glass_reflectance(0.0, 1.52), 1e-12);
+  const double critical = std::asin(1.0 / 1.52);
+  EXPECT_EQ(1.0, glass_reflectance(critical + 1e-6, 1.52));
+  EXPECT_LT(glass_reflectance(critical - 0.05, 1.52), 0.4);
+  // At Brewster's angle one polarisation vanishes.
+  const double brewster = std::atan(1.0 / 1.52);
+  const double c = std::cos(brewster), c_t = std::sqrt(1.0 - std::pow(1.52 * std::sin(brewster), 2));
+  const double across = (1.52 * c - c_t) / (1.52 * c + c_t);
+  EXPECT_NEAR(0.5 * across * across, glass_reflectance(brewster, 1.52), 1e-12);
+}
+
+TEST(GlassRing, IsBrightestWhereTotalReflectionBegins) {
+  const double glass_mm = 1.5, px_um = 60.0;  // the ring's radius is 2 t tan(41.1 degrees)
+  const Image ring = glass_ring(point(161, 1.0f), px_um, glass_mm, 1.52);
+  const double expected_px = 2.0 * glass_mm * std::tan(std::asin(1.0 / 1.52)) * 1000.0 / px_um;
+  int brightest = 3;
+  for (int x = 3; x < 78; ++x)
+    if (ring.at(80, 80 + x) > ring.at(80, 80 + brightest)) brightest = x;
+  EXPECT_NEAR(expected_px, brightest, 2.0);
+  // Blocks keep the ring where it is: at a finer pitch it is as wide in millimetres.
+  const Image fine = glass_ring(point(641, 1.0f), px_um / 4.0, glass_mm, 1.52);
+  int brightest_fine = 12;
+  for (int x = 12; x < 310; ++x)
+    if (fine.at(320, 320 + x) > fine.at(320, 320 + brightest_fine)) brightest_fine = x;
+  EXPECT_NEAR(expected_px * 4.0, brightest_fine, 8.0);
+  const Image speck = glass_ring(Image(2, 3, 1, 1.0f), 1.0, 1.5, 1.52);
+  EXPECT_EQ(6u, speck.data.size());
+}
+
+TEST(Convolution, IsTheDirectSum) {
+  const int half = 3, side = 7;
+  std::vector<double> kernel(side * side);
+  for (int i = 0; i < side * side; ++i) kernel[i] = (i * 37 % 11) * 0.1;
+  for (const auto& [h, w] : {std::pair{1, 1}, {5, 17}, {40, 1050}}) {
+    Image plane(h, w, 1);
+    for (std::size_t i = 0; i < plane.data.size(); ++i)
+      plane.data[i] = static_cast<float>((i * 7919) % 101) * 0.01f;
+    const Image fast = convolve_large(plane, kernel, half);
+    double largest = 0.0;
+    for (int y = 0; y < h; ++y) {
+      for (int x = 0; x < w; ++x) {
+        double sum = 0.0;
+        for (int dy = -half; dy <= half; ++dy)
+          for (int dx = -half; dx <= half; ++dx)
+            if (y - dy >= 0 && y - dy < h && x - dx >= 0 && x - dx < w)
+              sum += kernel[(dy + half) * side + dx + half] * plane.at(y - dy, x - dx);
+        largest = std::max(largest, std::fabs(sum - fast.at(y, x)));
+      }
+    }
+    EXPECT_LT(largest, 1e-5) << h << "x" << w;
+  }
+}
+
+TEST(Adjacency, TermsAreKeptOrDropped) {
+  const auto count = [](const char* film, double px_um) {
+    return adjacency_terms(Json::parse(film), px_um).size();
+  };
+  EXPECT_EQ(0u, count(R"({"_adjacency": 0.0001})", 5.0));
+  EXPECT_EQ(1u, count(R"({"_adjacency": 0.3, "_adjacency_um": 1})", 50.0));
+  EXPECT_EQ(0u, count(R"({"adjacency": {"k": 0.3, "um": 49}})", 50.0));
+  EXPECT_EQ(1u, count(R"({"adjacency": {"k": 0.3, "um": 51}})", 50.0));
+  const auto both = adjacency_terms(
+      Json::parse(R"({"_adjacency": 0.2, "_adjacency_um": 1, "adjacency": {"k": 0.1}})"), 50.0);
+  ASSERT_EQ(2u, both.size());
+  EXPECT_EQ(0.8, both[0].sigma_px);
+  EXPECT_EQ(0.3, both[0].sat);
+  EXPECT_EQ(3.0, both[1].sigma_px);
+  EXPECT_EQ(0.6, both[1].sat);
+}
+
+TEST(Adjacency, GrowsRimsUpToItsBound) {
+  Image edge(5, 200, 1, 0.2f);
+  for (int y = 0; y < 5; ++y)
+    for (int x = 100; x < 200; ++x) edge.at(y, x) = 2.6f;
+  const Json film = Json::parse(R"({"adjacency": {"k": 0.2, "um": 50, "sat": 0.4}})");
+  const Image out = adjacency(edge, film, 10.0);
+  EXPECT_NEAR(2.6 + 0.08, out.at(2, 100), 0.002);
+  EXPECT_NEAR(0.2 - 0.08, out.at(2, 99), 0.002);
+  EXPECT_NEAR(2.6, out.at(2, 180), 1e-4);
+  const Json linear = Json::parse(R"({"adjacency": {"k": 0.2, "um": 50, "sat": 5}})");
+  EXPECT_GT(adjacency(edge, linear, 10.0).at(2, 100), 2.6 + 0.2);
+}
+
+}  // namespace
+}  // namespace morva

@@ -1,0 +1,290 @@
+#include "image/elementary.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "image/vector/isa.h"
+
+namespace {
+
+namespace elementary = morva::elementary;
+using Real = std::function<double(double)>;
+using Exact = std::function<long double(long double)>;
+using Sampler = std::function<double(std::mt19937_64&)>;
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr float kInfF = std::numeric_limits<float>::infinity();
+constexpr float kNaNF = std::numeric_limits<float>::quiet_NaN();
+
+Sampler uniform(double a, double b) {
+  return [=](std::mt19937_64& rng) { return std::uniform_real_distribution<double>(a, b)(rng); };
+}
+
+Sampler log_uniform(double a, double b) {
+  return [=](std::mt19937_64& rng) {
+    return std::exp2(std::uniform_real_distribution<double>(a, b)(rng));
+  };
+}
+
+template <typename T>
+double ulps(T got, long double want) {
+  const T nearest = static_cast<T>(want);
+  if (got == nearest || (std::isnan(got) && std::isnan(want))) {
+    if (std::isinf(got) || std::isnan(got)) return 0.0;
+  } else if (!std::isfinite(got) || !std::isfinite(nearest)) {
+    return kInf;
+  }
+  int exponent = 0;
+  std::frexp(nearest, &exponent);
+  const int lowest = std::numeric_limits<T>::min_exponent - std::numeric_limits<T>::digits;
+  const int unit = std::max(exponent - std::numeric_limits<T>::digits, lowest);
+  return static_cast<double>(std::fabs(static_cast<long double>(got) - want) /
+                             std::ldexp(1.0L, unit));
+}
+
+void expect_within(const char* name, double limit, const Real& f, const Exact& exact,
+                   const Sampler& sample, int count = 200000) {
+  std::mt19937_64 rng(20260821);
+  double worst = 0.0, at = 0.0;
+  for (int i = 0; i < count; ++i) {
+    const double x = sample(rng);
+    const double error = ulps(f(x), exact(x));
+    if (!(error <= worst)) worst = error, at = x;
+  }
+  EXPECT_LE(worst, limit) << name << ": " << worst << " ulp at " << std::hexfloat << at;
+}
+
+}  // namespace
+
+TEST(Elementary, DoubleFormsStayWithinOneUlp) {
+  const auto near_quarter_turns = [](std::mt19937_64& rng) {
+    const double x = static_cast<double>(1.57079632679489661923132169163975144L *
+                                         static_cast<long double>(rng() % 3000));
+    const std::uint64_t side = rng() % 3;
+    return side == 0 ? x : std::nextafter(x, side == 1 ? 0.0 : kInf);
+  };
+  const Exact expl_ = [](long double x) { return std::exp(x); };
+  expect_within("exp", 1.0, elementary::exp, expl_, uniform(-2, 2));
+  expect_within("exp", 1.0, elementary::exp, expl_, uniform(-746, 710));
+  const Exact logl_ = [](long double x) { return std::log(x); };
+  expect_within("log", 1.0, elementary::log, logl_, uniform(0.4, 2.5));
+  expect_within("log", 1.0, elementary::log, logl_, log_uniform(-1074, 1023.9));
+  const Exact log10l_ = [](long double x) { return std::log10(x); };
+  expect_within("log10", 1.0, elementary::log10, log10l_, uniform(0.4, 2.5));
+  expect_within("log10", 1.0, elementary::log10, log10l_, log_uniform(-1074, 1023.9));
+  const Exact sinl_ = [](long double x) { return std::sin(x); };
+  const Exact cosl_ = [](long double x) { return std::cos(x); };
+  const Exact tanl_ = [](long double x) { return std::tan(x); };
+  for (const auto& [low, high] : {std::pair{-10.0, 10.0}, {-1700.0, 1700.0}, {-1e9, 1e9}}) {
+    expect_within("sin", 1.0, elementary::sin, sinl_, uniform(low, high));
+    expect_within("cos", 1.0, elementary::cos, cosl_, uniform(low, high));
+    expect_within("tan", 1.0, elementary::tan, tanl_, uniform(low, high));
+  }
+  expect_within("sin", 1.0, elementary::sin, sinl_, log_uniform(-60, 62));
+  expect_within("tan", 1.0, elementary::tan, tanl_, log_uniform(-60, 62));
+  const Exact atanl_ = [](long double x) { return std::atan(x); };
+  expect_within("atan", 1.0, elementary::atan, atanl_, uniform(-4, 4));
+  expect_within("atan", 1.0, elementary::atan, atanl_, log_uniform(-60, 70));
+  const Exact tanhl_ = [](long double x) { return std::tanh(x); };
+  expect_within("tanh", 1.0, elementary::tanh, tanhl_, uniform(-1, 1));
+  expect_within("tanh", 1.0, elementary::tanh, tanhl_, log_uniform(-60, 6));
+  expect_within("sin", 1.0, elementary::sin, sinl_, near_quarter_turns, 20000);
+  expect_within("cos", 1.0, elementary::cos, cosl_, near_quarter_turns, 20000);
+  expect_within("tan", 1.0, elementary::tan, tanl_, near_quarter_turns, 20000);
+}
+
+TEST(Elementary, LargeAnglesKeepTheirTurns) {
+  // True values, computed with 2500 bits.
+  EXPECT_DOUBLE_EQ(elementary::sin(0x1.921fb54442d18p+1), 1.2246467991473531772e-16);
+  EXPECT_DOUBLE_EQ(elementary::cos(0x1.921fb54442d18p+0), 6.1232339957367658861e-17);
+  EXPECT_DOUBLE_EQ(elementary::sin(1e22), -0.85220084976718880177);
+  EXPECT_DOUBLE_EQ(elementary::cos(1e22), 0.52321478539513894550);
+  EXPECT_DOUBLE_EQ(elementary::tan(1e22), -1.6287782256068988785);
+  EXPECT_DOUBLE_EQ(elementary::sin(-0x1.fffffffffffffp1023), -0.0049619547891840617905);
+  EXPECT_DOUBLE_EQ(elementary::cos(0x1.fffffffffffffp1023), -0.99998768942655993746);
+  // The double nearest to a multiple of pi/2 of all.
+  EXPECT_DOUBLE_EQ(elementary::cos(0x1.6ac5b262ca1ffp+849), -4.6871659242546276111e-19);
+}
+
+TEST(Elementary, PowStaysWithinTwoUlps) {
+  for (const double y : {2.2, -1.7, 0.5, 30.0, -120.0, 1e-3, 1000.0, 1e7}) {
+    const Real power = [=](double x) { return elementary::pow(x, y); };
+    const Exact exact = [=](long double x) { return std::pow(x, static_cast<long double>(y)); };
+    expect_within("pow", 2.0, power, exact, log_uniform(-10, 10), 40000);
+    expect_within("pow near 1", 2.0, power, exact, uniform(0.99, 1.01), 40000);
+    expect_within("pow wide", 2.0, power, exact, log_uniform(-1074, 1023.9), 40000);
+  }
+}
+
+TEST(Elementary, SpecialArgumentsOfDoubleForms) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(elementary::exp(0.0), 1.0);
+  EXPECT_EQ(elementary::exp(710.0), kInf);
+  EXPECT_EQ(elementary::exp(kInf), kInf);
+  EXPECT_EQ(elementary::exp(-kInf), 0.0);
+  EXPECT_EQ(elementary::exp(-745.13), 0x1p-1074);
+  EXPECT_EQ(elementary::log(0.0), -kInf);
+  EXPECT_EQ(elementary::log(-0.0), -kInf);
+  EXPECT_EQ(elementary::log(kInf), kInf);
+  EXPECT_EQ(elementary::log(1.0), 0.0);
+  EXPECT_EQ(elementary::log10(1000.0), 3.0);
+  for (const Real& f : {Real(elementary::log), Real(elementary::log10)}) {
+    EXPECT_TRUE(std::isnan(f(-1.0)));
+    EXPECT_TRUE(std::isnan(f(-kInf)));
+  }
+  for (const Real& f : {Real(elementary::sin), Real(elementary::cos), Real(elementary::tan)})
+    EXPECT_TRUE(std::isnan(f(kInf)) && std::isnan(f(-kInf)));
+  for (const Real& f : {Real(elementary::exp), Real(elementary::log), Real(elementary::log10),
+                        Real(elementary::sin), Real(elementary::cos), Real(elementary::tan),
+                        Real(elementary::atan), Real(elementary::tanh)})
+    EXPECT_TRUE(std::isnan(f(nan)));
+  for (const Real& f : {Real(elementary::sin), Real(elementary::tan), Real(elementary::atan),
+                        Real(elementary::tanh)})
+    for (const double x : {-0.0, 0x1p-1074, -0x1p-1022})
+      EXPECT_EQ(std::bit_cast<std::uint64_t>(f(x)), std::bit_cast<std::uint64_t>(x));
+  EXPECT_EQ(elementary::tanh(-kInf), -1.0);
+  EXPECT_DOUBLE_EQ(elementary::atan(-kInf), -1.5707963267948966);
+
+  for (const double x : {0.0, 0.5, 1.0, -3.0, kInf, nan}) EXPECT_EQ(elementary::pow(x, 0.0), 1.0);
+  for (const double y : {-2.0, kInf, -kInf, nan}) EXPECT_EQ(elementary::pow(1.0, y), 1.0);
+  for (const double y : {-kInf, -1e300, -2.0, -0x1p-1074, 0x1p-1074, 0.5, 3.0, 1e300, kInf})
+    for (const double x : {0.0, 0x1p-1074, 0.25, 0x1.fffffffffffffp-1, 0x1.0000000000001p0, 4.0,
+                           0x1.fffffffffffffp1023, kInf})
+      EXPECT_DOUBLE_EQ(elementary::pow(x, y), std::pow(x, y)) << x << "^" << y;
+  EXPECT_TRUE(std::isnan(elementary::pow(-2.0, 2.0)));
+  EXPECT_TRUE(std::isnan(elementary::pow(nan, 2.0)) && std::isnan(elementary::pow(2.0, nan)));
+}
+
+namespace {
+
+struct FloatForm {
+  const char* name;
+  float (*single)(float);
+  void (*array)(const float*, float*, std::size_t);
+  Exact exact;
+};
+
+constexpr float kPowers[] = {2.2f, -1.7f, 1.0f / 2.4f, 0.0f, 1.0f, 1e-3f, 777.0f, kInfF, kNaNF};
+
+template <int I>
+FloatForm power_form() {
+  return {
+      "pow", [](float x) { return elementary::powf(x, kPowers[I]); },
+      [](const float* in, float* out, std::size_t n) { elementary::powf(in, kPowers[I], out, n); },
+      [](long double x) {
+        return x < 0.0L && kPowers[I] != 0.0f ? std::nanl("")
+                                              : std::pow(x, static_cast<long double>(kPowers[I]));
+      }};
+}
+
+std::vector<FloatForm> float_forms() {
+  return {
+      {"exp", elementary::expf, elementary::expf, [](long double x) { return std::exp(x); }},
+      {"log", elementary::logf, elementary::logf, [](long double x) { return std::log(x); }},
+      {"log10", elementary::log10f, elementary::log10f,
+       [](long double x) { return std::log10(x); }},
+      {"exp2", [](float x) { return elementary::powf(2.0f, x); }, elementary::exp2f,
+       [](long double x) { return std::exp2(x); }},
+      {"exp10", [](float x) { return elementary::powf(10.0f, x); }, elementary::exp10f,
+       [](long double x) { return std::pow(10.0L, x); }},
+      {"tanh", elementary::tanhf, elementary::tanhf, [](long double x) { return std::tanh(x); }},
+      power_form<0>(),
+      power_form<1>(),
+      power_form<2>(),
+      power_form<3>(),
+      power_form<4>(),
+      power_form<5>(),
+      power_form<6>(),
+      power_form<7>(),
+      power_form<8>()};
+}
+
+// Every sign and exponent with a few thousand mantissas, the range that pictures use more densely,
+// and what is not a number at all.
+std::vector<float> float_samples() {
+  std::vector<float> samples = {0.0f,
+                                -0.0f,
+                                1.0f,
+                                -1.0f,
+                                10.0f,
+                                kInfF,
+                                -kInfF,
+                                kNaNF,
+                                std::nextafter(1.0f, 0.0f),
+                                std::nextafter(1.0f, 2.0f),
+                                88.7228f,
+                                88.73f,
+                                -87.4f,
+                                -103.97f,
+                                -104.1f,
+                                38.53f,
+                                -45.2f};
+  for (std::uint64_t bits = 1; bits < 0x100000000u; bits += 104729)
+    samples.push_back(std::bit_cast<float>(static_cast<std::uint32_t>(bits)));
+  for (int i = -30000; i < 30000; ++i) samples.push_back(static_cast<float>(i) * 0.00317f);
+  for (int i = 0; i < 30000; ++i) samples.push_back(static_cast<float>(i) * 0.0001f);
+  return samples;
+}
+
+std::vector<std::uint32_t> bit_patterns(const std::vector<float>& values) {
+  std::vector<std::uint32_t> bits(values.size());
+  std::transform(values.begin(), values.end(), bits.begin(),
+                 [](float v) { return std::bit_cast<std::uint32_t>(v); });
+  return bits;
+}
+
+constexpr morva::vector::Isa kSets[] = {morva::vector::Isa::baseline, morva::vector::Isa::avx2,
+                                        morva::vector::Isa::avx512};
+
+}  // namespace
+
+TEST(Elementary, FloatFormsRoundOnce) {
+  const std::vector<float> samples = float_samples();
+  for (const FloatForm& form : float_forms()) {
+    double worst = 0.0;
+    float at = 0.0f;
+    for (const float x : samples) {
+      const double error = ulps(form.single(x), form.exact(static_cast<long double>(x)));
+      if (!(error <= worst)) worst = error, at = x;
+    }
+    EXPECT_LE(worst, 0.51) << form.name << ": " << worst << " ulp at " << std::hexfloat << at;
+  }
+}
+
+TEST(Elementary, ArraysOfEveryInstructionSetHaveTheBitsOfSingleForms) {
+  const std::vector<float> samples = float_samples();
+  for (const FloatForm& form : float_forms()) {
+    std::vector<float> want(samples.size());
+    std::transform(samples.begin(), samples.end(), want.begin(), form.single);
+    for (const auto isa : kSets) {
+      morva::vector::use_isa(isa);
+      std::vector<float> got(samples.size());
+      form.array(samples.data(), got.data(), got.size());
+      EXPECT_EQ(bit_patterns(got), bit_patterns(want)) << form.name << static_cast<int>(isa);
+      got = samples;
+      form.array(got.data(), got.data(), got.size());
+      EXPECT_EQ(bit_patterns(got), bit_patterns(want)) << form.name << " in place";
+      for (const std::size_t n : {0, 1, 2, 3, 15, 16, 17, 31, 2047, 2049}) {
+        std::vector<float> part(n + 1, 77.0f);
+        form.array(samples.data() + 5, part.data(), n);
+        EXPECT_EQ(part[n], 77.0f) << form.name << " wrote past " << n;
+        part.pop_back();
+        EXPECT_TRUE(std::equal(part.begin(), part.end(), want.begin() + 5,
+                               [](float a, float b) {
+                                 return std::bit_cast<std::uint32_t>(a) ==
+                                        std::bit_cast<std::uint32_t>(b);
+                               }))
+            << form.name << " of " << n;
+      }
+    }
+  }
+  morva::vector::use_isa(morva::vector::best_isa());
+}

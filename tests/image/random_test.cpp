@@ -1,0 +1,173 @@
+#include "image/random.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "image/noise.h"
+#include "image/pairwise_sum.h"
+#include "image/vector/isa.h"
+
+namespace morva {
+namespace {
+
+bool same_bits(const std::vector<float>& a, const std::vector<float>& b) {
+  return a.size() == b.size() &&
+         (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0);
+}
+
+// Expected words come from integer arithmetic of arbitrary width, normals from 200-bit arithmetic.
+
+TEST(Random, MixAndGeneratorFollowTheirPublishedForms) {
+  EXPECT_EQ(mix64(0), 0u);
+  EXPECT_EQ(mix64(1), 0x5692161d100b05e5u);
+  // splitmix64 seeded with 1234567: its published first outputs.
+  EXPECT_EQ(mix64(1234567 + 0x9e3779b97f4a7c15u), 6457827717110365317u);
+  EXPECT_EQ(mix64(1234567 + 2 * 0x9e3779b97f4a7c15u), 3203168211198807973u);
+  Rng rng = {{1, 2, 3, 4}};
+  for (const std::uint64_t want : {11520ull, 0ull, 1509978240ull, 1215971899390074240ull,
+                                   1216172134540287360ull, 607988272756665600ull})
+    EXPECT_EQ(rng.next(), want);
+}
+
+TEST(Random, KeysBecomeStates) {
+  const Rng rng = rng_from_key({20260821, 1, 0});
+  const std::uint64_t want[] = {0xb262031219bd38e7u, 0x2293de5e75175d3du, 0x1c6af0ebb538a82fu,
+                                0x37b282aa8ff27631u};
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(rng.s[i], want[i]);
+  EXPECT_EQ(rng_from_key({20260821, 1, 0, 31}).s[0], 0x0de072c8886b8327u);
+  EXPECT_EQ(rng_from_key({-5}).s[3], 0xaa9a3b07cf671f1au);
+  EXPECT_EQ(hash_key({20260827}), 0x56db3ab7e0f7df18u);
+  EXPECT_EQ(hash_key({20260821, 1, 0}), 0x4d31b247f607c5ceu);
+}
+
+TEST(Random, NormalsHaveTheRightValues) {
+  Rng rng = rng_from_key({20260821, 1, 0});
+  for (const float want : {-2.1520133018493652f, 0.17933256924152374f, -0.518399715423584f})
+    EXPECT_FLOAT_EQ(static_cast<float>(rng.normal()), want);
+  const std::uint64_t hash = hash_key({20260827});
+  const float first[] = {0.8630272746086121f, 0.40144169330596924f, 0.7763350605964661f};
+  const std::vector<float> normals = counter_normals(hash, 0, 3);
+  for (int i = 0; i < 3; ++i) EXPECT_FLOAT_EQ(normals[i], first[i]);
+  EXPECT_FLOAT_EQ(counter_normals(hash, 5, 2)[1], -0.33930858969688416f);
+  const std::vector<float> uniforms = counter_uniforms(hash, 0, 4);
+  const float counts[] = {11485441, 16425589, 13251006, 14249428};
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(uniforms[i], counts[i] * 0x1p-24f);
+  EXPECT_EQ(counter_uniforms(hash, 1000000000000, 2)[1], 8653911 * 0x1p-24f);
+}
+
+TEST(Random, VectorFormsHaveTheBitsOfSingleDraws) {
+  for (const auto isa : {vector::Isa::baseline, vector::Isa::avx2, vector::Isa::avx512}) {
+    vector::use_isa(isa);
+    for (const std::size_t n : {0, 1, 2, 3, 15, 16, 17, 31, 255, 257, 20000}) {
+      Rng single = rng_from_key({3, 2, 1});
+      Rng many = single;
+      std::vector<float> want(n);
+      for (float& v : want) v = static_cast<float>(single.normal());
+      EXPECT_TRUE(same_bits(many.normals(n), want)) << n << " on " << static_cast<int>(isa);
+      EXPECT_EQ(many.next(), single.next()) << "draws taken for " << n;
+
+      std::vector<float> ones, one_normals;
+      for (std::size_t i = 0; i < n; ++i) {
+        ones.push_back(counter_uniforms(42, 7 + i, 1)[0]);
+        one_normals.push_back(counter_normals(42, 7 + i, 1)[0]);
+      }
+      EXPECT_TRUE(same_bits(counter_uniforms(42, 7, n), ones)) << n;
+      EXPECT_TRUE(same_bits(counter_normals(42, 7, n), one_normals)) << n;
+    }
+  }
+  vector::use_isa(vector::best_isa());
+}
+
+struct Moments {
+  double mean, deviation, skew, kurtosis;
+};
+
+Moments moments(const std::vector<float>& values) {
+  const auto n = static_cast<double>(values.size());
+  double mean = 0.0, m2 = 0.0, m3 = 0.0, m4 = 0.0;
+  for (const float v : values) mean += v / n;
+  for (const float v : values) {
+    const double d = v - mean;
+    m2 += d * d / n, m3 += d * d * d / n, m4 += d * d * d * d / n;
+  }
+  return {mean, std::sqrt(m2), m3 / std::pow(m2, 1.5), m4 / (m2 * m2)};
+}
+
+TEST(Random, NormalsHaveTheMomentsOfANormal) {
+  Rng rng = rng_from_key({99});
+  const std::size_t n = 1000000;
+  for (const auto& values : {rng.normals(n), counter_normals(hash_key({99}), 0, n)}) {
+    const Moments m = moments(values);
+    EXPECT_NEAR(m.mean, 0.0, 0.005);
+    EXPECT_NEAR(m.deviation, 1.0, 0.004);
+    EXPECT_NEAR(m.skew, 0.0, 0.012);
+    EXPECT_NEAR(m.kurtosis, 3.0, 0.03);
+  }
+}
+
+TEST(Noise, ARowIsTheSameInEveryWindow) {
+  const Key key = {7};
+  for (const bool counter : {false, true}) {
+    const Image whole = band_noise(key, -300, 600, 5, counter);
+    ASSERT_EQ(whole.h, 900);
+    for (const auto& [y0, y1] : {std::pair{-300, -299},
+                                 {-257, -255},
+                                 {-1, 1},
+                                 {0, 256},
+                                 {255, 257},
+                                 {100, 101},
+                                 {512, 600}}) {
+      const Image window = band_noise(key, y0, y1, 5, counter);
+      const auto from = whole.data.begin() + (y0 + 300) * 5;
+      EXPECT_TRUE(same_bits(window.data, {from, from + (y1 - y0) * 5})) << y0 << ", " << counter;
+    }
+    EXPECT_TRUE(band_noise(key, 4, 4, 5, counter).data.empty());
+  }
+  // The first values of the bands -1 and 0.
+  EXPECT_FLOAT_EQ(band_noise(key, -256, -255, 2, false).data[1], -1.0901399850845337f);
+  EXPECT_FLOAT_EQ(band_noise(key, 0, 1, 2, false).data[0], -1.0406590700149536f);
+}
+
+TEST(Noise, RowUniformsBelongToTheStripsFirstRow) {
+  for (const bool counter : {false, true}) {
+    const std::vector<float> strip = row_uniforms({7}, 40, 1000, counter);
+    EXPECT_TRUE(same_bits(row_uniforms({7}, 40, 1000, counter), strip));
+    EXPECT_FALSE(same_bits(row_uniforms({7}, 41, 1000, counter), strip));
+    double mean = 0.0;
+    for (const float v : strip) {
+      EXPECT_TRUE(v >= 0.0f && v <= 1.0f);
+      mean += v / 1000.0;
+    }
+    EXPECT_NEAR(mean, 0.5, 0.04);
+  }
+}
+
+TEST(Noise, SmoothFieldsHaveUnitVarianceAndTheFiltersCorrelation) {
+  Rng rng = rng_from_key({5});
+  const Image field = normalised_noise(rng, 400, 300, 3.0);
+  EXPECT_EQ(field.w, 400);
+  EXPECT_NEAR(standard_deviation(field.data.data(), field.data.size()), 1.0, 1e-6);
+  // White noise under a Gaussian has the autocorrelation exp(-d^2 / (4 sigma^2)).
+  double product = 0.0;
+  std::size_t n = 0;
+  for (int y = 0; y < 300; ++y)
+    for (int x = 0; x + 3 < 400; ++x, ++n) product += field.at(y, x) * field.at(y, x + 3);
+  EXPECT_NEAR(product / static_cast<double>(n), std::exp(-0.25), 0.03);
+
+  const Image rough = gaussian_noise_image({5}, 0, 300, 400, 0.0, true);
+  EXPECT_NEAR(standard_deviation(rough.data.data(), rough.data.size()), 1.0, 0.01);
+  const Image smooth = gaussian_noise_image({5}, 0, 300, 400, 2.0, true);
+  // A Gaussian leaves white noise the deviation 1 / (2 sqrt(pi) sigma).
+  EXPECT_NEAR(standard_deviation(smooth.data.data(), smooth.data.size()), 0.141, 0.006);
+}
+
+TEST(Noise, AFieldOfOnePixelStaysFinite) {
+  Rng rng = rng_from_key({1});
+  EXPECT_TRUE(std::isfinite(normalised_noise(rng, 1, 1, 5.0).data[0]));
+}
+
+}  // namespace
+}  // namespace morva

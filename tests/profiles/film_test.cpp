@@ -1,0 +1,187 @@
+// The H&D curve and what development makes of a film record.
+
+#include "profiles/film.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "image/errors.h"
+#include "profiles/hd_curve.h"
+
+namespace morva {
+namespace {
+
+Json silver() {
+  return Json::parse(R"({"type": "bw",
+    "negative": {"dmin": 0.1, "dmax": 2.1, "gamma": 0.6, "mid_density": 0.9},
+    "grain": {"amount": 0.05, "size_um": 10}})");
+}
+
+Json layers_of(const char* type) {
+  Json film = Json::parse(R"({"layers": {
+    "r": {"dmin": 0.2, "dmax": 2.2, "gamma": 0.6, "mid_density": 0.8},
+    "g": {"dmin": 0.4, "dmax": 2.4, "gamma": 0.6, "mid_density": 0.8},
+    "b": {"dmin": 0.6, "dmax": 2.6, "gamma": 0.6}}})");
+  film["type"] = type;
+  return film;
+}
+
+Json resolve(const Json& film, double push = 0.0, const char* dev = "standard", double dev_c = 21.0,
+             double mottle = 1.0, double c41_c = 30.0) {
+  return resolve_film(film, push, dev, dev_c, mottle, c41_c);
+}
+
+TEST(HdCurve, PassesItsAnchorWithItsSlope) {
+  for (const double toe : {0.7, 1.0, 1.5, 2.4}) {
+    for (const double gamma : {0.5, 1.8, 3.0}) {
+      const HdCurve curve = make_curve(0.1, 2.3, gamma, toe, kGreyDensity);
+      EXPECT_NEAR(0.1 + kGreyDensity, curve.density(0.0), 1e-12);
+      const double slope = (curve.density(1e-5) - curve.density(-1e-5)) / 2e-5;
+      EXPECT_NEAR(gamma, slope, 1e-5) << toe;
+      EXPECT_NEAR(0.1, curve.density(-1e9), 1e-6);
+      EXPECT_NEAR(2.3, curve.density(1e9), 1e-6);
+    }
+  }
+  EXPECT_NEAR(0.18, std::pow(10.0, -kGreyDensity), 1e-15);
+  EXPECT_NEAR(std::log10(2.0), kLog10Stop, 0.0);
+}
+
+TEST(HdCurve, FloatFormFollowsTheDoubleForm) {
+  const HdCurve curve = make_curve(0.12, 2.7, 0.63, 1.4, 0.8);
+  std::vector<float> x;
+  for (float v = -8.0f; v < 8.0f; v += 0.0037f) x.push_back(v);
+  std::vector<float> density(x.size());
+  curve.density(x.data(), density.data(), x.size());
+  double largest = 0.0;
+  for (std::size_t i = 0; i < x.size(); ++i) {
+    largest = std::max(largest, std::fabs(density[i] - curve.density(x[i])));
+    if (i > 0) {
+      EXPECT_GE(density[i], density[i - 1]);
+    }
+  }
+  std::printf("largest difference %.3g\n", largest);
+  EXPECT_LT(largest, 3e-6);
+}
+
+TEST(HdCurve, AnAnchorBeyondTheRangeIsClampedButKept) {
+  const HdCurve curve = make_curve(0.0, 1.0, 0.6, 1.5, 5.0);
+  EXPECT_EQ(5.0, curve.dmid);
+  EXPECT_NEAR(0.999, curve.density(0.0), 1e-9);
+}
+
+TEST(ResolveFilm, EmptyPresetWritesTheWorkingKeys) {
+  const Json film = resolve(silver());
+  EXPECT_EQ(silver()["negative"], film["negative"]);
+  EXPECT_EQ(0.0, film["_adjacency"]);
+  EXPECT_EQ(150.0, film["_adjacency_um"]);
+  EXPECT_EQ(0.0, film["_exposure_shift"]);
+  EXPECT_FALSE(film.contains("_retained_silver"));
+  Json bare = silver();
+  bare["grain"] = 3;
+  EXPECT_EQ(Json::parse(R"({"amount": 0.08, "size_um": 5.0})"), resolve(bare)["grain"]);
+}
+
+TEST(ResolveFilm, PushSteepensFogsAndCoarsens) {
+  const Json film = resolve(silver(), 2.0);
+  EXPECT_NEAR(0.6 * 1.26, film["negative"]["gamma"].get<double>(), 1e-12);
+  EXPECT_NEAR(0.17, film["negative"]["dmin"].get<double>(), 1e-12);
+  EXPECT_NEAR(0.1 + 2.0 * 1.12 + 0.07, film["negative"]["dmax"].get<double>(), 1e-12);
+  EXPECT_NEAR(0.9 * 1.26, film["negative"]["mid_density"].get<double>(), 1e-12);
+  EXPECT_NEAR(0.05 * 1.44, film["grain"]["amount"].get<double>(), 1e-12);
+  const Json pulled = resolve(silver(), -8.0);
+  EXPECT_NEAR(0.6 * 0.3, pulled["negative"]["gamma"].get<double>(), 1e-12);
+  EXPECT_NEAR(0.1 + 2.0 * 0.52, pulled["negative"]["dmax"].get<double>(), 1e-12);
+  EXPECT_NEAR(0.1, pulled["negative"]["dmin"].get<double>(), 1e-12);
+  // The anchor stops short of the shoulder.
+  Json dense = silver();
+  dense["negative"]["mid_density"] = 1.9;
+  const Json pushed = resolve(dense, 3.0);
+  const Json& negative = pushed["negative"];
+  EXPECT_NEAR(0.92 * (negative["dmax"].get<double>() - negative["dmin"].get<double>()),
+              negative["mid_density"].get<double>(), 1e-12);
+}
+
+TEST(ResolveFilm, PushOfASlideIsExposure) {
+  const Json film = resolve(layers_of("slide"), 1.0, "no such preset");
+  EXPECT_EQ(1.0, film["_exposure_shift"]);
+  EXPECT_NEAR(0.2 + 2.0 * 0.95 + 0.01, film["layers"]["r"]["dmax"].get<double>(), 1e-12);
+  EXPECT_EQ(0.8, film["layers"]["r"]["mid_density"]);
+  EXPECT_EQ(0.0, resolve(layers_of("color"), 1.0)["_exposure_shift"]);
+}
+
+TEST(ResolveFilm, HandBathFollowsItsTemperature) {
+  const auto gamma_b = [](double c41_c) {
+    return resolve(layers_of("color"), 0.0, "hand", 21.0, 1.0, c41_c)["layers"]["b"]["gamma"]
+        .get<double>();
+  };
+  EXPECT_NEAR(0.6 * 0.93, gamma_b(30.0), 1e-12);
+  EXPECT_NEAR(0.6, gamma_b(40.0), 1e-12);
+  EXPECT_NEAR(0.6 * std::pow(0.93, 2.538461538461539), gamma_b(10.0), 1e-12);
+  const Json cool = resolve(layers_of("color"), 0.0, "hand", 21.0, 1.0, 18.0);
+  EXPECT_NEAR(0.2 + 0.015 * 2.538461538461539, cool["layers"]["r"]["dmin"].get<double>(), 1e-12);
+  EXPECT_NEAR(0.08 * (1.0 + 0.15 * 2.538461538461539), cool["grain"]["amount"].get<double>(), 1e-12);
+}
+
+TEST(ResolveFilm, PresetsReachTheStages) {
+  const Json bleach = resolve(layers_of("color"), 0.0, "bleach_bypass");
+  EXPECT_EQ(0.38, bleach["_retained_silver"]);
+  const Json stand = resolve(silver(), 0.0, "stand");
+  EXPECT_EQ(0.30, stand["_adjacency"]);
+  EXPECT_EQ(180.0, stand["_adjacency_um"]);
+  EXPECT_EQ(0.16, stand["_adjacency_sat"]);
+  Json plate = silver();
+  plate["type"] = "collodion";
+  EXPECT_EQ(Json::parse("[0.90, 0.84, 0.74]"), resolve(plate, 0.0, "pyro")["_silver_tint"]);
+  EXPECT_NO_THROW(resolve(plate, 0.0, "standard"));
+}
+
+TEST(ResolveFilm, InstantPackFollowsTheWeather) {
+  Json film = layers_of("instant");
+  film["texture"] = Json::parse(R"({"mottle_amp": 1.0, "fine_amp": 1.0})");
+  film["tone_mottle"] = Json::parse(R"({"amp": 0.5})");
+  const Json mild = resolve(film, 3.0, "x");
+  EXPECT_FALSE(mild.contains("_temp_rough"));
+  EXPECT_EQ(1.0, mild["_dev_mottle"]);
+  EXPECT_EQ(0.6, mild["layers"]["r"]["gamma"]);
+  const Json cold = resolve(film, 0.0, "standard", 4.0, 2.0);
+  EXPECT_NEAR(0.2 + 2.0 * (1.0 - 0.17), cold["layers"]["r"]["dmax"].get<double>(), 1e-12);
+  EXPECT_NEAR(0.6 + 2.0 * (1.0 - 0.34), cold["layers"]["b"]["dmax"].get<double>(), 1e-12);
+  EXPECT_NEAR(1.9, cold["_temp_rough"].get<double>(), 1e-12);
+  EXPECT_NEAR(3.8, cold["texture"]["mottle_amp"].get<double>(), 1e-12);
+  EXPECT_NEAR(2.6, cold["texture"]["fine_amp"].get<double>(), 1e-12);
+  EXPECT_EQ(1.0, cold["tone_mottle"]["amp"]);
+}
+
+TEST(ResolveFilm, FailuresNameWhatIsWrong) {
+  const auto text_of = [](const Json& film, const char* dev) -> std::string {
+    try {
+      resolve(film, 0.0, dev);
+    } catch (const std::exception& error) {
+      return error.what();
+    }
+    return "no failure";
+  };
+  EXPECT_EQ("«x» — не вариант проявки. Доступно: standard, acutance, fine, stand",
+            text_of(silver(), "x"));
+  Json plate = silver();
+  plate["type"] = "collodion";
+  EXPECT_EQ("«x» — не вариант проявки коллодия. Доступно: iron, pyro", text_of(plate, "x"));
+  Json film = layers_of("color");
+  film["layers"]["g"].erase("dmax");
+  EXPECT_EQ("layer: нет ключа «dmax»", text_of(film, "standard"));
+  film["layers"]["g"]["dmax"] = Json();
+  EXPECT_EQ("«dmax»: ожидалось число, пришло null", text_of(film, "standard"));
+  film.erase("layers");
+  EXPECT_NE("no failure", text_of(film, "standard"));
+}
+
+TEST(ResolveFilm, DefaultPositives) {
+  EXPECT_EQ("ambrotype", default_positive({{"type", "collodion"}}));
+  EXPECT_EQ("scan_film", default_positive({{"type", "tricolor"}}));
+  EXPECT_EQ("bw_neutral", default_positive({{"type", "bw"}}));
+  EXPECT_EQ("color_scan", default_positive({{"type", "slide"}}));
+}
+
+}  // namespace
+}  // namespace morva

@@ -1,0 +1,80 @@
+// Truth, text and numbers of JSON values, as stages rely on them.
+
+#include "profiles/json_access.h"
+
+#include <gtest/gtest.h>
+
+#include "image/errors.h"
+#include "profiles/json_text.h"
+
+namespace morva {
+namespace {
+
+std::string failure(const Json& value) {
+  try {
+    as_number(value, "k");
+  } catch (const OptionsError& error) {
+    return error.what();
+  }
+  return "no failure";
+}
+
+TEST(JsonAccess, Truth) {
+  for (const char* text : {"null", "false", "0", "0.0", "-0.0", "\"\"", "[]", "{}"})
+    EXPECT_FALSE(truthy(Json::parse(text))) << text;
+  for (const char* text : {"true", "1", "-1", "0.1", "\"0\"", "\"false\"", "[0]", "{\"a\": null}",
+                           "18446744073709551615"})
+    EXPECT_TRUE(truthy(Json::parse(text))) << text;
+}
+
+TEST(JsonAccess, Text) {
+  EXPECT_EQ("None", as_text(Json()));
+  EXPECT_EQ("True", as_text(Json(true)));
+  EXPECT_EQ("120", as_text(Json(120)));
+  EXPECT_EQ("6.0", as_text(Json(6.0)));
+  EXPECT_EQ("-3.0", as_text(Json(-3.0)));
+  EXPECT_EQ("6.5", as_text(Json(6.5)));
+  EXPECT_EQ("[1,\"a\"]", as_text(Json::parse("[1, \"a\"]")));
+}
+
+TEST(JsonAccess, Numbers) {
+  EXPECT_EQ(1.0, as_number(Json(true), "k"));
+  EXPECT_EQ(30.0, as_number(Json("30"), "k"));
+  EXPECT_EQ(-0.5, as_number(Json("-.5"), "k"));
+  EXPECT_EQ(2e3, as_number(Json("+2e3"), "k"));
+  for (const char* text : {"", "abc", "30x", " 30", "1e999", "nan", "inf", "+-1", "0x10", "-"})
+    EXPECT_EQ("«k»: не число — " + std::string(text), failure(Json(text)));
+  EXPECT_EQ("«k»: ожидалось число, пришло null", failure(Json()));
+  EXPECT_EQ("«k»: ожидалось число, пришло {\"a\":1}", failure(Json::parse("{\"a\": 1}")));
+}
+
+TEST(JsonAccess, MissingNullAndFalsyDiffer) {
+  const Json map = Json::parse(R"({"nil": null, "zero": 0, "five": 5, "empty": ""})");
+  EXPECT_EQ(7.0, get_number(map, "missing", 7.0));
+  EXPECT_THROW(get_number(map, "nil", 7.0), OptionsError);
+  EXPECT_EQ(3.0, get_number_or(map, "missing", 3.0, 4.0));
+  EXPECT_EQ(4.0, get_number_or(map, "missing", 0.0, 4.0));
+  EXPECT_EQ(4.0, get_number_or(map, "nil", 3.0, 4.0));
+  EXPECT_EQ(4.0, get_number_or(map, "zero", 3.0, 4.0));
+  EXPECT_EQ(5.0, get_number_or(map, "five", 3.0, 4.0));
+  EXPECT_EQ("None", get_text(map, "nil", "d"));
+  EXPECT_EQ("d", get_text_or(map, "nil", "d"));
+  EXPECT_EQ("d", get_text_or(map, "empty", "d"));
+  EXPECT_EQ(std::nullopt, get_optional_text(map, "nil"));
+  EXPECT_EQ("", get_optional_text(map, "empty"));
+  EXPECT_FALSE(get_bool(map, "nil", true));
+  EXPECT_TRUE(has(map, "nil"));
+  const Json list = Json::parse("[1]");
+  EXPECT_TRUE(get(list, "five").is_null());
+  EXPECT_TRUE(get_object(list, "five").empty());
+}
+
+TEST(JsonText, DepthIsBounded) {
+  EXPECT_NO_THROW(parse_json(std::string(64, '[') + std::string(64, ']')));
+  EXPECT_ANY_THROW(parse_json(std::string(65, '[') + std::string(65, ']')));
+  EXPECT_ANY_THROW(parse_json("\"\xc3\x28\""));
+  EXPECT_ANY_THROW(parse_json("{\"a\": 1} // note"));
+}
+
+}  // namespace
+}  // namespace morva
