@@ -20,7 +20,9 @@ std::filesystem::path library_folder() {
   if (in_library == nullptr || dladdr(in_library, &info) == 0 || info.dli_fname == nullptr) {
     return {};
   }
-  return std::filesystem::path(info.dli_fname).parent_path();
+  std::error_code error;  // behind any link stands the file, and beside the file its profiles
+  const std::filesystem::path file = std::filesystem::canonical(info.dli_fname, error);
+  return error ? std::filesystem::path() : file.parent_path();
 }
 
 bool folder_is_writable(const std::filesystem::path& folder) {

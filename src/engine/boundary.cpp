@@ -18,20 +18,20 @@ static_assert(sizeof(MorvaImageInfo) == 336 && offsetof(MorvaImageInfo, is_raw) 
               offsetof(MorvaImageInfo, camera) == 9 && offsetof(MorvaImageInfo, lens) == 137 &&
               offsetof(MorvaImageInfo, focal_mm) == 272 &&
               offsetof(MorvaImageInfo, f_number) == 280 &&
-              offsetof(MorvaImageInfo, exposure_s) == 288 &&
-              offsetof(MorvaImageInfo, iso) == 296 && offsetof(MorvaImageInfo, date) == 300);
+              offsetof(MorvaImageInfo, exposure_s) == 288 && offsetof(MorvaImageInfo, iso) == 296 &&
+              offsetof(MorvaImageInfo, date) == 300);
 
 namespace {
 
-std::int32_t fail_with(MorvaError* err, std::int32_t code, const char* prefix,
-                       const char* text) noexcept {
+std::int32_t fail_with(MorvaError* err, std::int32_t code, std::string_view prefix,
+                       std::string_view text) noexcept {
   if (err == nullptr) return code;
   err->code = code;
   char* out = err->message;
   std::size_t room = sizeof err->message - 1;
-  for (const char* part : {prefix, text}) {
-    const std::size_t length = std::min(std::strlen(part), room);
-    std::memcpy(out, part, length);
+  for (const std::string_view part : {prefix, text}) {
+    const std::size_t length = std::min(part.size(), room);
+    std::memcpy(out, part.data(), length);
     out += length;
     room -= length;
   }
@@ -41,8 +41,8 @@ std::int32_t fail_with(MorvaError* err, std::int32_t code, const char* prefix,
 
 }  // namespace
 
-std::int32_t fail(MorvaError* err, std::int32_t code, const std::string& text) noexcept {
-  return fail_with(err, code, "", text.c_str());
+std::int32_t fail(MorvaError* err, std::int32_t code, std::string_view text) noexcept {
+  return fail_with(err, code, "", text);
 }
 
 void clear(MorvaError* err) noexcept {

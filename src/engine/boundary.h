@@ -1,9 +1,11 @@
-// The C boundary: what every export does before and after its work, so that no exception crosses it.
+// The C boundary: what every export does before and after its work, so that no exception crosses
+// it.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "image/image.h"
 #include "morva.h"
@@ -11,12 +13,12 @@
 namespace morva {
 
 // Fills `err`, which may be null, and returns `code`. A text longer than the record is cut.
-std::int32_t fail(MorvaError* err, std::int32_t code, const std::string& text) noexcept;
+std::int32_t fail(MorvaError* err, std::int32_t code, std::string_view text) noexcept;
 
 void clear(MorvaError* err) noexcept;
 
-// Turn the exception in flight into a code and a text. The first tells options, profiles and cancellation
-// apart; the second, for exports that only read a file or resample, knows 5 alone.
+// Turn the exception in flight into a code and a text. The first tells options, profiles and
+// cancellation apart; the second, for exports that only read a file or resample, knows 5 alone.
 std::int32_t render_failure(MorvaError* err) noexcept;
 std::int32_t plain_failure(MorvaError* err) noexcept;
 

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "engine/pending.h"
+#include "engine/sheet.h"
 #include "film/develop_bw.h"
 #include "film/develop_color.h"
 #include "film/exposure_mix.h"
@@ -14,7 +15,9 @@ namespace morva {
 
 namespace {
 
-bool is_plate_view(const Json& paper) { return get_text_or(paper, "kind", "") == "plate"; }
+bool is_plate_view(const Json& paper) {
+  return paper_kind(paper) == "plate";
+}
 
 // An opaque base has no glass for light to be thrown back in.
 void drop_glass_on_opaque_base(Json& stock, const Json& paper) {
@@ -26,25 +29,26 @@ void drop_glass_on_opaque_base(Json& stock, const Json& paper) {
 Image reproduce(Image print, const Json& paper, const Json& opts) {
   if (!truthy(get(paper, "repro"))) return print;
   Rng rng = seeded_rng(opts, kPrintStream);
-  return apply_repro(std::move(print), paper, opts, rng, get_number(opts, "print_px_um", 60.0));
+  return apply_repro(std::move(print), paper, opts, rng,
+                     get_number(opts, "print_px_um", kDefaultPrintPxUm));
 }
 
 // A film that is itself the positive, scanned and reproduced where the paper says so.
 Image show_positive(Image positive, const Json& paper, const Json& opts) {
-  if (get_text_or(paper, "kind", "") == "scan" || truthy(get(paper, "scan")))
-    positive = scan_positive(std::move(positive), paper);
+  if (paper_kind(paper) == "scan" || truthy(get(paper, "scan")))
+    positive = scan_positive(std::move(positive), paper, opts);
   return reproduce(std::move(positive), paper, opts);
 }
 
-// A silver or dye print goes on to the press and gets the surface of its sheet. A black-and-white print
-// goes as one channel.
+// A silver or dye print goes on to the press and gets the surface of its sheet. A black-and-white
+// print goes as one channel.
 Image reproduce_and_surface(Image print, const std::string& type, const Json& paper,
                             const Json& opts) {
   const bool has_repro = truthy(get(paper, "repro"));
   const bool has_surface = truthy(get(paper, "surface"));
   if (!has_repro && !has_surface) return print;
   Rng rng = seeded_rng(opts, kPrintStream);
-  const double print_px_um = get_number(opts, "print_px_um", 60.0);
+  const double print_px_um = get_number(opts, "print_px_um", kDefaultPrintPxUm);
   if (has_repro) {
     if (type == "bw") print = extract_channel(print, 0);
     print = apply_repro(std::move(print), paper, opts, rng, print_px_um);
@@ -62,7 +66,7 @@ bool prints_by_process(const std::string& film_type, const Json& paper) {
 }
 
 Image develop_print(Image work, Json stock, const Json& paper, const Json& opts, double um_per_px,
-                    const Image* uneven, RenderContext& ctx, const Image*) {
+                    const Image* uneven, RenderContext& ctx, const Image* process_mask) {
   const std::string type = get_text_or(stock, "type", "");
   const std::string paper_type = get_text_or(paper, "type", "");
   if (type == "collodion") drop_glass_on_opaque_base(stock, paper);
@@ -73,7 +77,7 @@ Image develop_print(Image work, Json stock, const Json& paper, const Json& opts,
   if (type == "tricolor") return show_positive(develop_tricolor(std::move(work)), paper, opts);
   if (type == "instant") return develop_instant(std::move(work));
   if (type == "collodion" && is_plate_view(paper)) return view_plate(std::move(work));
-  if (prints_by_process(type, paper)) return print_process(std::move(work));
+  if (prints_by_process(type, paper)) return print_process(std::move(work), process_mask);
 
   const auto print_silver = [&] {
     Negative negative = develop_bw(work, stock, opts, um_per_px, uneven, ctx);

@@ -7,9 +7,10 @@
 
 namespace morva {
 
-// `work` is the scene on the film (linear light, three channels), `stock` the resolved film with its seeds,
-// `um_per_px` a pixel's size on the film. `uneven` (field of uneven development) and `process_mask` (the
-// rebate of an alternative process) may be null. Returns the positive, linear, three channels.
+// `work` is the scene on the film (linear light, three channels), `stock` the resolved film with
+// its seeds, `um_per_px` a pixel's size on the film. `uneven` (field of uneven development) and
+// `process_mask` (the rebate of an alternative process) may be null. Returns the positive, linear,
+// three channels.
 Image develop_print(Image work, Json stock, const Json& paper, const Json& opts, double um_per_px,
                     const Image* uneven, RenderContext& ctx, const Image* process_mask);
 

@@ -12,14 +12,14 @@
 namespace morva {
 
 struct EngineState {
-  // Held for a whole render and for every change of backend; taken before the state lock, never after.
+  // Held for a whole render and for every change of backend; taken before the state lock, never
+  // after.
   std::mutex render_lock;
 
   // Held for moments only, never while a picture is computed. Guards what follows.
   std::mutex state_lock;
   std::unique_ptr<ProfileStore> store;
-  std::unique_ptr<gpu::GpuBackend> gpu;
-  bool gpu_selected = false;
+  std::unique_ptr<gpu::GpuBackend> gpu;  // null: the CPU renders
 };
 
 EngineState& engine_state();

@@ -14,8 +14,7 @@ FilmArea plan_film_area(const Json& film, const Json& opts, int width0, int heig
   area.is_instant = get_text_or(film, "type", "") == "instant";
   const std::string own_format = get_text_or(film, "format_default", "135");
   area.format_name = get_text_or(opts, "format", own_format);
-  const FrameChoice frame =
-      resolve_frame(area.format_name, get_optional_text(opts, "frame_size"));
+  const FrameChoice frame = resolve_frame(area.format_name, get_optional_text(opts, "frame_size"));
   area.family = frame.family;
   area.frame_name = frame.name;
   if (frame.name) {

@@ -1,5 +1,5 @@
-// The one straight walk from a linear picture to the finished sheet. It says when each stage runs, what it
-// is handed and what comes back; how a stage works stands in the stage.
+// The one straight walk from a linear picture to the finished sheet. It says when each stage runs,
+// what it is handed and what comes back; how a stage works stands in the stage.
 #pragma once
 
 #include <array>
@@ -12,8 +12,8 @@
 
 namespace morva {
 
-// Looks the profiles up and renders. An empty `paper_name` means the film's own paper. Throws ProfileError
-// for a name that is not there.
+// Looks the profiles up and renders. An empty `paper_name` means the film's own paper. Throws
+// ProfileError for a name that is not there.
 Image render_named(const ProfileStore& store, const Image& input, const std::string& film_name,
                    const std::string& lens_name, const std::string& paper_name, const Json& options,
                    RenderContext& ctx);
@@ -26,13 +26,14 @@ Image process(const ProfileStore& store, const Image& input, const Json& film, c
 // The film as it is loaded into the camera: aged and with its development folded in.
 Json developed_stock(const Json& film, const Json& opts);
 
-// Sets `print_cm` and `print_px_um`, the size of the print and of its pixels. `pic_long` and `film_long`
-// are the long sides in pixels without and with the rebate, `long_um` the latter's length on the film.
-void update_print_scale(Json& opts, const Json& paper, bool is_instant, double long_um, int pic_long,
-                        int film_long);
+// Sets `print_cm` and `print_px_um`, the size of the print and of its pixels. `pic_long` and
+// `film_long` are the long sides in pixels without and with the rebate, `long_um` the latter's
+// length on the film.
+void update_print_scale(Json& opts, const Json& paper, bool is_instant, double long_um,
+                        int pic_long, int film_long);
 
-// The colour that an unexposed edge of this film gives on this paper: an 8 x 8 picture of no light, without
-// grain. `resolved` is the developed stock.
+// The colour that an unexposed edge of this film gives on this paper: an 8 x 8 picture of no light,
+// without grain. `resolved` is the developed stock.
 std::array<float, 3> black_probe(const Json& resolved, const Json& paper, const Json& opts,
                                  double um_per_px, RenderContext& ctx);
 

@@ -10,7 +10,9 @@ using namespace morva;
 
 namespace {
 
-bool is_empty(const char* text) { return text == nullptr || *text == '\0'; }
+bool is_empty(const char* text) {
+  return text == nullptr || *text == '\0';
+}
 
 }  // namespace
 

@@ -52,8 +52,7 @@ Json merged_options(const Json& user) {
   if (user.is_null()) return merged;
   if (!user.is_object()) throw OptionsError("опции должны быть JSON-объектом");
   for (const auto& [key, value] : user.items()) {
-    if (!accepted_keys().contains(key))
-      throw OptionsError("незнакомый ключ опций: «" + key + "»");
+    if (!accepted_keys().contains(key)) throw OptionsError("незнакомый ключ опций: «" + key + "»");
     merged[key] = value;
   }
   return merged;

@@ -1,4 +1,5 @@
-// The vocabulary of a render: every option with its default, and the check that keeps out unknown keys.
+// The vocabulary of a render: every option with its default, and the check that keeps out unknown
+// keys.
 #pragma once
 
 #include <string>
@@ -7,8 +8,9 @@
 
 namespace morva {
 
-// The defaults with `user`'s keys laid over them; a null `user` gives the defaults alone, and a null value
-// switches a default off. Throws OptionsError when `user` is not an object or holds an unknown key.
+// The defaults with `user`'s keys laid over them; a null `user` gives the defaults alone, and a
+// null value switches a default off. Throws OptionsError when `user` is not an object or holds an
+// unknown key.
 Json merged_options(const Json& user);
 
 // Every accepted key, sorted and joined by ",".

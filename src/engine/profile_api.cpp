@@ -11,7 +11,9 @@ using namespace morva;
 
 extern "C" {
 
-MORVA_API const char* morva_version(void) { return "morva-win 0.1 (пакет 123, DX12)"; }
+MORVA_API const char* morva_version(void) {
+  return "morva-win 0.1 (пакет 123, DX12)";
+}
 
 MORVA_API void morva_free(MorvaImage* image) {
   if (image == nullptr) return;
@@ -19,7 +21,9 @@ MORVA_API void morva_free(MorvaImage* image) {
   *image = MorvaImage{};
 }
 
-MORVA_API void morva_free_bytes(void* bytes) { std::free(bytes); }
+MORVA_API void morva_free_bytes(void* bytes) {
+  std::free(bytes);
+}
 
 MORVA_API int32_t morva_profiles_load(const char* dir, MorvaError* err) {
   clear(err);

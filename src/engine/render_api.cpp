@@ -16,8 +16,9 @@ namespace morva {
 
 namespace {
 
-// Light beyond this is bounded, and a sample that is not a number counts as black, so that a damaged pixel
-// stays one pixel instead of spreading through every blur. The sun's disc is about 1e6 above white.
+// Light beyond this is bounded, and a sample that is not a number counts as black, so that a
+// damaged pixel stays one pixel instead of spreading through every blur. The sun's disc is about
+// 1e6 above white.
 constexpr float kBrightestLight = 1e9f;
 
 Image bounded_picture(const float* rgb, std::int32_t width, std::int32_t height) {
@@ -49,15 +50,23 @@ struct RenderCall {
   const std::int32_t* cancel;
 };
 
+// The backend in use, or null for the CPU.
+gpu::GpuBackend* active_backend() {
+  EngineState& state = engine_state();
+  const std::lock_guard guard(state.state_lock);
+  return state.gpu.get();
+}
+
+bool recovered(const gpu::GpuLost& lost, bool may_retry) {
+  const std::lock_guard guard(engine_state().state_lock);
+  return gpu::recover(lost, may_retry);
+}
+
 Image render_once(const ProfileStore& store, const Image& input, const Json& options,
                   const RenderCall& call) {
   RenderContext ctx;
   ctx.cancel = call.cancel;
-  {
-    EngineState& state = engine_state();
-    const std::lock_guard guard(state.state_lock);
-    if (state.gpu_selected) ctx.gpu = state.gpu.get();
-  }
+  ctx.gpu = active_backend();
   return render_named(store, input, call.film, call.lens, call.paper != nullptr ? call.paper : "",
                       options, ctx);
 }
@@ -97,14 +106,18 @@ MORVA_API int32_t morva_render_ex(const float* rgb, int32_t width, int32_t heigh
         hand_out(render_once(*store, input, parsed, call), out);
         return MORVA_OK;
       } catch (const gpu::GpuLost& lost) {
-        if (!gpu::recover(lost, attempt == 0)) return gpu_lost(err, lost.what());
+        if (!recovered(lost, attempt == 0)) return gpu_lost(err, lost.what());
       }
     }
   });
 }
 
 MORVA_API int32_t morva_option_keys(char* buf, int32_t cap) {
-  return hand_out(option_keys_text(), buf, cap);
+  try {
+    return hand_out(option_keys_text(), buf, cap);
+  } catch (...) {  // no memory for the text
+    return 0;
+  }
 }
 
 }  // extern "C"

@@ -15,43 +15,41 @@ namespace {
 
 constexpr double kLargestSheetPixels = 2147483648.0;  // 24 GiB of samples
 
-bool is_chosen(const Json& opts, const char* key) {
-  const auto name = get_optional_text(opts, key);
-  return name && *name != "none";
-}
-
 struct Span {
   int first = 0;
   int last = -1;
   int count = 0;
 };
 
-Span occupied(const std::vector<char>& flags) {
+Span used_lines(const std::vector<char>& has_picture) {
   Span span;
-  for (int i = 0; i < static_cast<int>(flags.size()); ++i) {
-    if (!flags[i]) continue;
+  for (int i = 0; i < static_cast<int>(has_picture.size()); ++i) {
+    if (!has_picture[i]) continue;
     if (span.count++ == 0) span.first = i;
     span.last = i;
   }
   return span;
 }
 
-// Steps from `from` in direction `step` to the first value above one half; 0 when there is none.
-int distance_to_picture(const Image& mask, bool along_row, int line, int from, int step) {
+enum class Side { top, bottom, left, right };
+
+// Steps from a side of the raster, along row or column `line`, to the first value above one half; 0
+// when there is none.
+int distance_to_picture(const Image& mask, Side side, int line) {
+  const bool along_row = side == Side::left || side == Side::right;
+  const bool from_end = side == Side::bottom || side == Side::right;
   const int n = along_row ? mask.w : mask.h;
   for (int i = 0; i < n; ++i) {
-    const int at = from + step * i;
+    const int at = from_end ? n - 1 - i : i;
     if ((along_row ? mask.at(line, at) : mask.at(at, line)) > 0.5f) return i;
   }
   return 0;
 }
 
-int deepest(const Image& mask, bool along_rows, const Span& lines, int margin, bool from_end) {
-  const int n = along_rows ? mask.w : mask.h;
+int ragged_depth(const Image& mask, Side side, const Span& lines) {
   int depth = 0;
-  for (int line = lines.first + margin; line <= lines.last - margin; ++line)
-    depth = std::max(depth, distance_to_picture(mask, along_rows, line, from_end ? n - 1 : 0,
-                                                from_end ? -1 : 1));
+  for (int line = lines.first; line <= lines.last; ++line)
+    depth = std::max(depth, distance_to_picture(mask, side, line));
   return depth;
 }
 
@@ -71,15 +69,16 @@ Image stamp_in_mat(Image sheet, Json& opts) {
 
 Image pad_border(Image image, double border, const std::array<float, 3>& rgb) {
   if (border <= 0.0) return image;
-  const double wide = std::nearbyint(std::max(image.h, image.w) * border);
-  if ((image.h + 2.0 * wide) * (image.w + 2.0 * wide) > kLargestSheetPixels) throw std::bad_alloc();
-  const int p = static_cast<int>(wide);
+  const double border_px = std::nearbyint(std::max(image.h, image.w) * border);
+  if ((image.h + 2.0 * border_px) * (image.w + 2.0 * border_px) > kLargestSheetPixels)
+    throw std::bad_alloc();
+  const int p = static_cast<int>(border_px);
   Image sheet(image.h + 2 * p, image.w + 2 * p, 3);
-  for (std::size_t i = 0; i < sheet.pixels(); ++i)
-    std::copy_n(rgb.data(), 3, &sheet.data[i * 3]);
+  for (std::size_t i = 0; i < sheet.pixels(); ++i) std::copy_n(rgb.data(), 3, &sheet.data[i * 3]);
   for (int y = 0; y < image.h; ++y)
     for (int x = 0; x < image.w; ++x)
-      for (int k = 0; k < 3; ++k) sheet.at(y + p, x + p, k) = image.at(y, x, k);
+      std::copy_n(&image.data[(static_cast<std::size_t>(y) * image.w + x) * image.c], 3,
+                  &sheet.at(y + p, x + p));
   return sheet;
 }
 
@@ -95,23 +94,39 @@ std::optional<std::array<double, 4>> measure_white_frame(const Image& mask, doub
                                                          const RebatePreset* preset) {
   constexpr double corner_bulge = 0.293;  // 1 - cos 45: what a round corner takes of its radius
   const int rebate = (std::max(mask.h, mask.w) - static_cast<int>(long_px)) / 2;
-  const int m = preset == nullptr
-                    ? 0
-                    : static_cast<int>(std::nearbyint(std::max(1, rebate) * preset->gate_corner));
-  std::vector<char> rows(mask.h), columns(mask.w);
+  const int corner_px =
+      preset == nullptr
+          ? 0
+          : static_cast<int>(std::nearbyint(std::max(1, rebate) * preset->gate_corner));
+  std::vector<char> row_has_picture(mask.h), column_has_picture(mask.w);
   for (int y = 0; y < mask.h; ++y)
     for (int x = 0; x < mask.w; ++x)
-      if (mask.at(y, x) > 0.5f) rows[y] = columns[x] = 1;
-  const Span high = occupied(rows);
-  const Span wide = occupied(columns);
-  if (high.count <= 2 * m + 2 || wide.count <= 2 * m + 2) return std::nullopt;
-  const double c = m * corner_bulge;
-  return std::array{deepest(mask, false, wide, m, false) + c, deepest(mask, false, wide, m, true) + c,
-                    deepest(mask, true, high, m, false) + c, deepest(mask, true, high, m, true) + c};
+      if (mask.at(y, x) > 0.5f) row_has_picture[y] = column_has_picture[x] = 1;
+  Span rows = used_lines(row_has_picture);
+  Span columns = used_lines(column_has_picture);
+  if (rows.count <= 2 * corner_px + 2 || columns.count <= 2 * corner_px + 2) return std::nullopt;
+  for (Span* lines : {&rows, &columns}) {
+    lines->first += corner_px;
+    lines->last -= corner_px;
+  }
+  const double bulge_px = corner_px * corner_bulge;
+  return std::array{ragged_depth(mask, Side::top, columns) + bulge_px,
+                    ragged_depth(mask, Side::bottom, columns) + bulge_px,
+                    ragged_depth(mask, Side::left, rows) + bulge_px,
+                    ragged_depth(mask, Side::right, rows) + bulge_px};
+}
+
+std::string paper_kind(const Json& paper) {
+  return get_text_or(paper, "kind", "");
+}
+
+bool is_chosen(const Json& opts, std::string_view key) {
+  const auto name = get_optional_text(opts, key);
+  return name && *name != "none";
 }
 
 bool paper_has_sheet(const Json& paper) {
-  if (get_text_or(paper, "kind", "") == "scan") return false;
+  if (paper_kind(paper) == "scan") return false;
   const Json& sheet = get(paper, "sheet");
   return !(sheet.is_boolean() && !sheet.get<bool>());
 }

@@ -9,9 +9,6 @@ namespace morva {
 
 namespace {
 
-// Mean of three layers: summed in single precision, divided in double.
-float layer_mean(const float* p) { return static_cast<float>((p[0] + p[1] + p[2]) / 3.0); }
-
 void mix_differences(Image& density, const std::array<float, 9>& m) {
   float* p = density.data.data();
   for (std::size_t i = 0; i < density.pixels(); ++i, p += 3) {

@@ -9,6 +9,11 @@
 
 namespace morva {
 
+// Mean of a pixel's three layers: summed in single precision, divided in double.
+inline float layer_mean(const float* p) {
+  return static_cast<float>((p[0] + p[1] + p[2]) / 3.0);
+}
+
 // The film's coupler matrix, in row order: `couplers.matrix`, or, when that is absent and option
 // `interlayer` is on, `couplers.matrix_ds`. Throws ProfileError when it does not hold nine numbers.
 std::optional<std::array<float, 9>> coupler_matrix(const Json& film, const Json& options);

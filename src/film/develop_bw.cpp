@@ -42,7 +42,8 @@ Negative develop_bw(const Image& scene, const Json& film, const Json& options, d
   Negative negative;
   negative.curve = negative_curve(film.at("negative"));
   const auto fog = static_cast<float>(negative.curve.dmin);
-  Image density = develop_silver(std::move(light), {negative.curve, exposure_total(options, film)}, ctx);
+  Image density =
+      develop_silver(std::move(light), {negative.curve, exposure_total(options, film)}, ctx);
   if (uneven != nullptr)
     density = apply_uneven(std::move(density), {fog, fog, fog}, *uneven, {1.0f, 1.0f, 1.0f}, 1.0f);
   density = adjacency(std::move(density), film, px_um);

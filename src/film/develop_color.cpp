@@ -1,6 +1,7 @@
 #include "film/develop_color.h"
 
 #include <utility>
+#include <vector>
 
 #include "film/couplers.h"
 #include "film/emulsion.h"
@@ -16,7 +17,7 @@ namespace morva {
 namespace {
 
 // One layer of `light` from exposure to density, row by row, in place.
-void expose_layer(Image& light, int layer, const DevelopParams& params) {
+void develop_layer(Image& light, int layer, const DevelopParams& params) {
   const HdCurve& curve = params.curves[layer];
   const float layer_shift =
       params.layer_ev ? static_cast<float>(kLog10Stop) * (*params.layer_ev)[layer] : 0.0f;
@@ -25,14 +26,13 @@ void expose_layer(Image& light, int layer, const DevelopParams& params) {
     float* pixels = &light.data[static_cast<std::size_t>(y) * light.row_samples() + layer];
     for (int x = 0; x < light.w; ++x) row[x] = pixels[3 * x];
     log_exposure(row.data(), row.data(), row.size(), params.ev);
-    if (params.layer_ev)
-      for (float& exposure : row) exposure += layer_shift;
+    for (float& exposure : row) exposure += layer_shift;
     curve.density(row.data(), row.data(), row.size());
     for (int x = 0; x < light.w; ++x) pixels[3 * x] = row[x];
   }
 }
 
-void shift_layers(Image& density, const std::array<HdCurve, 3>& curves, float sign) {
+void add_mid_density(Image& density, const std::array<HdCurve, 3>& curves, float sign) {
   float mid[3];
   for (int k = 0; k < 3; ++k) mid[k] = sign * static_cast<float>(curves[k].dmid);
   float* p = density.data.data();
@@ -43,10 +43,10 @@ void shift_layers(Image& density, const std::array<HdCurve, 3>& curves, float si
 // Silver that was not bleached: neutral, and proportional to the density above a mid grey.
 void retain_silver(Image& density, double retained) {
   if (retained <= 0.0001) return;
-  const auto share = static_cast<float>(retained);
+  const auto silver_per_density = static_cast<float>(retained);
   float* p = density.data.data();
   for (std::size_t i = 0; i < density.pixels(); ++i, p += 3) {
-    const float silver = static_cast<float>((p[0] + p[1] + p[2]) / 3.0) * share;
+    const float silver = layer_mean(p) * silver_per_density;
     for (int k = 0; k < 3; ++k) p[k] += silver;
   }
 }
@@ -71,7 +71,7 @@ DevelopParams develop_params(const Json& film, const Json& options, const Image*
 }
 
 Image develop_dyes(Image light, const DevelopParams& params) {
-  for (int layer = 0; layer < 3; ++layer) expose_layer(light, layer, params);
+  for (int layer = 0; layer < 3; ++layer) develop_layer(light, layer, params);
   Image density = std::move(light);
   if (params.uneven != nullptr) {
     const std::array<float, 3> fog = {static_cast<float>(params.curves[0].dmin),
@@ -79,10 +79,10 @@ Image develop_dyes(Image light, const DevelopParams& params) {
                                       static_cast<float>(params.curves[2].dmin)};
     density = apply_uneven(std::move(density), fog, *params.uneven, {1.0f, 1.0f, 1.15f}, 1.0f);
   }
-  shift_layers(density, params.curves, -1.0f);
+  add_mid_density(density, params.curves, -1.0f);
   apply_couplers(density, params.couplers, params.saturation);
   retain_silver(density, params.retained_silver);
-  shift_layers(density, params.curves, 1.0f);
+  add_mid_density(density, params.curves, 1.0f);
   return density;
 }
 
@@ -91,8 +91,7 @@ ColorNegative develop_color(Image scene, const Json& film, const Json& options, 
   Image light = emulsion_blur(std::move(scene), film, px_um);
   const HalationParams halation =
       halation_params(get(film, "halation"), px_um, get_number(options, "halation_mult", 1.0));
-  if (halation.active)
-    halate(light, mix_channels(light, kLumaR, kLumaG, kLumaB), halation, px_um);
+  if (halation.active) halate(light, mix_channels(light, kLumaR, kLumaG, kLumaB), halation, px_um);
   check_cancel(ctx);
 
   const DevelopParams params = develop_params(film, options, uneven);
@@ -105,8 +104,9 @@ ColorNegative develop_color(Image scene, const Json& film, const Json& options, 
     negative.density = develop_dyes(std::move(light), params);
   }
   negative.density = adjacency(std::move(negative.density), film, px_um);
-  negative.density = grain_color(std::move(negative.density), film, options, px_um, negative.curves);
-  shift_layers(negative.density, negative.curves, -1.0f);
+  negative.density =
+      grain_color(std::move(negative.density), film, options, px_um, negative.curves);
+  add_mid_density(negative.density, negative.curves, -1.0f);
   return negative;
 }
 

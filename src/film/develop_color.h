@@ -12,13 +12,13 @@
 namespace morva {
 
 struct DevelopParams {
-  std::array<HdCurve, 3> curves;                  // layers r, g, b
-  double ev = 0.0;                                // exposure, stops
-  std::optional<std::array<float, 3>> layer_ev;   // exposure of each layer beside it, stops
-  const Image* uneven = nullptr;                  // field of uneven development, one channel, or none
-  std::optional<std::array<float, 9>> couplers;   // layer matrix in row order
-  double saturation = 0.0;                        // widens colour differences where there is no matrix
-  double retained_silver = 0.0;                   // neutral density that rides on the dyes
+  std::array<HdCurve, 3> curves;                 // layers r, g, b
+  double ev = 0.0;                               // exposure, stops
+  std::optional<std::array<float, 3>> layer_ev;  // exposure of each layer beside it, stops
+  const Image* uneven = nullptr;  // field of uneven development, one channel, or none
+  std::optional<std::array<float, 9>> couplers;  // layer matrix in row order
+  double saturation = 0.0;       // widens colour differences where there is no matrix
+  double retained_silver = 0.0;  // neutral density that rides on the dyes
 };
 
 DevelopParams develop_params(const Json& film, const Json& options, const Image* uneven);
@@ -26,8 +26,8 @@ DevelopParams develop_params(const Json& film, const Json& options, const Image*
 // From exposed light (linear, three channels, film blur and halation done) to layer densities.
 Image develop_dyes(Image light, const DevelopParams& params);
 
-// Exposes and develops `scene` (linear light as the layers see it, three channels). `px_um`: a pixel's
-// size on the film, micrometres. `uneven` may be null.
+// Exposes and develops `scene` (linear light as the layers see it, three channels). `px_um`: a
+// pixel's size on the film, micrometres. `uneven` may be null.
 ColorNegative develop_color(Image scene, const Json& film, const Json& options, double px_um,
                             const Image* uneven, RenderContext& ctx);
 

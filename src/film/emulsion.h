@@ -1,5 +1,5 @@
-// The emulsion as an optical body: its own blur, the light that its base throws back, and the development
-// effect along edges.
+// The emulsion as an optical body: its own blur, the light that its base throws back, and the
+// development effect along edges.
 #pragma once
 
 #include <vector>
@@ -9,13 +9,13 @@
 
 namespace morva {
 
-// Blur of the emulsion, from the film's spatial frequency of half response (`mtf.f50_cyc_mm`, cycles a
-// millimetre). Linear light, any channel count; `px_um` is a pixel's size on the film in micrometres.
-// Below a sigma of 0.18 pixels the image passes as it is.
+// Blur of the emulsion, from the film's spatial frequency of half response (`mtf.f50_cyc_mm`,
+// cycles a millimetre). Linear light, any channel count; `px_um` is a pixel's size on the film in
+// micrometres. Below a sigma of 0.18 pixels the image passes as it is.
 Image emulsion_blur(Image image, const Json& film, double px_um);
 
-// One edge effect of development: exhausted developer drifts across an edge, so that the dense side grows
-// denser and the thin side thinner.
+// One edge effect of development: exhausted developer drifts across an edge, so that the dense side
+// grows denser and the thin side thinner.
 struct AdjacencyTerm {
   double k = 0.0;         // small-signal strength
   double sigma_px = 0.0;  // reach of the drift, pixels

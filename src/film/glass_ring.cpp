@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <vector>
 
 #include "image/convolution.h"
@@ -12,11 +13,11 @@ namespace morva {
 
 namespace {
 
-constexpr double kPi = 3.141592653589793;
+using std::numbers::pi;
 constexpr int kAngles = 20000;
 constexpr double kSteepestTangent = 4.0;
-constexpr double kReachInThicknesses = 8.0;  // 2 t tan(theta) at the steepest angle
-constexpr double kBlocksPerThickness = 0.0625;
+constexpr double kReachInThicknesses = 2.0 * kSteepestTangent;
+constexpr double kBlockInThicknesses = 0.0625;
 
 // Radial density of the returned light: g(r) in 1/mm at rising distances r in mm.
 struct RadialDensity {
@@ -40,8 +41,8 @@ std::vector<double> derivative(const std::vector<double>& c, const std::vector<d
   return d;
 }
 
-// A Lambertian emulsion sends 2 sin cos dtheta of its light into a ring of angles; what the far face
-// reflects of it lands at 2 t tan(theta).
+// A Lambertian emulsion sends 2 sin cos dtheta of its light into a ring of angles; what the far
+// face reflects of it lands at 2 t tan(theta).
 RadialDensity radial_density(double glass_mm, double n) {
   RadialDensity density;
   density.r_mm.resize(kAngles);
@@ -53,7 +54,7 @@ RadialDensity radial_density(double glass_mm, double n) {
     const double sine = elementary::sin(theta);
     const double cosine = elementary::cos(theta);
     const double energy = glass_reflectance(theta, n) * 2.0 * sine * cosine;
-    density.r_mm[i] = 2.0 * glass_mm * (sine / cosine);
+    density.r_mm[i] = 2.0 * glass_mm * elementary::tan(theta);
     cumulative[i] = i == 0 ? 0.0 : cumulative[i - 1] + 0.5 * (energy + previous) * step;
     previous = energy;
   }
@@ -63,7 +64,6 @@ RadialDensity radial_density(double glass_mm, double n) {
 
 double interpolate(const RadialDensity& density, double r) {
   const auto above = std::upper_bound(density.r_mm.begin(), density.r_mm.end(), r);
-  if (above == density.r_mm.begin()) return density.g.front();
   const std::size_t i = static_cast<std::size_t>(above - density.r_mm.begin());
   if (above == density.r_mm.end()) return r == density.r_mm.back() ? density.g.back() : 0.0;
   const double t = (r - density.r_mm[i - 1]) / (density.r_mm[i] - density.r_mm[i - 1]);
@@ -81,11 +81,10 @@ std::vector<double> ring_kernel(double glass_mm, double n, double pitch_mm, int 
       const double r = pitch_mm * std::sqrt(static_cast<double>(x * x + y * y));
       if (r > reach_mm) continue;
       kernel[(y + half) * side + x + half] =
-          interpolate(density, r) / (std::max(0.5 * pitch_mm, r) * 2.0 * kPi) * area;
+          interpolate(density, r) / (std::max(0.5 * pitch_mm, r) * 2.0 * pi) * area;
     }
   }
-  kernel[half * side + half] =
-      glass_reflectance(0.0, n) / (4.0 * kPi * glass_mm * glass_mm) * area;
+  kernel[half * side + half] = glass_reflectance(0.0, n) / (4.0 * pi * glass_mm * glass_mm) * area;
   return kernel;
 }
 
@@ -100,6 +99,16 @@ Image block_means(const Image& mask, int block) {
   for (std::size_t i = 0; i < sums.size(); ++i)
     reduced.data[i] = static_cast<float>(sums[i] / area);
   return reduced;
+}
+
+// A block as large as the picture: all its light comes back evenly, by the kernel's centre.
+Image lit_evenly(const Image& mask, double pixel_um, double glass_mm, double n) {
+  double sum = 0.0;
+  for (const float light : mask.data) sum += light;
+  const double pixels_per_glass = pixel_um / 1000.0 / glass_mm;
+  const double returned =
+      glass_reflectance(0.0, n) / (4.0 * pi) * pixels_per_glass * pixels_per_glass;
+  return Image(mask.h, mask.w, 1, static_cast<float>(sum * returned));
 }
 
 Image cropped(const Image& image, int height, int width) {
@@ -124,19 +133,12 @@ double glass_reflectance(double theta, double n) {
 
 Image glass_ring(const Image& mask, double px_um, double glass_mm, double n) {
   const double pixel_um = std::max(px_um, 1e-6);
-  const double wanted = std::floor(glass_mm * 1000.0 * kBlocksPerThickness / pixel_um);
-  const int longest = std::max(mask.h, mask.w);
-  const double block_px = std::max(wanted, 1.0);
+  const double block_px =
+      std::max(std::floor(glass_mm * 1000.0 * kBlockInThicknesses / pixel_um), 1.0);
+  if (block_px >= std::max(mask.h, mask.w)) return lit_evenly(mask, pixel_um, glass_mm, n);
   const double pitch_mm = block_px * pixel_um / 1000.0;
   const int half = static_cast<int>(std::ceil(kReachInThicknesses * glass_mm / pitch_mm));
   const std::vector<double> kernel = ring_kernel(glass_mm, n, pitch_mm, half);
-
-  if (block_px >= longest) {  // the whole picture is one block
-    double sum = 0.0;
-    for (const float light : mask.data) sum += light;
-    const double centre = kernel[static_cast<std::size_t>(half) * (2 * half + 1) + half];
-    return Image(mask.h, mask.w, 1, static_cast<float>(sum / (block_px * block_px) * centre));
-  }
   const int block = static_cast<int>(block_px);
   if (block == 1) return convolve_large(mask, kernel, half);
   const Image ring = convolve_large(block_means(mask, block), kernel, half);

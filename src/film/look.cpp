@@ -12,7 +12,9 @@ namespace morva {
 
 namespace {
 
-float luminance(const float* p) { return (kLumaG * p[1] + kLumaR * p[0]) + kLumaB * p[2]; }
+float luminance(const float* p) {
+  return (kLumaG * p[1] + kLumaR * p[0]) + kLumaB * p[2];
+}
 
 // Faded dye lifts every value, and the shadows most.
 void fade_dyes(Image& positive, const Json& fade) {
@@ -39,7 +41,8 @@ bool all_zero(const std::vector<float>& numbers) {
   return std::all_of(numbers.begin(), numbers.end(), [](float v) { return v == 0.0f; });
 }
 
-// Split tone: the shadow tint fades out with the root of luminance, the highlight tint fades in with it.
+// Split tone: the shadow tint fades out with the root of luminance, the highlight tint fades in
+// with it.
 void tint(Image& positive, const std::vector<float>& shadow, const std::vector<float>& highlight) {
   float* p = positive.data.data();
   for (std::size_t i = 0; i < positive.pixels(); ++i, p += 3) {

@@ -1,4 +1,5 @@
-// The look of a stock in the positive: faded dyes, tinted shadows and highlights, saturation, muted greens.
+// The look of a stock in the positive: faded dyes, tinted shadows and highlights, saturation, muted
+// greens.
 #pragma once
 
 #include "image/image.h"
@@ -6,8 +7,8 @@
 
 namespace morva {
 
-// `look` is the film's object of that name, or empty. `positive` is linear, three channels, about 0..1;
-// changed in place. Throws ProfileError for a tint that is not three numbers.
+// `look` is the film's object of that name, or empty. `positive` is linear, three channels, about
+// 0..1; changed in place. Throws ProfileError for a tint that is not three numbers.
 void apply_look(Image& positive, const Json& look);
 
 }  // namespace morva

@@ -1,5 +1,5 @@
-// What development hands to the print: density in log10 units relative to the density of a mid grey, so
-// that a print needs no knowledge of the stock, and the curves that made it.
+// What development hands to the print: density in log10 units relative to the density of a mid
+// grey, so that a print needs no knowledge of the stock, and the curves that made it.
 #pragma once
 
 #include <array>

@@ -1,5 +1,5 @@
-// Film stages whose models have not landed: each hands its picture on unchanged, at the place in the
-// order where it will stand.
+// Film stages whose models have not landed: each hands its picture on unchanged, at the place in
+// the order where it will stand.
 #pragma once
 
 #include <array>
@@ -12,7 +12,9 @@
 namespace morva {
 
 // Ageing: expired stock and film exposed through its base.
-inline Json prepare_film(const Json& film, const Json&) { return film; }
+inline Json prepare_film(const Json& film, const Json&) {
+  return film;
+}
 
 // Uneven development on a density image: `anchors` are the fog of each layer, `gains` its response.
 inline Image apply_uneven(Image density, const std::array<float, 3>&, const Image&,
@@ -21,7 +23,9 @@ inline Image apply_uneven(Image density, const std::array<float, 3>&, const Imag
 }
 
 // The fields of a hand-coated plate, multiplied into the light before its curve.
-inline Image plate_fields(Image light, const Json&, const Json&, double) { return light; }
+inline Image plate_fields(Image light, const Json&, const Json&, double) {
+  return light;
+}
 
 // Grain of the developed density.
 inline Image grain_bw(Image density, const Json&, const Json&, double, const HdCurve&) {

@@ -25,13 +25,14 @@ struct RebatePreset {
 
 struct RebateStyle {
   std::string name;
-  double width = 0.0;                    // fraction of the picture's long side
+  double width = 0.0;  // fraction of the picture's long side
   double rough = 1.0;
   const RebatePreset* preset = nullptr;  // for "thin" and "wide"
 };
 
-// From `frame_style`, `frame` and `frame_rough`. A style with a preset takes its width where `frame` is not
-// positive and its roughness where `frame_rough` is 1; any other style takes both numbers as given.
+// From `frame_style`, `frame` and `frame_rough`. A style with a preset takes its width where
+// `frame` is not positive and its roughness where `frame_rough` is 1; any other style takes both
+// numbers as given.
 RebateStyle rebate_style(const Json& options);
 
 }  // namespace morva

@@ -1,5 +1,5 @@
-// What the CPU flow sees of a GPU: two interfaces that a RenderContext hands down. Nothing else of this
-// folder is known outside it.
+// What the CPU flow sees of a GPU: two interfaces that a RenderContext hands down. Nothing else of
+// this folder is known outside it.
 #pragma once
 
 #include <stdexcept>
@@ -45,9 +45,11 @@ struct GpuLost : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Whether the device was rebuilt after `lost` and the render may run again. Without a backend there is
-// nothing to rebuild.
-inline bool recover(const GpuLost&, bool) { return false; }
+// Whether the device was rebuilt after `lost` and the render may run again. Without a backend there
+// is nothing to rebuild.
+inline bool recover(const GpuLost&, bool) {
+  return false;
+}
 
 }  // namespace gpu
 

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <new>
 
+#include "image/large_pages.h"
+
 namespace morva {
 
 std::size_t sample_count(std::int64_t h, std::int64_t w, std::int64_t c) {
@@ -14,7 +16,12 @@ std::size_t sample_count(std::int64_t h, std::int64_t w, std::int64_t c) {
 }
 
 Image::Image(std::int32_t height, std::int32_t width, std::int32_t channels, float fill)
-    : h(height), w(width), c(channels), data(sample_count(height, width, channels), fill) {}
+    : h(height), w(width), c(channels) {
+  const std::size_t samples = sample_count(height, width, channels);
+  data.reserve(samples);
+  prefer_large_pages(data.data(), samples * sizeof(float));
+  data.assign(samples, fill);
+}
 
 Image extract_channel(const Image& image, std::int32_t k) {
   Image plane(image.h, image.w, 1);

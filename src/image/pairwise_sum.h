@@ -11,7 +11,8 @@ namespace morva {
 // n = 0.
 double pairwise_sum(const double* values, std::size_t n);
 
-// The order of a reduction that starts from the first element: that one plus the pairwise sum of the rest.
+// The order of a reduction that starts from the first element: that one plus the pairwise sum of
+// the rest.
 double sum_from_first(const double* values, std::size_t n);
 
 // Standard deviation about the mean, divisor n, in double; both sums are pairwise. 0 for n = 0.

@@ -14,10 +14,10 @@ class PointwiseGpu;
 }  // namespace gpu
 
 struct RenderContext {
-  gpu::GpuBackend* gpu = nullptr;           // when set, takes over the whole render
-  gpu::PointwiseGpu* pointwise = nullptr;   // when set, takes over the per-pixel loops of a stage
-  bool pointwise_used = false;              // set by a stage that used it
-  const std::int32_t* cancel = nullptr;     // the host's flag; any value but 0 means stop
+  gpu::GpuBackend* gpu = nullptr;          // when set, takes over the whole render
+  gpu::PointwiseGpu* pointwise = nullptr;  // when set, takes over the per-pixel loops of a stage
+  bool pointwise_used = false;             // set by a stage that used it
+  const std::int32_t* cancel = nullptr;    // the host's flag; any value but 0 means stop
 };
 
 // Throws Cancelled when the host has raised its flag. The flag lives in the host's memory and may

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "optics/channel_values.h"
+#include "optics/filter_values.h"
 
 namespace morva {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "image/elementary.h"
-#include "optics/channel_values.h"
+#include "optics/filter_values.h"
 
 namespace morva {
 
@@ -27,7 +27,7 @@ struct Graduation {
 
 Graduation read_graduation(const Json& filter, double angle_deg, double position) {
   const double stops = get_number(filter, "stops", 1.0);
-  const double radians = (get_number(filter, "angle", 0.0) + angle_deg) * std::numbers::pi / 180.0;
+  const double radians = turned_by(get_number(filter, "angle", 0.0), angle_deg) * std::numbers::pi / 180.0;
   const Json& kind = get(filter, "grad");
   return {channel_values(filter, "stops_rgb", {stops, stops, stops}),
           std::max(kSharpestEdge, get_number(filter, "edge_frac", 0.25)),

@@ -7,7 +7,7 @@
 
 #include "image/errors.h"
 #include "image/resample.h"
-#include "optics/channel_values.h"
+#include "optics/filter_values.h"
 #include "optics/highlights.h"
 #include "optics/star_kernel.h"
 
@@ -16,7 +16,7 @@ namespace morva {
 namespace {
 
 constexpr double kLeastStrength = 1e-5;
-constexpr double kMostRays = 1000.0;
+constexpr double kMostRays = 200.0;
 constexpr double kShortestPx = 3.0;
 constexpr double kThinnestPx = 0.6;
 constexpr double kWidestPx = 3.0;  // wider rays are drawn on a smaller raster
@@ -36,17 +36,14 @@ int line_count(const Json& filter) {
   return std::max(1, static_cast<int>(std::max(rays, 0.0)) / 2);
 }
 
-Star read_star(const Json& filter, double angle_deg, double long_px) {
-  const double strength = get_number(filter, "strength", 0.3);
+Star read_star(const Json& filter, double strength, double angle_deg, double long_px) {
   const std::array<double, 3> tint = channel_values(filter, "tint", {1.0, 1.0, 1.0});
   Star star;
   star.shape = {std::max(kShortestPx, get_number(filter, "length_frac", 0.14) * long_px),
                 std::max(kThinnestPx, get_number(filter, "width_frac", 0.0015) * long_px),
-                line_count(filter), get_number(filter, "angle", 0.0) + angle_deg,
+                line_count(filter), turned_by(get_number(filter, "angle", 0.0), angle_deg),
                 get_number(filter, "decay", 0.32)};
-  star.strength = {0.0, 0.0, 0.0};
-  if (strength > kLeastStrength)
-    for (int k = 0; k < 3; ++k) star.strength[k] = strength * tint[k];
+  star.strength = {strength * tint[0], strength * tint[1], strength * tint[2]};
   star.threshold = static_cast<float>(get_number(filter, "threshold", 0.8));
   star.dispersion = get_number(filter, "dispersion", 1.0);
   return star;
@@ -88,7 +85,9 @@ bool any_light(const Image& plane) {
 }  // namespace
 
 Image apply_star_filter(Image image, const Json& filter, double angle_deg) {
-  const Star star = read_star(filter, angle_deg, std::max(image.h, image.w));
+  const double strength = get_number(filter, "strength", 0.3);
+  if (strength <= kLeastStrength) return image;
+  const Star star = read_star(filter, strength, angle_deg, std::max(image.h, image.w));
   bool shines = false;
   for (std::int32_t k = 0; k < 3; ++k) {
     const Image light = light_above(image, k, star.threshold);

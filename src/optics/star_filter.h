@@ -9,7 +9,7 @@ namespace morva {
 
 // Scene-linear RGB in and out. Light above the filter's threshold is moved into the rays and none
 // is added; samples end at or above 0. Samples that are not finite throw no rays. Throws
-// ProfileError for more than 1000 rays, std::bad_alloc for rays that no memory holds.
+// ProfileError for more than 200 rays, std::bad_alloc for rays that no memory holds.
 Image apply_star_filter(Image image, const Json& filter, double angle_deg);
 
 }  // namespace morva

@@ -16,7 +16,7 @@ namespace {
 constexpr double kLargestRadius = 16384.0;
 constexpr double kShortestDecay = 0.001;
 constexpr double kExpReachesZero = 746.0;
-constexpr double kDirectProducts = 4e9;  // more of them take longer than the transforms
+constexpr double kDirectProducts = 3e9;  // more of them take longer than the transforms
 constexpr std::int32_t kBlockHalf = 256;
 
 struct Line {
@@ -40,7 +40,16 @@ void add_line(const Line& line, const StarShape& shape, double y, std::vector<do
   const double spread = 2.0 * shape.width_px * shape.width_px;
   const double tau = std::max(kShortestDecay, shape.length_px * shape.decay);
   const double reach = static_cast<double>(static_cast<float>(shape.length_px));
-  for (std::int32_t x = -radius; x <= radius; ++x) {
+  // Columns where the fall is not yet zero, with one to spare on either side.
+  const double margin = std::sqrt(kExpReachesZero * spread);
+  double first = -radius, last = radius;
+  if (std::fabs(line.sin_angle) > 1e-6) {
+    const double centre = y * line.cos_angle / line.sin_angle;
+    const double half = margin / std::fabs(line.sin_angle) + 1.0;
+    first = std::clamp(centre - half, first, last);
+    last = std::clamp(centre + half, first, last);
+  }
+  for (auto x = static_cast<std::int32_t>(first); x <= static_cast<std::int32_t>(last); ++x) {
     const double across = y * line.cos_angle - x * line.sin_angle;
     const double fall = across * across / spread;
     if (fall > kExpReachesZero) continue;
@@ -66,30 +75,53 @@ void append_runs(std::int32_t dy, const std::vector<double>& row, StarKernel& ke
   }
 }
 
-// Each source adds its figure to the sums. Sources come in raster order and the figure is symmetric
-// about its centre, so every output adds its terms in the order of the kernel's rows.
+struct Source {
+  std::int32_t x;
+  double light;
+};
+
+std::vector<std::vector<Source>> sources_by_row(const Image& light) {
+  std::vector<std::vector<Source>> rows(static_cast<std::size_t>(light.h));
+  for (std::int32_t y = 0; y < light.h; ++y)
+    for (std::int32_t x = 0; x < light.w; ++x)
+      if (light.at(y, x) != 0.0f) rows[y].push_back({x, static_cast<double>(light.at(y, x))});
+  return rows;
+}
+
+void add_run(const StarKernel& kernel, const StarKernel::Run& run, const Source& source,
+             std::vector<double>& sums) {
+  const std::int32_t start = source.x + run.dx;
+  const std::int32_t from = std::max(start, 0);
+  const std::int32_t to = std::min(static_cast<std::int32_t>(sums.size()),
+                                   start + static_cast<std::int32_t>(run.count));
+  if (from >= to) return;
+  const double* tap = kernel.taps.data() + run.first + (from - start);
+  double* sum = sums.data() + from;
+  for (std::int32_t i = 0; i < to - from; ++i) sum[i] += source.light * tap[i];
+}
+
+// Output rows one by one, so that their sums stay in the first cache. The sources of an output come
+// in raster order and the figure is symmetric about its centre, so the terms are added in the order
+// of the kernel's rows.
 Image spread_directly(const Image& light, const StarKernel& kernel) {
-  std::vector<double> sums(light.data.size());
-  for (std::int32_t y = 0; y < light.h; ++y) {
-    for (std::int32_t x = 0; x < light.w; ++x) {
-      const double source = light.at(y, x);
-      if (source == 0.0) continue;
-      for (const StarKernel::Run& run : kernel.runs) {
-        const std::int32_t row = y + run.dy;
-        if (row < 0 || row >= light.h) continue;
-        const std::int32_t start = x + run.dx;
-        const std::int32_t from = std::max(start, 0);
-        const std::int32_t to = static_cast<std::int32_t>(
-            std::min<std::int64_t>(light.w, start + static_cast<std::int64_t>(run.count)));
-        const double* tap = kernel.taps.data() + run.first - start;
-        double* sum = sums.data() + static_cast<std::size_t>(row) * light.w;
-        for (std::int32_t i = from; i < to; ++i) sum[i] += source * tap[i];
-      }
-    }
-  }
+  const std::vector<std::vector<Source>> sources = sources_by_row(light);
+  std::vector<double> sums(static_cast<std::size_t>(light.w));
   Image out(light.h, light.w, 1);
-  std::transform(sums.begin(), sums.end(), out.data.begin(),
-                 [](double sum) { return static_cast<float>(sum); });
+  for (std::int32_t y = 0; y < light.h; ++y) {
+    std::fill(sums.begin(), sums.end(), 0.0);
+    for (auto below = kernel.runs.rbegin(); below != kernel.runs.rend();) {
+      const std::int32_t dy = below->dy;
+      auto above = below;
+      while (above != kernel.runs.rend() && above->dy == dy) ++above;
+      if (const std::int32_t from = y - dy; from >= 0 && from < light.h)
+        for (const Source& source : sources[from])
+          for (auto run = below; run != above; ++run) add_run(kernel, *run, source, sums);
+      below = above;
+    }
+    std::transform(sums.begin(), sums.end(),
+                   out.data.begin() + static_cast<std::ptrdiff_t>(y) * light.w,
+                   [](double sum) { return static_cast<float>(sum); });
+  }
   return out;
 }
 
@@ -115,18 +147,15 @@ std::vector<double> dense_block(const StarKernel& kernel, std::int32_t cy, std::
 // is extended by the offset, so that what crosses its edge on the way is kept.
 void add_block(const Image& light, const std::vector<double>& block, std::int32_t half,
                std::int32_t cy, std::int32_t cx, Image& out) {
-  const std::int32_t top = std::max(-cy, 0), left = std::max(-cx, 0);
+  const std::int32_t top = std::max(cy, 0), left = std::max(cx, 0);
   Image extended(light.h + std::abs(cy), light.w + std::abs(cx), 1);
   for (std::int32_t y = 0; y < light.h; ++y)
     std::copy_n(&light.data[static_cast<std::size_t>(y) * light.w], light.w,
                 &extended.at(y + top, left));
   const Image spread = convolve_large(extended, block, half);
-  const std::int32_t from_y = top - cy, from_x = left - cx;
   for (std::int32_t y = 0; y < light.h; ++y)
-    for (std::int32_t x = 0; x < light.w; ++x) {
-      const std::int32_t sy = y + from_y, sx = x + from_x;
-      if (sy >= 0 && sy < spread.h && sx >= 0 && sx < spread.w) out.at(y, x) += spread.at(sy, sx);
-    }
+    for (std::int32_t x = 0; x < light.w; ++x)
+      out.at(y, x) += spread.at(y + top - cy, x + left - cx);
 }
 
 // In square blocks of the kernel, small enough for the transform.

@@ -35,7 +35,7 @@ struct StarKernel {
 StarKernel star_kernel(const StarShape& shape);
 
 // The finite plane `light` convolved with the kernel, zeros outside it, summed in double. Up to
-// some four thousand million products the sum is taken directly; beyond that through the frequency
+// some three thousand million products the sum is taken directly; beyond that through the frequency
 // domain, to about 1e-7 of the light within reach.
 Image spread_by_star(const Image& light, const StarKernel& kernel);
 

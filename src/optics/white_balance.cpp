@@ -30,7 +30,7 @@ Image apply_wb(Image image, const Json& film, const Json& opts) {
 
   const double film_k = film_illuminant_k(film);
   std::array<double, 3> ratio = temperature_ratio(shifted_kelvin(film_k, shift_mired), film_k);
-  ratio[1] *= elementary::pow(10.0, -tint * kTintToDecades);
+  ratio[1] *= elementary::pow(10.0, std::clamp(-tint * kTintToDecades, -300.0, 300.0));
   scale_channels(image, gains_at_luminance_1(ratio).data());
   return image;
 }

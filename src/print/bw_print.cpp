@@ -27,7 +27,8 @@ Image density_on_paper(const Image& density, const Json& paper) {
 
 Image expose_paper(const PrintParams& params, Image density) {
   float* samples = density.data.data();
-  paper_response(params.curve, samples, samples, density.data.size(), params.print_ev, params.flare);
+  paper_response(params.curve, samples, samples, density.data.size(), params.print_ev,
+                 params.flare);
   Image print = spread_to_three(density);
   apply_tone(print, params.tone);
   return print;
@@ -45,8 +46,10 @@ Image print_bw(const PrintParams& params, Negative negative, RenderContext& ctx)
 
 Image print_color_on_bw(Image scene, const Json& film, const Json& paper, const Json& options,
                         double px_um, const Image* uneven, RenderContext& ctx) {
-  const ColorNegative negative = develop_color(std::move(scene), film, options, px_um, uneven, ctx);
-  return expose_paper(print_params_bw(paper, options), density_on_paper(negative.density, paper));
+  Image density = density_on_paper(
+      develop_color(std::move(scene), film, options, px_um, uneven, ctx).density, paper);
+  check_cancel(ctx);
+  return expose_paper(print_params_bw(paper, options), std::move(density));
 }
 
 }  // namespace morva

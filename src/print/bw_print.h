@@ -11,9 +11,9 @@ namespace morva {
 // Reflectance, linear, 0..1, three channels.
 Image print_bw(const PrintParams& params, Negative negative, RenderContext& ctx);
 
-// A colour negative on black-and-white paper, whose own colour sensitivity decides the grey mix. `scene`
-// is linear light as the layers see it; `px_um` a pixel's size on the film, micrometres. The film's look
-// is a matter of colour and plays no part.
+// A colour negative on black-and-white paper, whose own colour sensitivity decides the grey mix.
+// `scene` is linear light as the layers see it; `px_um` a pixel's size on the film, micrometres.
+// The film's look is a matter of colour and plays no part.
 Image print_color_on_bw(Image scene, const Json& film, const Json& paper, const Json& options,
                         double px_um, const Image* uneven, RenderContext& ctx);
 

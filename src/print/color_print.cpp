@@ -16,7 +16,8 @@ Image print_color(const PrintParams& params, ColorNegative negative, RenderConte
   for (int k = 0; k < 3; ++k) {
     Image layer = extract_channel(print, k);
     float* samples = layer.data.data();
-    paper_response(params.curve, samples, samples, layer.data.size(), params.print_ev, params.flare);
+    paper_response(params.curve, samples, samples, layer.data.size(), params.print_ev,
+                   params.flare);
     store_channel(print, k, layer);
   }
   apply_look(print, params.look);

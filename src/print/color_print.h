@@ -8,8 +8,8 @@
 
 namespace morva {
 
-// Reflectance, linear, 0..1, three channels: each layer through the same paper curve, then the film's look
-// and the paper's tone.
+// Reflectance, linear, 0..1, three channels: each layer through the same paper curve, then the
+// film's look and the paper's tone.
 Image print_color(const PrintParams& params, ColorNegative negative, RenderContext& ctx);
 
 }  // namespace morva

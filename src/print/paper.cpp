@@ -12,9 +12,12 @@ namespace {
 constexpr double kLn10 = 2.302585092994046;
 constexpr double kSoftestEnd = 0.45;  // of the range between a mid grey and that end
 
-double light_through(float exposure) { return elementary::exp(exposure * kLn10); }
+double light_through(float exposure) {
+  return elementary::exp(exposure * kLn10);
+}
 
-// Light scattered in the enlarger spreads evenly over the sheet: a share of the mean is added everywhere.
+// Light scattered in the enlarger spreads evenly over the sheet: a share of the mean is added
+// everywhere.
 void veil(float* exposure, std::size_t n, double flare) {
   double sum = 0.0;
   for (std::size_t i = 0; i < n; ++i) sum += light_through(exposure[i]);
@@ -52,10 +55,10 @@ HdCurve paper_curve(const Json& paper, double grade, double print_black, double 
   HdCurve curve = make_curve(get_number(paper, "dmin", 0.05), get_number(paper, "dmax", 2.1),
                              get_number(paper, "gamma", 1.8) * (0.6 + 0.2 * g),
                              get_number(paper, "toe", 1.25), kGreyDensity);
-  curve.shoulder_cut = std::clamp(print_black, 0.0, 1.0) * kSoftestEnd *
-                       std::max(curve.dmax - curve.dmid, 1e-6);
-  curve.toe_lift = std::clamp(print_white, 0.0, 1.0) * kSoftestEnd *
-                   std::max(curve.dmid - curve.dmin, 1e-6);
+  curve.shoulder_cut =
+      std::clamp(print_black, 0.0, 1.0) * kSoftestEnd * std::max(curve.dmax - curve.dmid, 1e-6);
+  curve.toe_lift =
+      std::clamp(print_white, 0.0, 1.0) * kSoftestEnd * std::max(curve.dmid - curve.dmin, 1e-6);
   return curve;
 }
 
@@ -98,7 +101,8 @@ std::optional<std::array<float, 3>> paper_tone(const Json& paper) {
 
 void apply_tone(Image& print, const std::optional<std::array<float, 3>>& tone) {
   if (tone) scale_channels(print, tone->data());
-  for (float& v : print.data) v = v > 0.0f ? std::min(v, 1.0f) : 0.0f;  // what is no number is black
+  for (float& v : print.data)
+    v = v > 0.0f ? std::min(v, 1.0f) : 0.0f;  // what is no number is black
 }
 
 }  // namespace morva

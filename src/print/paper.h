@@ -17,9 +17,9 @@ HdCurve paper_curve(const Json& paper, double grade, double print_black, double 
 
 struct PrintParams {
   HdCurve curve;
-  double print_ev = 0.0;  // exposure of the print, stops
-  double flare = 0.0;     // share of the mean light that veils the sheet
-  Json look;              // the film's look; colour prints only
+  double print_ev = 0.0;                     // exposure of the print, stops
+  double flare = 0.0;                        // share of the mean light that veils the sheet
+  Json look;                                 // the film's look; colour prints only
   std::optional<std::array<float, 3>> tone;  // colour of the paper's image
 };
 
@@ -34,7 +34,8 @@ void paper_response(const HdCurve& curve, const float* density, float* out, std:
 // The image colour of a paper, when its `tone` is an array of three.
 std::optional<std::array<float, 3>> paper_tone(const Json& paper);
 
-// Multiplies a three-channel print by the paper's tone, when it has one, and clamps it to 0..1. In place.
+// Multiplies a three-channel print by the paper's tone, when it has one, and clamps it to 0..1. In
+// place.
 void apply_tone(Image& print, const std::optional<std::array<float, 3>>& tone);
 
 }  // namespace morva

@@ -32,7 +32,8 @@ const PresetTable& collodion_table() {
 }
 
 const PresetTable& black_and_white_table() {
-  static const PresetTable table{"проявки", {"standard", "acutance", "fine", "stand"}, Json::parse(R"({
+  static const PresetTable table{
+      "проявки", {"standard", "acutance", "fine", "stand"}, Json::parse(R"({
     "standard": {},
     "acutance": {"grain_amount": 1.15, "grain_size": 0.95,
                  "adjacency": 0.22, "adjacency_um": 110.0, "adjacency_sat": 0.30},

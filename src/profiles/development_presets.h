@@ -7,8 +7,9 @@
 
 namespace morva {
 
-// The preset `dev` for films of `type`: the C-41 table for "color", the plate table for "collodion", the
-// black-and-white table for every other. Throws OptionsError, naming what there is, for an unknown `dev`.
+// The preset `dev` for films of `type`: the C-41 table for "color", the plate table for
+// "collodion", the black-and-white table for every other. Throws OptionsError, naming what there
+// is, for an unknown `dev`.
 const Json& development_preset(const std::string& type, const std::string& dev);
 
 }  // namespace morva

@@ -29,21 +29,20 @@ std::string preset_name(const std::string& type, const std::string& dev) {
   return dev;
 }
 
-// A cooler hand bath slows the lower layers, fogs and coarsens: the preset's effect to the power of the
-// bath's drop in temperature.
+// A cooler hand bath slows the lower layers, fogs and coarsens: the preset's effect to the power of
+// the bath's drop in temperature.
 Json hand_preset_at(const Json& preset, double c41_temp_c) {
   const double t = std::clamp((kMachineBathC - c41_temp_c) / kHandBathDropC, 0.0, kCoolestBath);
   Json cooled = preset;
   for (const char* layer : kLayers)
-    cooled["layer_gamma"][layer] =
-        elementary::pow(preset["layer_gamma"][layer].get<double>(), t);
+    cooled["layer_gamma"][layer] = elementary::pow(preset["layer_gamma"][layer].get<double>(), t);
   cooled["fog"] = preset["fog"].get<double>() * t;
   cooled["grain_amount"] = (preset["grain_amount"].get<double>() - 1.0) * t + 1.0;
   return cooled;
 }
 
-// Push raises the slope by 13 % a stop; a slide, whose push is exposure, loses maximum density instead of
-// gaining it.
+// Push raises the slope by 13 % a stop; a slide, whose push is exposure, loses maximum density
+// instead of gaining it.
 void develop_curves(Json& film, const std::string& type, const Json& preset, double push) {
   const double push_pos = std::max(push, 0.0);
   const bool slide = type == "slide";
@@ -88,11 +87,11 @@ Json& texture_of(Json& film) {
   return film["texture"];
 }
 
-// The pack's chemistry runs with the weather: cold flattens it and starves the blue layer most, and both
-// extremes roughen the spread of the paste.
+// The pack's chemistry runs with the weather: cold flattens it and starves the blue layer most, and
+// both extremes roughen the spread of the paste.
 void develop_pack_at(Json& film, double dev_temp_c) {
-  double t = std::clamp((dev_temp_c - 21.0) / 17.0, -1.0, 1.0) *
-             get_number(film, "temp_sensitivity", 1.0);
+  double t =
+      std::clamp((dev_temp_c - 21.0) / 17.0, -1.0, 1.0) * get_number(film, "temp_sensitivity", 1.0);
   if (t > 0.0) t *= 0.75;
   if (std::fabs(t) <= 1e-9) return;
   const bool mono = is_mono_instant(film);

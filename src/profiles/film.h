@@ -1,5 +1,5 @@
-// The film record. A film is the few numbers in its file; development folds into a private copy of them,
-// and every stage of film and print reads that copy.
+// The film record. A film is the few numbers in its file; development folds into a private copy of
+// them, and every stage of film and print reads that copy.
 #pragma once
 
 #include <array>
@@ -10,9 +10,10 @@
 namespace morva {
 
 // The film with its development folded in: preset `dev`, `push` in stops, the temperatures of the
-// black-and-white or instant bath and of the colour bath in degrees C, and the strength of development
-// mottle. `film` is the profile after ageing. Adds the keys beginning with "_" that the stages read.
-// Throws OptionsError for an unknown preset, ProfileError for a curve without its keys.
+// black-and-white or instant bath and of the colour bath in degrees C, and the strength of
+// development mottle. `film` is the profile after ageing. Adds the keys beginning with "_" that the
+// stages read. Throws OptionsError for an unknown preset, ProfileError for a curve without its
+// keys.
 Json resolve_film(const Json& film, double push, const std::string& dev, double dev_temp_c,
                   double dev_mottle, double c41_temp_c);
 

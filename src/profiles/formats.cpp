@@ -33,9 +33,10 @@ constexpr Gate k120Frames[] = {{"645", 56, 41.5}, {"6x6", 56, 56}, {"6x7", 69.5,
 constexpr Gate kSheetFrames[] = {{"3x4", 101, 76}, {"4x5", 120, 95}, {"8x10", 245, 194}};
 
 constexpr Gate kPlateFrames[] = {
-    {"ninth_plate", 57, 44}, {"sixth_plate", 76, 63}, {"6.5x9", 83, 58}, {"quarter_plate", 101, 76},
-    {"9x12", 113, 83},       {"4x5", 120, 95},        {"half_plate", 133, 101},
-    {"13x18", 173, 123},     {"whole_plate", 209, 158}, {"18x24", 233, 173}, {"8x10", 245, 194}};
+    {"ninth_plate", 57, 44},    {"sixth_plate", 76, 63}, {"6.5x9", 83, 58},
+    {"quarter_plate", 101, 76}, {"9x12", 113, 83},       {"4x5", 120, 95},
+    {"half_plate", 133, 101},   {"13x18", 173, 123},     {"whole_plate", 209, 158},
+    {"18x24", 233, 173},        {"8x10", 245, 194}};
 
 constexpr Family kFamilies[] = {{{"135", 36, 24}, k135Frames},
                                 {{"120", 56, 56}, k120Frames},
@@ -79,15 +80,15 @@ std::optional<double> format_120_long_um(double cm) {
 
 // A custom gate keeps the reference's short side and grows its long side up to the reference's.
 Gate custom_gate(const Gate& reference, int width, int height) {
-  const double aspect = width != 0 && height != 0
-                            ? static_cast<double>(std::max(width, height)) /
-                                  std::max(std::min(width, height), 1)
-                            : reference.long_mm / reference.short_mm;
+  const double aspect = width != 0 && height != 0 ? static_cast<double>(std::max(width, height)) /
+                                                        std::max(std::min(width, height), 1)
+                                                  : reference.long_mm / reference.short_mm;
   const double long_mm = std::min(reference.short_mm * aspect, reference.long_mm);
   return {"custom", long_mm, long_mm / aspect};
 }
 
 int whole_pixels(double pixels) {
+  if (std::isnan(pixels)) return 0;
   return static_cast<int>(std::clamp(std::nearbyint(pixels), 0.0, static_cast<double>(INT_MAX)));
 }
 
@@ -134,8 +135,7 @@ FramePlan frame_plan(const std::string& family_name, const std::optional<std::st
     plan.long_mm = frame->long_mm;
     plan.short_mm = frame->short_mm;
   } else {
-    if (family == nullptr)
-      throw std::out_of_range("FORMAT_REF_MM: нет формата " + family_name);
+    if (family == nullptr) throw std::out_of_range("FORMAT_REF_MM: нет формата " + family_name);
     const Gate custom = custom_gate(family->reference, width0, height0);
     plan.long_mm = custom.long_mm;
     plan.short_mm = custom.short_mm;
@@ -163,12 +163,14 @@ FramePlan frame_plan(const std::string& family_name, const std::optional<std::st
   return plan;
 }
 
-int master_cap_px(double cap_um) { return whole_pixels(cap_um / kFinestPitchUm); }
+int master_cap_px(double cap_um) {
+  return whole_pixels(cap_um / kFinestPitchUm);
+}
 
 double instant_image_long_um(const Json& film, const std::string&) {
   const double frame_mm = get_number_or(get_object(film, "frame"), "image_long_mm", 0, 0);
   if (frame_mm > 0.0) return frame_mm * 1000.0;
-  return get_number(get_object(film, "texture"), "card_um", 79000.0);
+  return get_number(get_object(film, "texture"), "card_um", 79000.0) / 1000.0 * 1000.0;
 }
 
 int instant_cap_px(const Json& film, double long_um) {

@@ -9,16 +9,20 @@
 
 namespace morva {
 
-
 namespace {
 
 constexpr double kSteepestArgument = 60.0;  // exp stays finite in single precision
-constexpr std::size_t kChunk = 2048;        // floats that pass through the first-level cache together
+constexpr std::size_t kChunk = 2048;  // floats that pass through the first-level cache together
+
+// `number_name` is what a message calls a value that is not a number.
+double required(const Json& record, const char* key, const char* name,
+                const std::string& number_name) {
+  if (!has(record, key)) throw ProfileError(std::string(name) + ": нет ключа «" + key + "»");
+  return as_number(get(record, key), number_name);
+}
 
 double required(const Json& record, const char* key, const char* name) {
-  if (!has(record, key))
-    throw ProfileError(std::string(name) + ": нет ключа «" + key + "»");
-  return as_number(get(record, key), key);
+  return required(record, key, name, key);
 }
 
 HdCurve curve_from_record(const Json& record, const char* name, double toe, double mid) {
@@ -79,8 +83,8 @@ HdCurve negative_curve(const Json& record) {
 }
 
 HdCurve negative_curve_with_dmax(const Json& record, double dmax) {
-  const double gamma = required(record, "gamma", "negative");
-  const double dmin = required(record, "dmin", "negative");
+  const double gamma = required(record, "gamma", "negative", "negative.gamma");
+  const double dmin = required(record, "dmin", "negative", "negative.dmin");
   return make_curve(dmin, dmax, gamma, get_number(record, "toe", 1.6),
                     get_number(record, "mid_density", 0.95));
 }

@@ -1,5 +1,6 @@
-// The H&D curve of a film layer or a paper: a generalised logistic in log10 exposure, anchored at a mid
-// grey. At x = 0 it has density dmin + mid with slope `gamma`; `toe` is the logistic's asymmetry.
+// The H&D curve of a film layer or a paper: a generalised logistic in log10 exposure, anchored at a
+// mid grey. At x = 0 it has density dmin + mid with slope `gamma`; `toe` is the logistic's
+// asymmetry.
 #pragma once
 
 #include <cstddef>
@@ -39,8 +40,8 @@ HdCurve negative_curve_with_dmax(const Json& record, double dmax);
 HdCurve slide_curve(const Json& record);
 HdCurve instant_curve(const Json& record);
 
-// Edits a curve record in place: its slope and its range by factors, its fog by addition, its anchor
-// density by a factor that stops short of the shoulder. `name` stands in messages.
+// Edits a curve record in place: its slope and its range by factors, its fog by addition, its
+// anchor density by a factor that stops short of the shoulder. `name` stands in messages.
 void apply_curve_factors(Json& record, double gamma_factor, double dmax_factor, double fog,
                          double mid_factor, const char* name);
 

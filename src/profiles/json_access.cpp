@@ -28,9 +28,9 @@ std::string dump(const Json& value) {
 std::optional<double> parse_decimal(std::string_view text) {
   const bool has_sign = text.starts_with('+') || text.starts_with('-');
   const std::string_view unsigned_text = text.substr(has_sign ? 1 : 0);
-  const bool decimal = !unsigned_text.empty() && (unsigned_text.front() == '.' ||
-                                                  (unsigned_text.front() >= '0' &&
-                                                   unsigned_text.front() <= '9'));
+  const bool decimal =
+      !unsigned_text.empty() && (unsigned_text.front() == '.' ||
+                                 (unsigned_text.front() >= '0' && unsigned_text.front() <= '9'));
   if (!decimal) return std::nullopt;
   double value = 0.0;
   const char* last = unsigned_text.data() + unsigned_text.size();

@@ -1,5 +1,7 @@
 #include "profiles/number_arrays.h"
 
+#include <algorithm>
+
 #include "image/errors.h"
 
 namespace morva {
@@ -8,8 +10,7 @@ std::vector<float> read_floats(const Json& value, std::size_t n, const std::stri
   if (!value.is_array() || value.size() != n)
     throw ProfileError(name + ": ждали массив из " + std::to_string(n));
   std::vector<float> numbers;
-  for (const Json& element : value)
-    numbers.push_back(static_cast<float>(as_number(element, name)));
+  for (const Json& element : value) numbers.push_back(static_cast<float>(as_number(element, name)));
   return numbers;
 }
 
@@ -21,17 +22,17 @@ std::optional<std::array<double, 3>> three_numbers(const Json& value, const std:
 
 std::optional<std::array<double, 9>> nine_numbers(const Json& value, const std::string& name) {
   if (!value.is_array()) return std::nullopt;
-  std::vector<double> numbers;
-  for (const Json& element : value) {
-    if (!element.is_array()) {
-      numbers.push_back(as_number(element, name));
-      continue;
-    }
-    for (const Json& number : element) numbers.push_back(as_number(number, name));
-  }
-  if (numbers.size() != 9) return std::nullopt;
   std::array<double, 9> matrix;
-  std::copy(numbers.begin(), numbers.end(), matrix.begin());
+  if (value.size() == 9) {
+    for (int i = 0; i < 9; ++i) matrix[i] = as_number(value[i], name);
+    return matrix;
+  }
+  if (value.size() != 3) return std::nullopt;
+  for (int row = 0; row < 3; ++row) {
+    const auto numbers = three_numbers(value[row], name);
+    if (!numbers) return std::nullopt;
+    std::copy(numbers->begin(), numbers->end(), &matrix[row * 3]);
+  }
   return matrix;
 }
 

@@ -19,8 +19,8 @@ std::optional<std::array<double, 3>> three_numbers(const Json& value, const std:
 // Nine numbers in row order, flat or as three rows; nothing for any other count.
 std::optional<std::array<double, 9>> nine_numbers(const Json& value, const std::string& name);
 
-// Three weights divided by their sum: `value` where it is an array of exactly three, else `fallback`.
-// Each is rounded to float first.
+// Three weights divided by their sum: `value` where it is an array of exactly three, else
+// `fallback`. Each is rounded to float first.
 std::array<float, 3> normalised_weights(const Json& value, const std::array<double, 3>& fallback,
                                         const std::string& name);
 

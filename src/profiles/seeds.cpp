@@ -7,7 +7,7 @@ namespace morva {
 
 namespace {
 
-constexpr double kDefaultSeed = 20260821.0;
+constexpr std::int64_t kDefaultSeed = 20260821;
 constexpr const char* kStreamNames[] = {"film", "frame", "print", "table", "develop"};
 
 // Truncated towards zero; what no 64-bit integer holds becomes the nearest one.
@@ -18,14 +18,23 @@ std::int64_t whole(double number) {
   return static_cast<std::int64_t>(number);
 }
 
+// An integer keeps all its digits; any other value is read as a number.
+std::int64_t whole(const Json& value, std::string_view key) {
+  const bool fits = value.is_number_integer() &&
+                    (!value.is_number_unsigned() ||
+                     value.get<std::uint64_t>() <= std::numeric_limits<std::int64_t>::max());
+  return fits ? value.get<std::int64_t>() : whole(as_number(value, key));
+}
+
 std::int64_t seed_of(const Json& options) {
-  return whole(get_number(options, "seed", kDefaultSeed));
+  return has(options, "seed") ? whole(get(options, "seed"), "seed") : kDefaultSeed;
 }
 
 std::int64_t variant_of(const Json& options, int stream) {
   if (stream < kFilmStream || stream > kDevelopStream) return 0;
   const Json& variants = get_object(options, "seed_variants");
-  return whole(get_number(variants, kStreamNames[stream - 1], 0.0));
+  const char* name = kStreamNames[stream - 1];
+  return has(variants, name) ? whole(get(variants, name), name) : 0;
 }
 
 }  // namespace
@@ -44,7 +53,7 @@ Key plate_key(const Json& film, std::string_view name, const Json& options, std:
   const Json& words = get(film, name);
   if (!words.is_array() || words.empty()) return {seed_of(options), kFilmStream, 0, tag};
   Key key;
-  for (const Json& word : words) key.push_back(whole(as_number(word, name)));
+  for (const Json& word : words) key.push_back(whole(word, name));
   key.push_back(tag);
   return key;
 }

@@ -1,5 +1,6 @@
 #include "profiles/store.h"
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -64,11 +65,13 @@ bool is_hidden(const fs::path& path) {
 void list_folder(const fs::path& folder, bool include_hidden, std::vector<std::string>& names) {
   std::error_code error;
   if (!fs::is_directory(folder, error)) return;
+  const auto first = static_cast<std::ptrdiff_t>(names.size());
   for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
     if (entry.path().extension() != ".json" || !entry.is_regular_file()) continue;
     if (!include_hidden && is_hidden(entry.path())) continue;
     names.push_back(utf8_from_path(entry.path().stem()));
   }
+  std::sort(names.begin() + first, names.end());
 }
 
 std::string joined(const std::vector<std::string>& names) {
@@ -97,7 +100,8 @@ fs::path data_dir() {
 ProfileStore::ProfileStore(fs::path root) : root_(std::move(root)) {
   DataDirectory& directory = data_directory();
   const std::lock_guard guard(directory.lock);
-  directory.path = root_.parent_path() / "data";
+  const fs::path folder = root_.has_filename() ? root_ : root_.parent_path();  // "profiles/" too
+  directory.path = folder.parent_path() / "data";
 }
 
 fs::path ProfileStore::user_dir() const {
@@ -129,12 +133,12 @@ Json ProfileStore::load(const std::string& section, const std::string& name) con
   return cache_.try_emplace(key, std::move(profile)).first->second;
 }
 
-std::vector<std::string> ProfileStore::list(const std::string& section,
-                                            bool include_hidden) const {
+std::vector<std::string> ProfileStore::list(const std::string& section, bool include_hidden) const {
   std::vector<std::string> names;
   list_folder(root_ / path_from_utf8(section), include_hidden, names);
   const fs::path user = user_dir();
-  if (!user.empty() && user != root_)
+  std::error_code error;
+  if (!user.empty() && !fs::equivalent(user, root_, error))
     list_folder(user / path_from_utf8(section), include_hidden, names);
   return names;
 }

@@ -1,5 +1,6 @@
-// The profile store: films, lenses, papers and filters are JSON files in a tree outside the library,
-// <root>/<section>/<name>.json. The store finds them, parses each once and knows nothing of their meaning.
+// The profile store: films, lenses, papers and filters are JSON files in a tree outside the
+// library, <root>/<section>/<name>.json. The store finds them, parses each once and knows nothing
+// of their meaning.
 #pragma once
 
 #include <filesystem>
@@ -12,8 +13,8 @@
 
 namespace morva {
 
-// MORVA_PROFILES_DIR as it stands, else the folder "profiles" beside the library; empty when neither is
-// there.
+// MORVA_PROFILES_DIR as it stands, else the folder "profiles" beside the library; empty when
+// neither is there.
 std::filesystem::path find_profiles_dir();
 
 // The folder "data" beside the present store's root, for what is not a profile.
@@ -28,8 +29,8 @@ class ProfileStore {
   // ProfileError for a name that is not there (the text lists those that are) or a broken file.
   Json load(const std::string& section, const std::string& name) const;
 
-  // Names in `section`, root first. Profiles whose `hidden` is truthy are left out unless asked for; a
-  // file that cannot be read is listed. Throws std::filesystem::filesystem_error.
+  // Names in `section`, root first. Profiles whose `hidden` is truthy are left out unless asked
+  // for; a file that cannot be read is listed. Throws std::filesystem::filesystem_error.
   std::vector<std::string> list(const std::string& section, bool include_hidden) const;
 
   // Replaces the second directory (empty: none) and forgets everything parsed so far.

@@ -116,7 +116,8 @@ TEST_F(Boundary, ProfilesFailClearly) {
   fs::copy(MORVA_PROFILES_PATH, root, fs::copy_options::recursive);
   std::ofstream(root / "films" / "broken.json") << "{\"type\": ";
   std::ofstream(root / "films" / "deep.json") << std::string(5000, '[') << std::string(5000, ']');
-  std::ofstream(root / "films" / "bare.json") << R"({"type": "bw", "negative": {"dmin": 0.1, "dmax": 2}})";
+  std::ofstream(root / "films" / "bare.json")
+      << R"({"type": "bw", "negative": {"dmin": 0.1, "dmax": 2}})";
   std::ofstream(root / "films" / "list.json") << "[1, 2]";
   std::ofstream(root / "films" / "secret.json") << R"({"hidden": true, "type": "bw",
       "negative": {"dmin": 0.1, "dmax": 2, "gamma": 0.6}})";
@@ -230,8 +231,8 @@ TEST_F(Boundary, CancelFromAnotherThreadGivesAPictureOrNothing) {
       std::this_thread::sleep_for(delay);
       flag.store(1);
     });
-    const Rendered r = render(scene, nullptr, "everyday_400", nullptr,
-                              reinterpret_cast<const int32_t*>(&flag));
+    const Rendered r =
+        render(scene, nullptr, "everyday_400", nullptr, reinterpret_cast<const int32_t*>(&flag));
     canceller.join();
     ASSERT_TRUE(r.code == 0 || r.code == 6) << r.code << r.message;
     ASSERT_EQ(r.code == 6, r.empty);

@@ -14,7 +14,9 @@ struct Rendered {
   bool empty = true;  // `out` is all zero
   std::vector<float> pixels;
 
-  const float* at(int y, int x) const { return &pixels[(static_cast<std::size_t>(y) * width + x) * 3]; }
+  const float* at(int y, int x) const {
+    return &pixels[(static_cast<std::size_t>(y) * width + x) * 3];
+  }
 };
 
 struct Scene {
@@ -35,8 +37,8 @@ inline Rendered render(const Scene& scene, const char* options, const char* film
   MorvaImage out{reinterpret_cast<float*>(1), 1, 1, 1};
   MorvaError err;
   Rendered result;
-  result.code = morva_render_ex(scene.pixels.data(), scene.width, scene.height, options, film, "plain",
-                                paper, cancel, &out, &err);
+  result.code = morva_render_ex(scene.pixels.data(), scene.width, scene.height, options, film,
+                                "plain", paper, cancel, &out, &err);
   result.message = err.message;
   result.width = out.width;
   result.height = out.height;

@@ -65,10 +65,10 @@ TEST(ExposureMix, TungstenFilmGoesBlueByDaylightAndKeepsItsLuminance) {
 }
 
 TEST(ExposureMix, FalseColourRotatesTheLayersAndLightsFoliage) {
-  const Json film = Json::parse(R"({"ir_proxy": {"weights": [1, 1, 0], "chlorophyll": 2.0}})");
+  const Json film = Json::parse(R"({"ir_proxy": {"weights": [1, 2, 1], "chlorophyll": 2.0}})");
   Image leaf = pixel(0.1f, 0.5f, 0.2f);
   apply_exposure_mix(leaf, film, Json::object());
-  EXPECT_NEAR(2.0 * 0.3 + 0.5 * 0.5 + 0.5 * 0.1, leaf.data[0], 1e-6);
+  EXPECT_NEAR(2.0 * 0.3 + 0.5 * 0.5 + 0.25 * 0.1 + 0.25 * 0.2, leaf.data[0], 1e-6);
   EXPECT_EQ(0.1f, leaf.data[1]);
   EXPECT_EQ(0.5f, leaf.data[2]);
 }
@@ -114,6 +114,44 @@ TEST(DevelopColor, MidGreyLandsOnZeroInEveryLayer) {
   const ColorNegative negative =
       develop_color(Image(3, 4, 3, 0.18f), color_film(), Json::object(), 6.0, nullptr, ctx);
   for (const float d : negative.density.data) EXPECT_NEAR(0.0, d, 2e-6);
+}
+
+TEST(DevelopColor, LightSpreadsAndEdgesGrowInTheNegative) {
+  RenderContext ctx;
+  Image scene(41, 41, 3, 0.02f);
+  scene.at(20, 20, 2) = 60.0f;  // a blue lamp: its luminance, 4.3, halates, its red does not
+  const auto negative = [&](const char* key, const char* value, const char* options) {
+    Json film = color_film();
+    film[key] = Json::parse(value);
+    return develop_color(scene, film, Json::parse(options), 6.0, nullptr, ctx).density;
+  };
+  const Image plain = negative("look", "{}", "{}");
+  const char* halo = R"({"strength": 0.2, "radius_um": 24})";
+  EXPECT_GT(negative("halation", halo, "{}").at(20, 24, 0), plain.at(20, 24, 0) + 0.01f);
+  EXPECT_EQ(plain.data, negative("halation", halo, R"({"halation_mult": 0})").data);
+  EXPECT_GT(negative("mtf", R"({"f50_cyc_mm": 15})", "{}").at(20, 22, 2),
+            plain.at(20, 22, 2) + 0.01f);
+  EXPECT_LT(negative("adjacency", R"({"k": 0.3, "um": 24})", "{}").at(20, 22, 2),
+            plain.at(20, 22, 2) - 0.001f);
+}
+
+TEST(DevelopBw, LightSpreadsAndEdgesGrowInTheNegative) {
+  RenderContext ctx;
+  Image scene(41, 41, 3, 0.02f);
+  for (int k = 0; k < 3; ++k) scene.at(20, 20, k) = 20.0f;
+  const auto negative = [&](const char* key, const char* value, const char* options) {
+    Json film =
+        Json::parse(R"({"type": "bw", "negative": {"dmin": 0.1, "dmax": 2.2, "gamma": 0.6}})");
+    film[key] = Json::parse(value);
+    return develop_bw(scene, film, Json::parse(options), 6.0, nullptr, ctx).density;
+  };
+  const Image plain = negative("note", "{}", "{}");
+  const char* halo = R"({"strength": 0.2, "radius_um": 24})";
+  EXPECT_GT(negative("halation", halo, "{}").at(20, 24), plain.at(20, 24) + 0.01f);
+  EXPECT_EQ(plain.data, negative("halation", halo, R"({"halation_mult": 0})").data);
+  EXPECT_GT(negative("mtf", R"({"f50_cyc_mm": 15})", "{}").at(20, 22), plain.at(20, 22) + 0.01f);
+  EXPECT_LT(negative("adjacency", R"({"k": 0.3, "um": 24})", "{}").at(20, 22),
+            plain.at(20, 22) - 0.001f);
 }
 
 TEST(DevelopColor, LayerExposureAndRetainedSilver) {
@@ -184,13 +222,14 @@ TEST(Look, FadesTintsSaturatesAndMutes) {
   EXPECT_NEAR(0.5, faded[0], 1e-6);
   EXPECT_NEAR(std::pow(0.5, 0.05), faded[1], 1e-6);
   EXPECT_EQ(0.5f, faded[2]);
-  // A quarter's root is a half: shadow and highlight tints weigh a quarter each.
+  // The root is 0.2: the shadow tint weighs 0.64, the highlight tint 0.04.
   const std::vector<float> tinted =
-      looked(0.25f, 0.25f, 0.25f, R"({"shadow_tint": [0.4, 0, 0], "highlight_tint": [0, 0, 0.8]})");
-  EXPECT_NEAR(0.25 * 1.1, tinted[0], 1e-6);
-  EXPECT_NEAR(0.25, tinted[1], 1e-6);
-  EXPECT_NEAR(0.25 * 1.2, tinted[2], 1e-6);
+      looked(0.04f, 0.04f, 0.04f, R"({"shadow_tint": [0.4, 0, 0], "highlight_tint": [0, 0, 0.8]})");
+  EXPECT_NEAR(0.04 * (1.0 + 0.64 * 0.4), tinted[0], 1e-6);
+  EXPECT_NEAR(0.04, tinted[1], 1e-6);
+  EXPECT_NEAR(0.04 * (1.0 + 0.04 * 0.8), tinted[2], 1e-6);
   const std::vector<float> grey = looked(0.3f, 0.6f, 0.1f, R"({"saturation": -1})");
+  EXPECT_NEAR(0.2126 * 0.3 + 0.7152 * 0.6 + 0.0722 * 0.1, grey[0], 1e-6);
   EXPECT_NEAR(grey[0], grey[2], 1e-6);
   const std::vector<float> muted = looked(0.2f, 0.6f, 0.2f, R"({"green_mute": 0.5})");
   EXPECT_NEAR(0.4, muted[1], 1e-6);

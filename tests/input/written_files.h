@@ -329,8 +329,10 @@ inline Bytes exif_block(std::vector<ExifTagBytes> first,
 }
 
 inline Bytes with_signature(const Bytes& block) {
-  Bytes all{'E', 'x', 'i', 'f', 0, 0};
-  all.insert(all.end(), block.begin(), block.end());
+  constexpr std::uint8_t signature[] = {'E', 'x', 'i', 'f', 0, 0};
+  Bytes all(sizeof signature + block.size());
+  std::copy(std::begin(signature), std::end(signature), all.begin());
+  std::copy(block.begin(), block.end(), all.begin() + sizeof signature);
   return all;
 }
 

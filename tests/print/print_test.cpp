@@ -1,4 +1,5 @@
-// Paper: a mid grey, the grade, the veil, the soft ends, tone and the colour negative on grey paper.
+// Paper: a mid grey, the grade, the veil, the soft ends, tone and the colour negative on grey
+// paper.
 
 #include <gtest/gtest.h>
 
@@ -46,7 +47,8 @@ TEST(Paper, WhiteIsThePapersWhiteAndEndsSoften) {
   EXPECT_NEAR(-0.45 * (soft.dmid - soft.dmin), std::log10(reflectance(soft, 9.0f)), 1e-3);
   EXPECT_NEAR(-(2.13 - 0.45 * (2.2 - soft.dmid)), std::log10(reflectance(soft, -9.0f)), 1e-3);
   // A stop more light on the sheet is a stop less density in the negative.
-  EXPECT_NEAR(reflectance(plain, -static_cast<float>(kLog10Stop)), reflectance(plain, 0.0f, 1.0), 1e-6);
+  EXPECT_NEAR(reflectance(plain, -static_cast<float>(kLog10Stop)), reflectance(plain, 0.0f, 1.0),
+              1e-6);
 }
 
 TEST(Paper, FlareVeilsTheBlacksFromTheWholeSheet) {
@@ -83,7 +85,7 @@ TEST(Print, ToneColoursAndThreeEqualChannelsWithout) {
 }
 
 TEST(Print, GreyPaperSeesBlueAndGreenOfAColourNegative) {
-  const Json film = Json::parse(R"({"type": "color", "look": {"saturation": 5}, "layers": {
+  const Json film = Json::parse(R"({"type": "color", "look": {"shadow_tint": [1, 0, 0]}, "layers": {
     "r": {"dmin": 0.2, "dmax": 2.5, "gamma": 0.6}, "g": {"dmin": 0.2, "dmax": 2.5, "gamma": 0.6},
     "b": {"dmin": 0.2, "dmax": 2.5, "gamma": 0.6}}})");
   RenderContext ctx;
@@ -93,6 +95,8 @@ TEST(Print, GreyPaperSeesBlueAndGreenOfAColourNegative) {
     return print_color_on_bw(scene, film, paper, Json::object(), 6.0, nullptr, ctx).data;
   };
   EXPECT_NEAR(0.18, grey_of(0.18f, 0.18f, 0.18f, kPaper)[0], 1e-5);
+  const std::vector<float> dark = grey_of(0.03f, 0.03f, 0.03f, kPaper);
+  EXPECT_EQ(dark[0], dark[2]);
   const float red = grey_of(0.8f, 0.1f, 0.1f, kPaper)[0];
   const float blue = grey_of(0.1f, 0.1f, 0.8f, kPaper)[0];
   EXPECT_LT(red, 0.5f * blue);
@@ -111,6 +115,14 @@ TEST(Print, ColourPrintStaysWithinTheSheet) {
   RenderContext ctx;
   const Image print = print_color(print_params_color(film, kPaper, Json::object()), negative, ctx);
   for (const float v : print.data) EXPECT_TRUE(v >= 0.0f && v <= 1.0f);
+  // Look first, then the paper's tone.
+  Json paper = kPaper;
+  paper["tone"] = {1.0, 0.5, 0.25};
+  const Image toned = print_color(print_params_color(film, paper, Json::object()), negative, ctx);
+  const Image plain =
+      print_color(print_params_color(Json(), kPaper, Json::object()), negative, ctx);
+  EXPECT_EQ(print.at(0, 2, 2) * 0.25f, toned.at(0, 2, 2));
+  EXPECT_LT(print.at(0, 2, 2), plain.at(0, 2, 2));
 }
 
 }  // namespace

@@ -70,6 +70,19 @@ TEST(HdCurve, AnAnchorBeyondTheRangeIsClampedButKept) {
   EXPECT_NEAR(0.999, curve.density(0.0), 1e-9);
 }
 
+TEST(HdCurve, EachKindOfRecordHasItsDefaults) {
+  const Json record = {{"dmin", 0.1}, {"dmax", 2.5}, {"gamma", 0.6}};
+  const auto is = [](const HdCurve& curve, double toe, double mid) {
+    return curve.toe == toe && curve.mid == mid;
+  };
+  EXPECT_TRUE(is(negative_curve(record), 1.6, 0.95));
+  EXPECT_TRUE(is(layer_curve(record), 1.5, 0.85));
+  EXPECT_TRUE(is(slide_curve(record), 1.2, kGreyDensity));
+  Json instant = record;
+  instant["mid_density"] = 9;  // an instant layer is anchored at a mid grey
+  EXPECT_TRUE(is(instant_curve(instant), 1.4, kGreyDensity));
+}
+
 TEST(ResolveFilm, EmptyPresetWritesTheWorkingKeys) {
   const Json film = resolve(silver());
   EXPECT_EQ(silver()["negative"], film["negative"]);
@@ -120,7 +133,8 @@ TEST(ResolveFilm, HandBathFollowsItsTemperature) {
   EXPECT_NEAR(0.6 * std::pow(0.93, 2.538461538461539), gamma_b(10.0), 1e-12);
   const Json cool = resolve(layers_of("color"), 0.0, "hand", 21.0, 1.0, 18.0);
   EXPECT_NEAR(0.2 + 0.015 * 2.538461538461539, cool["layers"]["r"]["dmin"].get<double>(), 1e-12);
-  EXPECT_NEAR(0.08 * (1.0 + 0.15 * 2.538461538461539), cool["grain"]["amount"].get<double>(), 1e-12);
+  EXPECT_NEAR(0.08 * (1.0 + 0.15 * 2.538461538461539), cool["grain"]["amount"].get<double>(),
+              1e-12);
 }
 
 TEST(ResolveFilm, PresetsReachTheStages) {

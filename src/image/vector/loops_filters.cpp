@@ -1,6 +1,6 @@
-// Compiled once for each instruction set: raw pointers and plain loops only, nothing shared with
-// other files. A block of outputs is a fixed number of packs, so that all of its sums stay in
-// registers.
+// Compiled once for each instruction set, so nothing here is shared with other files: raw pointers,
+// sizes and loops. A block of outputs is a fixed number of packs, registers of doubles, so that all
+// of its sums stay in registers; elsewhere than with GCC and Clang a pack is a small array.
 
 #include "image/vector/filter_loops.h"
 

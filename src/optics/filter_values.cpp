@@ -1,4 +1,6 @@
-#include "optics/channel_values.h"
+#include "optics/filter_values.h"
+
+#include <cmath>
 
 #include <string>
 
@@ -13,6 +15,10 @@ std::array<double, 3> channel_values(const Json& profile, const char* key,
   if (value.is_array() && value.size() < 3)
     throw ProfileError(std::string(key) + ": ждали массив из 3");
   return {as_number(value[0], key), as_number(value[1], key), as_number(value[2], key)};
+}
+
+double turned_by(double own_deg, double option_deg) {
+  return std::fmod(own_deg, 360.0) + std::fmod(option_deg, 360.0);
 }
 
 }  // namespace morva

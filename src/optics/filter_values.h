@@ -1,4 +1,4 @@
-// Values that a filter's profile gives for R, G and B.
+// Values that filters have in common: per channel, and their turn in the holder.
 #pragma once
 
 #include <array>
@@ -12,5 +12,9 @@ namespace morva {
 // OptionsError.
 std::array<double, 3> channel_values(const Json& profile, const char* key,
                                      const std::array<double, 3>& fallback);
+
+// A filter's own angle and the option's, in degrees; whole turns of either are dropped, so that their sum
+// is finite.
+double turned_by(double own_deg, double option_deg);
 
 }  // namespace morva
