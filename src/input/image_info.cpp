@@ -54,14 +54,7 @@ std::string_view date_taken(const Metadata& metadata) {
 
 void read_info(const std::string& path, MorvaImageInfo& info) {
   info = MorvaImageInfo{};
-  switch (kind_of_file(path)) {
-    case FileKind::kCameraRaw:
-      throw NotPorted("camera raw: " + path);
-    case FileKind::kHeif:
-      throw NotPorted("HEIF: " + path);
-    case FileKind::kPicture:
-      break;
-  }
+  require_picture_file(path);
   const PictureHeader header = read_picture_header(file_source(path));
   const Metadata& metadata = header.metadata;
   const bool swapped = turn_of_orientation(metadata.orientation).swaps_sides();

@@ -74,16 +74,20 @@ FileKind kind_of_file(const std::string& path) {
   return FileKind::kPicture;
 }
 
-LoadedPicture load_linear(const std::string& path, const std::string& /*wb_mode*/,
-                          bool /*half_size*/) {
+void require_picture_file(const std::string& path) {
   switch (kind_of_file(path)) {
     case FileKind::kCameraRaw:
       throw NotPorted("camera raw: " + path);
     case FileKind::kHeif:
       throw NotPorted("HEIF: " + path);
     case FileKind::kPicture:
-      break;
+      return;
   }
+}
+
+LoadedPicture load_linear(const std::string& path, const std::string& /*wb_mode*/,
+                          bool /*half_size*/) {
+  require_picture_file(path);
   return LoadedPicture{linear_light(load_pixels(path)), false};
 }
 

@@ -14,6 +14,9 @@ enum class FileKind { kPicture, kCameraRaw, kHeif };
 // By the extension of a UTF-8 path, upper and lower case alike; unknown extensions are pictures.
 FileKind kind_of_file(const std::string& path);
 
+// Throws NotPorted for camera raw and HEIF files, whose decoders are not here.
+void require_picture_file(const std::string& path);
+
 struct LoadedPicture {
   Image image;  // three channels, Rec. 709 primaries, linear light in 0..1, upright
   bool is_raw = false;

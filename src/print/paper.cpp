@@ -26,25 +26,17 @@ void veil(float* exposure, std::size_t n, double flare) {
     exposure[i] = static_cast<float>(elementary::log10(added + light_through(exposure[i])));
 }
 
-void soften_blacks(const HdCurve& curve, float* density, std::size_t n) {
-  if (curve.shoulder_cut <= 1e-6) return;
-  const auto cut = static_cast<float>(curve.shoulder_cut);
-  const auto mid = static_cast<float>(curve.dmid);
-  const auto range = static_cast<float>(std::max(curve.dmax - curve.dmid, 1e-6));
+// Bends an end of the curve back by the square of the way from a mid grey to it. `direction` is 1 towards
+// black and -1 towards white.
+void soften_end(float* density, std::size_t n, double dmid, double end, double strength,
+                float direction) {
+  if (strength <= 1e-6) return;
+  const auto bend = static_cast<float>(strength) * direction;
+  const auto mid = static_cast<float>(dmid);
+  const auto range = static_cast<float>(std::max((end - dmid) * direction, 1e-6));
   for (std::size_t i = 0; i < n; ++i) {
-    const float t = std::max((density[i] - mid) / range, 0.0f);
-    density[i] -= cut * t * t;
-  }
-}
-
-void lift_whites(const HdCurve& curve, float* density, std::size_t n) {
-  if (curve.toe_lift <= 1e-6) return;
-  const auto lift = static_cast<float>(curve.toe_lift);
-  const auto mid = static_cast<float>(curve.dmid);
-  const auto range = static_cast<float>(std::max(curve.dmid - curve.dmin, 1e-6));
-  for (std::size_t i = 0; i < n; ++i) {
-    const float t = std::max((mid - density[i]) / range, 0.0f);
-    density[i] += lift * t * t;
+    const float t = std::max((density[i] - mid) * direction / range, 0.0f);
+    density[i] -= bend * t * t;
   }
 }
 
@@ -85,8 +77,8 @@ void paper_response(const HdCurve& curve, const float* density, float* out, std:
   for (std::size_t i = 0; i < n; ++i) out[i] = exposure - density[i];
   if (flare > 0.0) veil(out, n, flare);
   curve.density(out, out, n);
-  soften_blacks(curve, out, n);
-  lift_whites(curve, out, n);
+  soften_end(out, n, curve.dmid, curve.dmax, curve.shoulder_cut, 1.0f);
+  soften_end(out, n, curve.dmid, curve.dmin, curve.toe_lift, -1.0f);
   const auto white = static_cast<float>(curve.dmin);
   for (std::size_t i = 0; i < n; ++i) out[i] = -(out[i] - white);
   elementary::exp10f(out, out, n);

@@ -5,15 +5,7 @@
 namespace morva::vector {
 
 const ElementaryLoops& elementary_loops() {
-  switch (active_isa()) {
-    case Isa::avx512:
-      return avx512::elementary_loops();
-    case Isa::avx2:
-      return avx2::elementary_loops();
-    case Isa::baseline:
-      break;
-  }
-  return baseline::elementary_loops();
+  return of_active_isa(baseline::elementary_loops, avx2::elementary_loops, avx512::elementary_loops);
 }
 
 }  // namespace morva::vector

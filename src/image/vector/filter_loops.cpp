@@ -5,15 +5,7 @@
 namespace morva::vector {
 
 const FilterLoops& filter_loops() {
-  switch (active_isa()) {
-    case Isa::avx512:
-      return avx512::filter_loops();
-    case Isa::avx2:
-      return avx2::filter_loops();
-    case Isa::baseline:
-      break;
-  }
-  return baseline::filter_loops();
+  return of_active_isa(baseline::filter_loops, avx2::filter_loops, avx512::filter_loops);
 }
 
 }  // namespace morva::vector

@@ -12,4 +12,13 @@ Isa active_isa();  // the one in use: the best, unless `use_isa` chose another
 // For tests and benches: uses `isa`, or the best set where the processor lacks it.
 void use_isa(Isa isa);
 
+// Of three functions that give a table of loops, the result of the one for the set in use. They are taken
+// as functions because even a trivial one may hold instructions that this processor lacks.
+template <class Loops>
+const Loops& of_active_isa(const Loops& (*baseline)(), const Loops& (*avx2)(),
+                           const Loops& (*avx512)()) {
+  const Isa isa = active_isa();
+  return isa == Isa::avx512 ? avx512() : isa == Isa::avx2 ? avx2() : baseline();
+}
+
 }  // namespace morva::vector

@@ -5,15 +5,7 @@
 namespace morva::vector {
 
 const RandomLoops& random_loops() {
-  switch (active_isa()) {
-    case Isa::avx512:
-      return avx512::random_loops();
-    case Isa::avx2:
-      return avx2::random_loops();
-    case Isa::baseline:
-      break;
-  }
-  return baseline::random_loops();
+  return of_active_isa(baseline::random_loops, avx2::random_loops, avx512::random_loops);
 }
 
 }  // namespace morva::vector
