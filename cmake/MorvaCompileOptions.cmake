@@ -7,8 +7,9 @@ if(MSVC)
 else()
   target_compile_options(morva_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Werror
-    # Contraction would make the bits depend on the machine's instruction set.
-    -ffp-contract=off -fno-fast-math)
+    # Contraction would make the bits depend on the machine's instruction set. Fast-math stays off by
+    # never being asked for: to say so here would undo the options of the vector objects below.
+    -ffp-contract=off)
   if(MORVA_SANITIZE)
     target_compile_options(morva_options INTERFACE
       -fsanitize=${MORVA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
@@ -29,7 +30,8 @@ function(morva_add_vector_objects out_objects)
     target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src)
     target_compile_definitions(${target} PRIVATE MORVA_ISA=${isa})
     if(NOT MSVC)
-      # Optimised in every build type: these loops are written for the vectoriser.
+      # Optimised in every build type: these loops are written for the vectoriser, which gives up on a
+      # choice between two values where a comparison might trap or a root might set errno.
       target_compile_options(${target} PRIVATE -O3 -fno-math-errno -fno-trapping-math)
       if(isa STREQUAL "avx2")
         target_compile_options(${target} PRIVATE -mavx2)

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "image/errors.h"
+#include "image/growing_image.h"
 
 namespace morva {
 
@@ -84,8 +85,8 @@ std::int32_t plain_failure(MorvaError* err) noexcept {
 }
 
 Image copy_in(const float* rgb, std::int32_t width, std::int32_t height) {
-  Image picture(height, width, 3);
-  std::memcpy(picture.data.data(), rgb, picture.data.size() * sizeof(float));
+  Image picture = reserve_image(height, width, 3);
+  picture.data.assign(rgb, rgb + sample_count(height, width, 3));
   return picture;
 }
 

@@ -83,6 +83,26 @@ TEST_F(Flow, BordersFollowThePaper) {
   EXPECT_EQ(100, render(scene, R"({"border": -1})", "silver_50", nullptr).width);
 }
 
+// Papers that later stages print on already give three channels and read their options.
+TEST_F(Flow, PapersOfThePressAndPlatesKeepTheirShape) {
+  RenderContext ctx;
+  const Json film = maker().load("films", "silver_50");
+  const Image scene(6, 8, 3, 0.18f);
+  const auto printed = [&](const Json& paper, const Json& options) {
+    return process(maker(), scene, film, Json::object(), paper, options, ctx);
+  };
+  const Image pressed =
+      printed({{"repro", "offset"}, {"sheet", false}}, {{"border", 0.25}, {"border_black", true}});
+  EXPECT_EQ(3, pressed.c);
+  EXPECT_EQ(12, pressed.w);
+  EXPECT_EQ(pressed.at(0, 0, 0), pressed.at(0, 0, 2));
+  EXPECT_EQ(8, printed({{"kind", "plate"}}, {{"border", 0.25}}).w);
+  EXPECT_THROW(printed({{"kind", "plate"}}, {{"border", "abc"}}), std::runtime_error);
+  EXPECT_THROW(process(maker(), Image(6, 8, 1), film, Json(), Json::object(), Json(), ctx),
+               std::invalid_argument);
+  EXPECT_THROW(printed(Json(), Json()), std::invalid_argument);
+}
+
 TEST_F(Flow, MirrorAndTurnsReachThePicture) {
   Scene scene(3, 2, 0.02f);
   scene.pixels[0] = scene.pixels[1] = scene.pixels[2] = 1.0f;
@@ -160,6 +180,14 @@ TEST(Sheet, RebateStylesTakeTheirDefaults) {
   EXPECT_EQ(0.1, rebate_style({{"frame_style", "thin"}, {"frame", 0.1}}).width);
   EXPECT_EQ(nullptr, rebate_style(Json::object()).preset);
   EXPECT_EQ(-1.0, rebate_style({{"frame", -1}}).width);
+}
+
+TEST(Sheet, BaseCoversWhatTheMaskLeavesOut) {
+  Image print(1, 2, 3, 0.4f), mask(1, 2, 1);
+  mask.data = {1.0f, 0.25f};
+  lay_base_outside(print, mask, {1.0f, 0.8f, 0.0f});
+  EXPECT_EQ(0.4f, print.at(0, 0, 1));
+  EXPECT_NEAR(0.25 * 0.4 + 0.75 * 0.8, print.at(0, 1, 1), 1e-7);
 }
 
 TEST(Sheet, ScansHaveNone) {

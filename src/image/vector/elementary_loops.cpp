@@ -5,7 +5,8 @@
 namespace morva::vector {
 
 const ElementaryLoops& elementary_loops() {
-  return of_active_isa(baseline::elementary_loops, avx2::elementary_loops, avx512::elementary_loops);
+  return of_active_isa(baseline::elementary_loops, avx2::elementary_loops,
+                       avx512::elementary_loops);
 }
 
 }  // namespace morva::vector

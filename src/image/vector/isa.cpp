@@ -50,8 +50,12 @@ Isa best_isa() {
   return isa;
 }
 
-Isa active_isa() { return chosen().load(std::memory_order_relaxed); }
+Isa active_isa() {
+  return chosen().load(std::memory_order_relaxed);
+}
 
-void use_isa(Isa isa) { chosen().store(std::min(isa, best_isa()), std::memory_order_relaxed); }
+void use_isa(Isa isa) {
+  chosen().store(std::min(isa, best_isa()), std::memory_order_relaxed);
+}
 
 }  // namespace morva::vector

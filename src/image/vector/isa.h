@@ -1,5 +1,5 @@
-// Which instruction set the vector loops use. Every set computes the same bits; they differ in width
-// alone, so the choice is a matter of speed and is made once from what the processor offers.
+// Which instruction set the vector loops use. Every set computes the same bits; they differ in
+// width alone, so the choice is a matter of speed and is made once from what the processor offers.
 #pragma once
 
 namespace morva::vector {
@@ -12,8 +12,8 @@ Isa active_isa();  // the one in use: the best, unless `use_isa` chose another
 // For tests and benches: uses `isa`, or the best set where the processor lacks it.
 void use_isa(Isa isa);
 
-// Of three functions that give a table of loops, the result of the one for the set in use. They are taken
-// as functions because even a trivial one may hold instructions that this processor lacks.
+// Of three functions that give a table of loops, the result of the one for the set in use. They are
+// taken as functions because even a trivial one may hold instructions that this processor lacks.
 template <class Loops>
 const Loops& of_active_isa(const Loops& (*baseline)(), const Loops& (*avx2)(),
                            const Loops& (*avx512)()) {
