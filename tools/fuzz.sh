@@ -5,7 +5,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 tools/setup.sh fuzz
 cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz
+cmake --build --preset fuzz --target fuzzers
 for target in build-fuzz/fuzz_*; do
   [ -x "$target" ] && [ -f "$target" ] || continue
   echo "== $(basename "$target")"

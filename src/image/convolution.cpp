@@ -1,6 +1,7 @@
 #include "image/convolution.h"
 
 #include <algorithm>
+#include <array>
 #include <complex>
 #include <stdexcept>
 
@@ -11,9 +12,11 @@ namespace morva {
 namespace {
 
 using Complex = std::complex<double>;
+using Tile = std::vector<Complex>;
 
-constexpr int kTransform = 1024;  // side of a tile's transform
-constexpr int kLargestHalf = kTransform / 4;
+constexpr int kTransform = 1024;        // side of a transform
+constexpr int kBlock = kTransform / 2;  // pixels of the plane, or taps, that it takes
+constexpr int kGroup = 3;               // blocks a side whose spectra are held together
 constexpr double kTwoPi = 6.283185307179586;
 
 std::vector<Complex> roots_of_unity() {
@@ -56,58 +59,155 @@ void transform_line(Complex* line, const std::vector<Complex>& roots) {
   }
 }
 
-void transpose(std::vector<Complex>& tile) {
+void transpose(Tile& tile) {
   for (int y = 0; y < kTransform; ++y)
     for (int x = y + 1; x < kTransform; ++x)
       std::swap(tile[y * kTransform + x], tile[x * kTransform + y]);
 }
 
 // Both axes; the result stands transposed, which two transforms in a row undo.
-void transform_tile(std::vector<Complex>& tile, const std::vector<Complex>& roots) {
+void transform_tile(Tile& tile, const std::vector<Complex>& roots) {
   for (int y = 0; y < kTransform; ++y) transform_line(&tile[y * kTransform], roots);
   transpose(tile);
   for (int y = 0; y < kTransform; ++y) transform_line(&tile[y * kTransform], roots);
 }
 
-std::vector<Complex> kernel_spectrum(const std::vector<double>& kernel, int half,
-                                     const std::vector<Complex>& roots) {
-  std::vector<Complex> tile(static_cast<std::size_t>(kTransform) * kTransform);
+// Neighbouring blocks; a tile without light or taps is left empty.
+struct Group {
+  int top, left;
+  int rows, cols;
+  std::array<Tile, kGroup * kGroup> tiles;
+
+  Tile& at(int y, int x) { return tiles[(y - top) * kGroup + (x - left)]; }
+  const Tile& at(int y, int x) const { return tiles[(y - top) * kGroup + (x - left)]; }
+  bool holds(int y, int x) const {
+    return y >= top && y < top + rows && x >= left && x < left + cols;
+  }
+};
+
+// A run of block numbers, `end` excluded.
+struct Blocks {
+  int first, end;
+};
+
+// The last block takes one tap more, which the transform just holds.
+int kernel_blocks(int half) {
+  return std::max(1, (2 * half + kBlock - 1) / kBlock);
+}
+
+int plane_blocks(int size) {
+  return (size + kBlock - 1) / kBlock;
+}
+
+// The plane's upper half is carried by the real part, its lower half by the imaginary one.
+int folded_height(const Image& plane) {
+  return (plane.h + 1) / 2;
+}
+
+// Blocks of the result that reach into the picture, from `above` before its first pixel to `size`.
+Blocks result_blocks(int folded_size, int above, int size, int half) {
+  const int past_edge = half - kTransform - above;
+  return {past_edge < 0 ? 0 : past_edge / kBlock + 1,
+          std::min(plane_blocks(folded_size) + kernel_blocks(half) - 1,
+                   (size + half - 1) / kBlock + 1)};
+}
+
+Tile tap_spectrum(const std::vector<double>& kernel, int half, int by, int bx,
+                  const std::vector<Complex>& roots) {
   const int side = 2 * half + 1;
-  for (int y = 0; y < side; ++y)
-    for (int x = 0; x < side; ++x) tile[y * kTransform + x] = kernel[y * side + x];
+  const int last = kernel_blocks(half) - 1;
+  const int top = by * kBlock, bottom = by == last ? side : top + kBlock;
+  const int left = bx * kBlock, right = bx == last ? side : left + kBlock;
+  Tile tile(static_cast<std::size_t>(kTransform) * kTransform);
+  bool any = false;
+  for (int y = top; y < bottom; ++y) {
+    for (int x = left; x < right; ++x) {
+      const double tap = kernel[static_cast<std::size_t>(y) * side + x];
+      any = any || tap != 0.0;
+      tile[(y - top) * kTransform + (x - left)] = tap;
+    }
+  }
+  if (!any) return {};
   transform_tile(tile, roots);
   return tile;
 }
 
-// Loads the block that starts at (top, left); false when it is empty of light.
-bool load_block(const Image& plane, int top, int left, int block, std::vector<Complex>& tile) {
+Group tap_spectra(const std::vector<double>& kernel, int half, int top, int left,
+                  const std::vector<Complex>& roots) {
+  const int blocks = kernel_blocks(half);
+  Group group{top, left, std::min(kGroup, blocks - top), std::min(kGroup, blocks - left), {}};
+  for (int by = top; by < top + group.rows; ++by)
+    for (int bx = left; bx < left + group.cols; ++bx)
+      group.at(by, bx) = tap_spectrum(kernel, half, by, bx, roots);
+  return group;
+}
+
+// False when the block is empty of light.
+bool load_light(const Image& plane, int by, int bx, Tile& tile) {
+  const int folded = folded_height(plane);
+  const int top = by * kBlock, left = bx * kBlock;
   std::fill(tile.begin(), tile.end(), Complex());
   bool any = false;
-  for (int y = 0; y < std::min(block, plane.h - top); ++y) {
-    for (int x = 0; x < std::min(block, plane.w - left); ++x) {
-      const float value = plane.at(top + y, left + x);
-      any = any || value != 0.0f;
-      tile[y * kTransform + x] = value;
+  for (int y = top; y < std::min(top + kBlock, folded); ++y) {
+    for (int x = left; x < std::min(left + kBlock, plane.w); ++x) {
+      const float upper = plane.at(y, x);
+      const float lower = y + folded < plane.h ? plane.at(y + folded, x) : 0.0f;
+      any = any || upper != 0.0f || lower != 0.0f;
+      tile[(y - top) * kTransform + (x - left)] = Complex(upper, lower);
     }
   }
   return any;
 }
 
-// Adds the convolved block where it falls. A forward transform of the product gives the inverse one
-// with its indices negated.
-void add_block(const std::vector<Complex>& tile, int top, int left, int half, int block,
-               Image& sums) {
+void add_product(const Tile& light, const Tile& taps, Tile& sum) {
+  if (sum.empty()) sum.resize(light.size());
+  for (std::size_t i = 0; i < light.size(); ++i) sum[i] += times(light[i], taps[i]);
+}
+
+// The spectra of `result` by the taps of one group: each block of light is transformed once and
+// lights as many results as there are taps for.
+void accumulate(const Image& plane, const Group& taps, Tile& light,
+                const std::vector<Complex>& roots, Group& result) {
+  const int end_y =
+      std::min(plane_blocks(folded_height(plane)), result.top + result.rows - taps.top);
+  const int end_x = std::min(plane_blocks(plane.w), result.left + result.cols - taps.left);
+  for (int y = std::max(0, result.top - taps.top - taps.rows + 1); y < end_y; ++y) {
+    for (int x = std::max(0, result.left - taps.left - taps.cols + 1); x < end_x; ++x) {
+      if (!load_light(plane, y, x, light)) continue;
+      transform_tile(light, roots);
+      for (int by = taps.top; by < taps.top + taps.rows; ++by)
+        for (int bx = taps.left; bx < taps.left + taps.cols; ++bx)
+          if (result.holds(y + by, x + bx) && !taps.at(by, bx).empty())
+            add_product(light, taps.at(by, bx), result.at(y + by, x + bx));
+    }
+  }
+}
+
+// Adds a block of the result where it falls. A forward transform of the product gives the inverse
+// one with its indices negated.
+void add_block(const Tile& tile, int top, int left, Image& sums) {
   constexpr double scale = 1.0 / (static_cast<double>(kTransform) * kTransform);
-  const int reach = block + 2 * half;
-  for (int y = 0; y < reach; ++y) {
-    const int to_y = top + y - half;
-    if (to_y < 0 || to_y >= sums.h) continue;
-    const int from_y = (kTransform - y) % kTransform;
-    for (int x = 0; x < reach; ++x) {
-      const int to_x = left + x - half;
-      if (to_x < 0 || to_x >= sums.w) continue;
-      const int from_x = (kTransform - x) % kTransform;
-      sums.at(to_y, to_x) += static_cast<float>(tile[from_y * kTransform + from_x].real() * scale);
+  const int folded = folded_height(sums);
+  const int first_x = std::max(0, -left), end_x = std::min(kTransform, sums.w - left);
+  for (int y = 0; y < kTransform; ++y) {
+    const Complex* from = &tile[(kTransform - y) % kTransform * kTransform];
+    const int upper = top + y, lower = upper + folded;
+    for (int x = first_x; x < end_x; ++x) {
+      const Complex light = from[(kTransform - x) % kTransform] * scale;
+      if (upper >= 0 && upper < sums.h)
+        sums.at(upper, left + x) += static_cast<float>(light.real());
+      if (lower >= 0 && lower < sums.h)
+        sums.at(lower, left + x) += static_cast<float>(light.imag());
+    }
+  }
+}
+
+void add_group(Group& result, int half, const std::vector<Complex>& roots, Image& sums) {
+  for (int y = result.top; y < result.top + result.rows; ++y) {
+    for (int x = result.left; x < result.left + result.cols; ++x) {
+      if (result.at(y, x).empty()) continue;
+      transform_tile(result.at(y, x), roots);
+      add_block(result.at(y, x), y * kBlock - half, x * kBlock - half, sums);
     }
   }
 }
@@ -115,19 +215,24 @@ void add_block(const std::vector<Complex>& tile, int top, int left, int half, in
 }  // namespace
 
 Image convolve_large(const Image& plane, const std::vector<double>& kernel, int half) {
-  if (half < 0 || half > kLargestHalf) throw std::length_error("convolve_large: half-width");
+  const std::size_t side = 2 * static_cast<std::size_t>(std::max(half, 0)) + 1;
+  if (half < 0 || kernel.size() != side * side) throw std::length_error("convolve_large: kernel");
   const std::vector<Complex> roots = roots_of_unity();
-  const std::vector<Complex> spectrum = kernel_spectrum(kernel, half, roots);
-  const int block = kTransform - 2 * half;
-  std::vector<Complex> tile(spectrum.size());
+  const int folded = folded_height(plane);
+  const Blocks rows = result_blocks(folded, folded, plane.h, half);
+  const Blocks cols = result_blocks(plane.w, 0, plane.w, half);
+  Tile light(static_cast<std::size_t>(kTransform) * kTransform);
   Image sums(plane.h, plane.w, 1);
-  for (int top = 0; top < plane.h; top += block) {
-    for (int left = 0; left < plane.w; left += block) {
-      if (!load_block(plane, top, left, block, tile)) continue;
-      transform_tile(tile, roots);
-      for (std::size_t i = 0; i < tile.size(); ++i) tile[i] = times(tile[i], spectrum[i]);
-      transform_tile(tile, roots);
-      add_block(tile, top, left, half, block, sums);
+  for (int ky = 0; ky < kernel_blocks(half); ky += kGroup) {
+    for (int kx = 0; kx < kernel_blocks(half); kx += kGroup) {
+      const Group taps = tap_spectra(kernel, half, ky, kx, roots);
+      for (int y = rows.first; y < rows.end; y += kGroup) {
+        for (int x = cols.first; x < cols.end; x += kGroup) {
+          Group result{y, x, std::min(kGroup, rows.end - y), std::min(kGroup, cols.end - x), {}};
+          accumulate(plane, taps, light, roots, result);
+          add_group(result, half, roots, sums);
+        }
+      }
     }
   }
   return sums;

@@ -8,8 +8,9 @@
 namespace morva {
 
 // The plane convolved with a square kernel of side 2 * half + 1, row-major; zeros lie outside the
-// plane. `half` may be at most 256. The transforms run in double; each tile's part is rounded to
-// float and added. Work grows with the plane, not with plane times kernel.
+// plane. The transforms run in double; the parts of a pixel are rounded to float and added. Work
+// grows with the plane and with the kernel in blocks of 512; some 300 MB are used at most besides
+// the two planes. Throws std::length_error for a kernel of another size.
 Image convolve_large(const Image& plane, const std::vector<double>& kernel, int half);
 
 }  // namespace morva
