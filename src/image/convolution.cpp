@@ -1,7 +1,6 @@
 #include "image/convolution.h"
 
 #include <algorithm>
-#include <array>
 #include <complex>
 #include <stdexcept>
 
@@ -16,14 +15,19 @@ using Tile = std::vector<Complex>;
 
 constexpr int kTransform = 1024;        // side of a transform
 constexpr int kBlock = kTransform / 2;  // pixels of the plane, or taps, that it takes
-constexpr int kGroup = 3;               // blocks a side whose spectra are held together
+// Blocks a side whose spectra are held together, of the kernel and of the result.
+constexpr int kTapGroup = 4;
+constexpr int kResultGroup = 3;
 constexpr double kTwoPi = 6.283185307179586;
 
+// From index n the n roots that merge transforms of n points into those of 2n.
 std::vector<Complex> roots_of_unity() {
-  std::vector<Complex> roots(kTransform / 2);
-  for (int i = 0; i < kTransform / 2; ++i) {
-    const double angle = kTwoPi * i / kTransform;
-    roots[i] = Complex(elementary::cos(angle), -elementary::sin(angle));
+  std::vector<Complex> roots(kTransform);
+  for (int n = 1; n < kTransform; n *= 2) {
+    for (int i = 0; i < n; ++i) {
+      const double angle = kTwoPi * i / (2 * n);
+      roots[n + i] = Complex(elementary::cos(angle), -elementary::sin(angle));
+    }
   }
   return roots;
 }
@@ -45,41 +49,52 @@ void reorder_by_bit_reversal(Complex* line) {
 // Radix-2 transform of one line in place (Cooley and Tukey 1965).
 void transform_line(Complex* line, const std::vector<Complex>& roots) {
   reorder_by_bit_reversal(line);
-  for (int length = 2; length <= kTransform; length *= 2) {
-    const int half = length / 2;
-    const int stride = kTransform / length;
-    for (int start = 0; start < kTransform; start += length) {
+  for (int half = 1; half < kTransform; half *= 2) {
+    const Complex* root = &roots[half];
+    for (int start = 0; start < kTransform; start += 2 * half) {
+      Complex* low = line + start;
+      Complex* high = low + half;
       for (int i = 0; i < half; ++i) {
-        const Complex even = line[start + i];
-        const Complex odd = times(line[start + i + half], roots[i * stride]);
-        line[start + i] = even + odd;
-        line[start + i + half] = even - odd;
+        const Complex even = low[i];
+        const Complex odd = times(high[i], root[i]);
+        low[i] = even + odd;
+        high[i] = even - odd;
       }
     }
   }
 }
 
+// In squares that the first cache holds.
 void transpose(Tile& tile) {
-  for (int y = 0; y < kTransform; ++y)
-    for (int x = y + 1; x < kTransform; ++x)
-      std::swap(tile[y * kTransform + x], tile[x * kTransform + y]);
+  constexpr int kSquare = 16;
+  for (int top = 0; top < kTransform; top += kSquare)
+    for (int left = top; left < kTransform; left += kSquare)
+      for (int y = top; y < top + kSquare; ++y)
+        for (int x = std::max(left, y + 1); x < left + kSquare; ++x)
+          std::swap(tile[y * kTransform + x], tile[x * kTransform + y]);
+}
+
+void transform_rows(Tile& tile, const std::vector<Complex>& roots) {
+  for (auto row = tile.begin(); row != tile.end(); row += kTransform)
+    if (std::any_of(row, row + kTransform, [](Complex v) { return v != Complex(); }))
+      transform_line(&*row, roots);
 }
 
 // Both axes; the result stands transposed, which two transforms in a row undo.
 void transform_tile(Tile& tile, const std::vector<Complex>& roots) {
-  for (int y = 0; y < kTransform; ++y) transform_line(&tile[y * kTransform], roots);
+  transform_rows(tile, roots);
   transpose(tile);
-  for (int y = 0; y < kTransform; ++y) transform_line(&tile[y * kTransform], roots);
+  transform_rows(tile, roots);
 }
 
 // Neighbouring blocks; a tile without light or taps is left empty.
 struct Group {
   int top, left;
   int rows, cols;
-  std::array<Tile, kGroup * kGroup> tiles;
+  std::vector<Tile> tiles = std::vector<Tile>(static_cast<std::size_t>(rows) * cols);
 
-  Tile& at(int y, int x) { return tiles[(y - top) * kGroup + (x - left)]; }
-  const Tile& at(int y, int x) const { return tiles[(y - top) * kGroup + (x - left)]; }
+  Tile& at(int y, int x) { return tiles[(y - top) * cols + (x - left)]; }
+  const Tile& at(int y, int x) const { return tiles[(y - top) * cols + (x - left)]; }
   bool holds(int y, int x) const {
     return y >= top && y < top + rows && x >= left && x < left + cols;
   }
@@ -135,7 +150,7 @@ Tile tap_spectrum(const std::vector<double>& kernel, int half, int by, int bx,
 Group tap_spectra(const std::vector<double>& kernel, int half, int top, int left,
                   const std::vector<Complex>& roots) {
   const int blocks = kernel_blocks(half);
-  Group group{top, left, std::min(kGroup, blocks - top), std::min(kGroup, blocks - left), {}};
+  Group group{top, left, std::min(kTapGroup, blocks - top), std::min(kTapGroup, blocks - left)};
   for (int by = top; by < top + group.rows; ++by)
     for (int bx = left; bx < left + group.cols; ++bx)
       group.at(by, bx) = tap_spectrum(kernel, half, by, bx, roots);
@@ -223,12 +238,13 @@ Image convolve_large(const Image& plane, const std::vector<double>& kernel, int 
   const Blocks cols = result_blocks(plane.w, 0, plane.w, half);
   Tile light(static_cast<std::size_t>(kTransform) * kTransform);
   Image sums(plane.h, plane.w, 1);
-  for (int ky = 0; ky < kernel_blocks(half); ky += kGroup) {
-    for (int kx = 0; kx < kernel_blocks(half); kx += kGroup) {
+  for (int ky = 0; ky < kernel_blocks(half); ky += kTapGroup) {
+    for (int kx = 0; kx < kernel_blocks(half); kx += kTapGroup) {
       const Group taps = tap_spectra(kernel, half, ky, kx, roots);
-      for (int y = rows.first; y < rows.end; y += kGroup) {
-        for (int x = cols.first; x < cols.end; x += kGroup) {
-          Group result{y, x, std::min(kGroup, rows.end - y), std::min(kGroup, cols.end - x), {}};
+      for (int y = rows.first; y < rows.end; y += kResultGroup) {
+        for (int x = cols.first; x < cols.end; x += kResultGroup) {
+          Group result{y, x, std::min(kResultGroup, rows.end - y),
+                       std::min(kResultGroup, cols.end - x)};
           accumulate(plane, taps, light, roots, result);
           add_group(result, half, roots, sums);
         }

@@ -8,9 +8,9 @@
 namespace morva {
 
 // The plane convolved with a square kernel of side 2 * half + 1, row-major; zeros lie outside the
-// plane. The transforms run in double; the parts of a pixel are rounded to float and added. Work
-// grows with the plane and with the kernel in blocks of 512; some 300 MB are used at most besides
-// the two planes. Throws std::length_error for a kernel of another size.
+// plane. The transforms run in double; the parts of a pixel are rounded to float and added. Plane
+// and kernel are taken in blocks of 512, of which 26 spectra at most are held, some 440 MB. Throws
+// std::length_error for a kernel of another size.
 Image convolve_large(const Image& plane, const std::vector<double>& kernel, int half);
 
 }  // namespace morva

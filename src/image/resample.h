@@ -27,13 +27,15 @@ struct ResizeCoefficients {
   std::size_t tap_stride = 0;
 };
 
+// Throws std::bad_alloc above 2^31 taps, before it takes any memory.
 ResizeCoefficients resize_coefficients(std::int32_t in_size, std::int32_t out_size, int filter);
 
 // One channel only (std::logic_error). The present size gives a copy, an empty image stays as it
 // is.
 Image pil_resize(const Image& image, std::int32_t new_w, std::int32_t new_h, int filter);
 
-// The same for every channel of an image with any number of them.
+// The same for every channel of an image with any number of them. A size beyond any memory fails at
+// once with std::bad_alloc.
 Image resize_image(const Image& image, std::int32_t new_w, std::int32_t new_h, int filter);
 
 }  // namespace morva

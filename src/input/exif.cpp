@@ -91,7 +91,7 @@ Metadata read_exif(std::span<const std::uint8_t> block) {
   metadata.model = text(EXIF_IFD_0, EXIF_TAG_MODEL);
   metadata.lens = text(EXIF_IFD_EXIF, EXIF_TAG_LENS_MODEL);
   metadata.taken = text(EXIF_IFD_EXIF, EXIF_TAG_DATE_TIME_ORIGINAL);
-  metadata.changed = text(EXIF_IFD_0, EXIF_TAG_DATE_TIME);
+  metadata.digitised = text(EXIF_IFD_EXIF, EXIF_TAG_DATE_TIME_DIGITIZED);
   metadata.focal_mm = number(EXIF_IFD_EXIF, EXIF_TAG_FOCAL_LENGTH);
   metadata.f_number = number(EXIF_IFD_EXIF, EXIF_TAG_FNUMBER);
   metadata.exposure_s = number(EXIF_IFD_EXIF, EXIF_TAG_EXPOSURE_TIME);

@@ -17,7 +17,7 @@ struct Metadata {
   std::string lens;
   std::string
       taken;  // when the picture was taken, "YYYY:MM:DD HH:MM:SS" or anything the file holds
-  std::string changed;  // when the file was last written
+  std::string digitised;  // when it became digital: the scanner's date, or the camera's own again
   double focal_mm = 0.0;
   double f_number = 0.0;
   double exposure_s = 0.0;

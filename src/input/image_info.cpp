@@ -33,21 +33,32 @@ std::string camera_name(const Metadata& metadata) {
   return metadata.maker + (both ? " " : "") + metadata.model;
 }
 
-// "YYYY:MM:DD HH:MM:SS" with a month in it. A camera whose clock was never set writes blanks or
-// zeros.
+// The two digits at `place`.
+int two_digits(std::string_view text, std::size_t place) {
+  return (text[place] - '0') * 10 + (text[place + 1] - '0');
+}
+
+// "YYYY:MM:DD HH:MM:SS" that a calendar and a clock can show. A camera whose clock was never set
+// writes blanks or zeros.
 bool is_date(std::string_view text) {
   constexpr std::string_view kForm = "0000:00:00 00:00:00";
   const bool formed = std::ranges::equal(text, kForm, [](char c, char form) {
     return form == '0' ? c >= '0' && c <= '9' : c == form;
   });
-  return formed && text.substr(5, 2) != "00";
+  if (!formed) {
+    return false;
+  }
+  const int month = two_digits(text, 5);
+  const int day = two_digits(text, 8);
+  return month >= 1 && month <= 12 && day >= 1 && day <= 31 && two_digits(text, 11) < 24 &&
+         two_digits(text, 14) < 60 && two_digits(text, 17) < 60;
 }
 
 std::string_view date_taken(const Metadata& metadata) {
   if (is_date(metadata.taken)) {
     return metadata.taken;
   }
-  return is_date(metadata.changed) ? std::string_view(metadata.changed) : std::string_view();
+  return is_date(metadata.digitised) ? std::string_view(metadata.digitised) : std::string_view();
 }
 
 }  // namespace

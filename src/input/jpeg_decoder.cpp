@@ -17,8 +17,10 @@
 namespace morva {
 namespace {
 
-// Each scan of a progressive file costs a pass over the whole picture; encoders write about ten.
-constexpr int kMaxScans = 500;
+// Each scan of a progressive file costs a pass over the whole picture, and an empty one takes a few
+// bytes of the file. Encoders write about ten; a hundred over the largest picture take minutes, and
+// more than that only a hostile file asks for.
+constexpr int kMaxScans = 100;
 
 // The library reports failure by a jump. The functions between setjmp and the jump hold nothing
 // with a destructor: all that they need stands here.

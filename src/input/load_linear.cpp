@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "image/errors.h"
+#include "image/growing_image.h"
 #include "input/byte_source.h"
 #include "input/orientation.h"
 #include "input/picture_file.h"
@@ -47,17 +48,24 @@ Pixels8 upright(Pixels8 pixels, Turn turn) {
 
 Image linear_light(const Pixels8& pixels) {
   const std::array<float, 256>& table = srgb_to_linear_table();
-  Image image(pixels.h, pixels.w, 3);
-  std::transform(pixels.rgb.get(), pixels.rgb.get() + pixels.samples(), image.data.begin(),
-                 [&table](std::uint8_t code) { return table[code]; });
+  Image image = reserve_image(pixels.h, pixels.w, 3);
+  const std::size_t n = pixels.row_samples();
+  const std::uint8_t* code = pixels.rgb.get();
+  for (std::int32_t y = 0; y < pixels.h; ++y, code += n) {
+    std::transform(code, code + n, add_rows(image, 1),
+                   [&table](std::uint8_t c) { return table[c]; });
+  }
   return image;
 }
 
-// Turned while it still has 8 bits: a quarter of the memory of the linear picture. The file itself
-// is gone before that picture is made.
+// Only a file that proves to be a picture of a bearable size is read whole. It is turned while it
+// still has 8 bits: a quarter of the memory of the linear picture. The file itself is gone before
+// that picture is made.
 Pixels8 load_pixels(const std::string& path) {
-  const std::vector<std::uint8_t> file = read_all(file_source(path));
-  const PictureHeader header = read_picture_header(memory_source(file));
+  const ByteSource source = file_source(path);
+  const PictureHeader header = read_picture_header(source);
+  require_decodable_size(header.w, header.h);
+  const std::vector<std::uint8_t> file = read_all(source);
   return upright(decode_picture(file), turn_of_orientation(header.metadata.orientation));
 }
 

@@ -23,9 +23,13 @@ struct Pixels8 {
   std::uint8_t* row(std::size_t y) { return rgb.get() + y * row_samples(); }
 };
 
+// Throws the imaging error "value overflow" at "size" above kMaxPixels, "bad header" at "frame" for
+// an empty picture.
+void require_decodable_size(std::uint64_t w, std::uint64_t h);
+
 // Pixels of the given size, not yet written: the system gives out the pages as the rows arrive, so
-// a file that claims far more than it holds costs next to nothing. Throws the imaging error "value
-// overflow" at "size" above kMaxPixels, "bad header" at "frame" for an empty picture.
+// a file that claims far more than it holds costs next to nothing. Throws as
+// require_decodable_size.
 Pixels8 make_pixels(std::uint64_t w, std::uint64_t h);
 
 }  // namespace morva

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdarg>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,6 +14,9 @@
 
 namespace morva {
 namespace {
+
+// Colours, alphas and masks of the most generous file; a hostile one may claim 65535.
+constexpr std::uint16_t kMaxSamplesPerPixel = 64;
 
 // One strip or tile of the largest picture, four channels of 16 bits.
 constexpr tmsize_t kMaxAllocation = static_cast<tmsize_t>(kMaxPixels * 8);
@@ -113,11 +117,11 @@ Metadata read_metadata(TIFF* tiff) {
   metadata.orientation = tag_or<std::uint16_t>(tiff, TIFFTAG_ORIENTATION, 0);
   metadata.maker = text_tag(tiff, TIFFTAG_MAKE);
   metadata.model = text_tag(tiff, TIFFTAG_MODEL);
-  metadata.changed = text_tag(tiff, TIFFTAG_DATETIME);
   toff_t exif = 0;
   if (TIFFGetField(tiff, TIFFTAG_EXIFIFD, &exif) && TIFFReadEXIFDirectory(tiff, exif)) {
     metadata.lens = text_tag(tiff, EXIFTAG_LENSMODEL);
     metadata.taken = text_tag(tiff, EXIFTAG_DATETIMEORIGINAL);
+    metadata.digitised = text_tag(tiff, EXIFTAG_DATETIMEDIGITIZED);
     metadata.focal_mm = number_tag(tiff, EXIFTAG_FOCALLENGTH);
     metadata.f_number = number_tag(tiff, EXIFTAG_FNUMBER);
     metadata.exposure_s = number_tag(tiff, EXIFTAG_EXPOSURETIME);
@@ -141,13 +145,16 @@ bool is_plain(TIFF* tiff) {
 template <class Sample, class ToCode>
 void read_plain_rows(TIFF* tiff, Pixels8& pixels, ToCode to_code) {
   const auto samples = tag_or<std::uint16_t>(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+  if (samples > kMaxSamplesPerPixel) {
+    fail_imaging(ImagingStep::kConvert, ImagingCode::kUnsupportedPixelFormat);
+  }
   const bool colour = tag_or<std::uint16_t>(tiff, TIFFTAG_PHOTOMETRIC, 0) == PHOTOMETRIC_RGB;
   const std::size_t row_samples = static_cast<std::size_t>(pixels.w) * samples;
   const tmsize_t row_bytes = TIFFScanlineSize(tiff);
   if (row_bytes <= 0 || static_cast<std::size_t>(row_bytes) != row_samples * sizeof(Sample)) {
     fail_imaging(ImagingStep::kPixels, ImagingCode::kBadImage);
   }
-  if (row_bytes > kMaxAllocation) {  // a file may claim 65535 samples a pixel
+  if (row_bytes > kMaxAllocation) {
     fail_imaging(ImagingStep::kSize, ImagingCode::kValueOverflow);
   }
   const auto row = std::make_unique_for_overwrite<Sample[]>(row_samples);
@@ -251,7 +258,9 @@ Pixels8 decode_tiff(std::span<const std::uint8_t> file) {
   const auto bits = tag_or<std::uint16_t>(tiff.get(), TIFFTAG_BITSPERSAMPLE, 1);
   const auto number = tag_or<std::uint16_t>(tiff.get(), TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
   const bool plain = is_plain(tiff.get());
-  if (number == SAMPLEFORMAT_UINT && bits == 16 && plain) {
+  if (number == SAMPLEFORMAT_UINT && bits == 8 && plain) {
+    read_plain_rows<std::uint8_t>(tiff.get(), pixels, std::identity{});
+  } else if (number == SAMPLEFORMAT_UINT && bits == 16 && plain) {
     read_plain_rows<std::uint16_t>(tiff.get(), pixels, round_to_8_bits);
   } else if (number == SAMPLEFORMAT_IEEEFP && bits == 32 && plain) {
     read_plain_rows<float>(tiff.get(), pixels, encode_srgb8);

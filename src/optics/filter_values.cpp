@@ -1,12 +1,17 @@
 #include "optics/filter_values.h"
 
 #include <cmath>
-
 #include <string>
 
 #include "image/errors.h"
 
 namespace morva {
+
+namespace {
+
+constexpr double kMostPlainDeg = 1e6;
+
+}  // namespace
 
 std::array<double, 3> channel_values(const Json& profile, const char* key,
                                      const std::array<double, 3>& fallback) {
@@ -18,6 +23,8 @@ std::array<double, 3> channel_values(const Json& profile, const char* key,
 }
 
 double turned_by(double own_deg, double option_deg) {
+  const double sum = own_deg + option_deg;
+  if (std::fabs(sum) < kMostPlainDeg) return sum;
   return std::fmod(own_deg, 360.0) + std::fmod(option_deg, 360.0);
 }
 

@@ -13,8 +13,8 @@ namespace morva {
 std::array<double, 3> channel_values(const Json& profile, const char* key,
                                      const std::array<double, 3>& fallback);
 
-// A filter's own angle and the option's, in degrees; whole turns of either are dropped, so that their sum
-// is finite.
+// The sum of a filter's own angle and the option's, in degrees. Where it passes a million, whole
+// turns of either are dropped, so that it is finite.
 double turned_by(double own_deg, double option_deg);
 
 }  // namespace morva

@@ -25,11 +25,17 @@ struct Graduation {
   double far_density;  // share of the density left at the far end of a reverse filter
 };
 
-Graduation read_graduation(const Json& filter, double angle_deg, double position) {
+std::array<double, 3> read_stops(const Json& filter) {
+  if (!get(filter, "stops_rgb").is_null()) return channel_values(filter, "stops_rgb", {});
   const double stops = get_number(filter, "stops", 1.0);
-  const double radians = turned_by(get_number(filter, "angle", 0.0), angle_deg) * std::numbers::pi / 180.0;
+  return {stops, stops, stops};
+}
+
+Graduation read_graduation(const Json& filter, double angle_deg, double position) {
+  const double radians =
+      turned_by(get_number(filter, "angle", 0.0), angle_deg) * std::numbers::pi / 180.0;
   const Json& kind = get(filter, "grad");
-  return {channel_values(filter, "stops_rgb", {stops, stops, stops}),
+  return {read_stops(filter),
           std::max(kSharpestEdge, get_number(filter, "edge_frac", 0.25)),
           elementary::cos(radians),
           elementary::sin(radians),

@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <string>
+#include <limits>
 
-#include "image/errors.h"
 #include "image/resample.h"
 #include "optics/filter_values.h"
 #include "optics/highlights.h"
@@ -16,7 +15,8 @@ namespace morva {
 namespace {
 
 constexpr double kLeastStrength = 1e-5;
-constexpr double kMostRays = 200.0;
+constexpr double kMostStrength = std::numeric_limits<float>::max();
+constexpr double kMostLines = 100.0;
 constexpr double kShortestPx = 3.0;
 constexpr double kThinnestPx = 0.6;
 constexpr double kWidestPx = 3.0;  // wider rays are drawn on a smaller raster
@@ -29,11 +29,9 @@ struct Star {
   double dispersion;
 };
 
-int line_count(const Json& filter) {
-  const double rays = get_number(filter, "rays", 4.0);
-  if (rays > kMostRays)
-    throw ProfileError("rays: слишком много лучей — " + as_text(get(filter, "rays")));
-  return std::max(1, static_cast<int>(std::max(rays, 0.0)) / 2);
+// Two rays make a line.
+int line_count(double rays) {
+  return std::max(1, static_cast<int>(std::clamp(rays, 0.0, 2.0 * kMostLines)) / 2);
 }
 
 Star read_star(const Json& filter, double strength, double angle_deg, double long_px) {
@@ -41,9 +39,10 @@ Star read_star(const Json& filter, double strength, double angle_deg, double lon
   Star star;
   star.shape = {std::max(kShortestPx, get_number(filter, "length_frac", 0.14) * long_px),
                 std::max(kThinnestPx, get_number(filter, "width_frac", 0.0015) * long_px),
-                line_count(filter), turned_by(get_number(filter, "angle", 0.0), angle_deg),
+                line_count(get_number(filter, "rays", 4.0)),
+                turned_by(get_number(filter, "angle", 0.0), angle_deg),
                 get_number(filter, "decay", 0.32)};
-  star.strength = {strength * tint[0], strength * tint[1], strength * tint[2]};
+  for (int k = 0; k < 3; ++k) star.strength[k] = std::min(strength * tint[k], kMostStrength);
   star.threshold = static_cast<float>(get_number(filter, "threshold", 0.8));
   star.dispersion = get_number(filter, "dispersion", 1.0);
   return star;
@@ -75,7 +74,8 @@ void move_light(Image& image, std::int32_t k, double strength, const Image& ligh
   const auto s = static_cast<float>(strength);
   float* sample = image.data.data() + k;
   for (std::size_t i = 0; i < light.data.size(); ++i, sample += 3)
-    *sample = (*sample - s * light.data[i]) + s * rays.data[i];
+    if (light.data[i] != 0.0f || rays.data[i] != 0.0f)
+      *sample = (*sample - s * light.data[i]) + s * rays.data[i];
 }
 
 bool any_light(const Image& plane) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <new>
 #include <numbers>
 
@@ -13,11 +12,10 @@ namespace morva {
 
 namespace {
 
-constexpr double kLargestRadius = 16384.0;
+constexpr double kLargestRadius = 4096.0;
 constexpr double kShortestDecay = 0.001;
 constexpr double kExpReachesZero = 746.0;
-constexpr double kDirectProducts = 3e9;  // more of them take longer than the transforms
-constexpr std::int32_t kBlockHalf = 256;
+constexpr double kMostDirectProducts = 3e9;  // more of them take longer than the transforms
 
 struct Line {
   double cos_angle;
@@ -34,32 +32,45 @@ std::vector<Line> star_lines(const StarShape& shape) {
   return lines;
 }
 
-// Adds one line's light along the kernel row at height y.
-void add_line(const Line& line, const StarShape& shape, double y, std::vector<double>& row) {
-  const std::int32_t radius = static_cast<std::int32_t>(row.size() / 2);
+// How a ray falls off, in px.
+struct RayProfile {
+  double spread;  // 2 sigma^2 across
+  double margin;  // where the fall across reaches zero
+  double tau;     // decay along
+  double length;
+};
+
+RayProfile ray_profile(const StarShape& shape) {
   const double spread = 2.0 * shape.width_px * shape.width_px;
-  const double tau = std::max(kShortestDecay, shape.length_px * shape.decay);
-  const double reach = static_cast<double>(static_cast<float>(shape.length_px));
-  // Columns where the fall is not yet zero, with one to spare on either side.
-  const double margin = std::sqrt(kExpReachesZero * spread);
-  double first = -radius, last = radius;
+  return {spread, std::sqrt(kExpReachesZero * spread),
+          std::max(kShortestDecay, shape.length_px * shape.decay),
+          static_cast<double>(static_cast<float>(shape.length_px))};
+}
+
+// Adds one line's light along the kernel row at height y.
+void add_line(const Line& line, const RayProfile& ray, double y, std::vector<double>& row) {
+  const auto radius = static_cast<std::int32_t>(row.size() / 2);
+  double left = -radius, right = radius;
   if (std::fabs(line.sin_angle) > 1e-6) {
     const double centre = y * line.cos_angle / line.sin_angle;
-    const double half = margin / std::fabs(line.sin_angle) + 1.0;
-    first = std::clamp(centre - half, first, last);
-    last = std::clamp(centre + half, first, last);
+    const double half = ray.margin / std::fabs(line.sin_angle) + 1.0;  // one column to spare
+    left = std::clamp(centre - half, left, right);
+    right = std::clamp(centre + half, left, right);
   }
-  for (auto x = static_cast<std::int32_t>(first); x <= static_cast<std::int32_t>(last); ++x) {
+  for (auto x = static_cast<std::int32_t>(left); x <= static_cast<std::int32_t>(right); ++x) {
     const double across = y * line.cos_angle - x * line.sin_angle;
-    const double fall = across * across / spread;
+    const double fall = across * across / ray.spread;
     if (fall > kExpReachesZero) continue;
     const double along = std::fabs(x * line.cos_angle + y * line.sin_angle);
-    if (along > reach) continue;
-    row[x + radius] += elementary::exp(-fall) * elementary::exp(-along / tau);
+    if (along > ray.length) continue;
+    row[x + radius] += elementary::exp(-fall) * elementary::exp(-along / ray.tau);
   }
 }
 
-void append_runs(std::int32_t dy, const std::vector<double>& row, StarKernel& kernel) {
+std::vector<StarKernel::Run> append_runs(const std::vector<double>& row,
+                                         std::vector<double>& taps) {
+  const auto radius = static_cast<std::int32_t>(row.size() / 2);
+  std::vector<StarKernel::Run> runs;
   for (std::size_t x = 0; x < row.size();) {
     if (row[x] == 0.0) {
       ++x;
@@ -67,57 +78,53 @@ void append_runs(std::int32_t dy, const std::vector<double>& row, StarKernel& ke
     }
     std::size_t end = x;
     while (end < row.size() && row[end] != 0.0) ++end;
-    kernel.runs.push_back(
-        {dy, static_cast<std::int32_t>(x) - kernel.radius, kernel.taps.size(), end - x});
-    kernel.taps.insert(kernel.taps.end(), row.begin() + static_cast<std::ptrdiff_t>(x),
-                       row.begin() + static_cast<std::ptrdiff_t>(end));
+    runs.push_back({static_cast<std::int32_t>(x) - radius, taps.size(), end - x});
+    taps.insert(taps.end(), row.begin() + static_cast<std::ptrdiff_t>(x),
+                row.begin() + static_cast<std::ptrdiff_t>(end));
     x = end;
   }
+  return runs;
 }
 
-struct Source {
+struct LitPixel {
   std::int32_t x;
   double light;
 };
 
-std::vector<std::vector<Source>> sources_by_row(const Image& light) {
-  std::vector<std::vector<Source>> rows(static_cast<std::size_t>(light.h));
+std::vector<std::vector<LitPixel>> lit_pixels_by_row(const Image& light) {
+  std::vector<std::vector<LitPixel>> rows(static_cast<std::size_t>(light.h));
   for (std::int32_t y = 0; y < light.h; ++y)
     for (std::int32_t x = 0; x < light.w; ++x)
       if (light.at(y, x) != 0.0f) rows[y].push_back({x, static_cast<double>(light.at(y, x))});
   return rows;
 }
 
-void add_run(const StarKernel& kernel, const StarKernel::Run& run, const Source& source,
+void add_run(const StarKernel& kernel, const StarKernel::Run& run, const LitPixel& pixel,
              std::vector<double>& sums) {
-  const std::int32_t start = source.x + run.dx;
+  const std::int32_t start = pixel.x + run.dx;
   const std::int32_t from = std::max(start, 0);
   const std::int32_t to = std::min(static_cast<std::int32_t>(sums.size()),
                                    start + static_cast<std::int32_t>(run.count));
   if (from >= to) return;
   const double* tap = kernel.taps.data() + run.first + (from - start);
   double* sum = sums.data() + from;
-  for (std::int32_t i = 0; i < to - from; ++i) sum[i] += source.light * tap[i];
+  for (std::int32_t i = 0; i < to - from; ++i) sum[i] += pixel.light * tap[i];
 }
 
-// Output rows one by one, so that their sums stay in the first cache. The sources of an output come
+// Output rows one by one, so that their sums stay in the first cache. The light of an output comes
 // in raster order and the figure is symmetric about its centre, so the terms are added in the order
 // of the kernel's rows.
 Image spread_directly(const Image& light, const StarKernel& kernel) {
-  const std::vector<std::vector<Source>> sources = sources_by_row(light);
+  const std::vector<std::vector<LitPixel>> lit = lit_pixels_by_row(light);
   std::vector<double> sums(static_cast<std::size_t>(light.w));
   Image out(light.h, light.w, 1);
   for (std::int32_t y = 0; y < light.h; ++y) {
     std::fill(sums.begin(), sums.end(), 0.0);
-    for (auto below = kernel.runs.rbegin(); below != kernel.runs.rend();) {
-      const std::int32_t dy = below->dy;
-      auto above = below;
-      while (above != kernel.runs.rend() && above->dy == dy) ++above;
-      if (const std::int32_t from = y - dy; from >= 0 && from < light.h)
-        for (const Source& source : sources[from])
-          for (auto run = below; run != above; ++run) add_run(kernel, *run, source, sums);
-      below = above;
-    }
+    const std::int32_t last = std::min(light.h - 1, y + kernel.radius);
+    for (std::int32_t from = std::max(0, y - kernel.radius); from <= last; ++from)
+      for (const LitPixel& pixel : lit[from])
+        for (const StarKernel::Run& run : kernel.rows[y - from + kernel.radius])
+          add_run(kernel, run, pixel, sums);
     std::transform(sums.begin(), sums.end(),
                    out.data.begin() + static_cast<std::ptrdiff_t>(y) * light.w,
                    [](double sum) { return static_cast<float>(sum); });
@@ -125,52 +132,14 @@ Image spread_directly(const Image& light, const StarKernel& kernel) {
   return out;
 }
 
-// The taps around (cy, cx) as a dense square, empty when there are none.
-std::vector<double> dense_block(const StarKernel& kernel, std::int32_t cy, std::int32_t cx,
-                                std::int32_t half) {
-  const std::int32_t side = 2 * half + 1;
-  std::vector<double> block;
-  for (const StarKernel::Run& run : kernel.runs) {
-    if (std::abs(run.dy - cy) > half) continue;
-    for (std::size_t i = 0; i < run.count; ++i) {
-      const std::int32_t dx = run.dx + static_cast<std::int32_t>(i);
-      if (std::abs(dx - cx) > half) continue;
-      if (block.empty()) block.resize(static_cast<std::size_t>(side) * side);
-      block[static_cast<std::size_t>(run.dy - cy + half) * side + (dx - cx + half)] =
-          kernel.taps[run.first + i];
-    }
-  }
-  return block;
-}
-
-// Adds `light` convolved with a block of the kernel that stands (cy, cx) off its centre. The plane
-// is extended by the offset, so that what crosses its edge on the way is kept.
-void add_block(const Image& light, const std::vector<double>& block, std::int32_t half,
-               std::int32_t cy, std::int32_t cx, Image& out) {
-  const std::int32_t top = std::max(cy, 0), left = std::max(cx, 0);
-  Image extended(light.h + std::abs(cy), light.w + std::abs(cx), 1);
-  for (std::int32_t y = 0; y < light.h; ++y)
-    std::copy_n(&light.data[static_cast<std::size_t>(y) * light.w], light.w,
-                &extended.at(y + top, left));
-  const Image spread = convolve_large(extended, block, half);
-  for (std::int32_t y = 0; y < light.h; ++y)
-    for (std::int32_t x = 0; x < light.w; ++x)
-      out.at(y, x) += spread.at(y + top - cy, x + left - cx);
-}
-
-// In square blocks of the kernel, small enough for the transform.
-Image spread_by_transform(const Image& light, const StarKernel& kernel) {
-  const std::int32_t side = 2 * kernel.radius + 1;
-  const std::int32_t blocks = (side - 1) / (2 * kBlockHalf + 1) + 1;
-  const std::int32_t half = (side + blocks - 1) / blocks / 2;
-  const std::int32_t step = 2 * half + 1;
-  Image out(light.h, light.w, 1);
-  for (std::int32_t cy = half - kernel.radius; cy - half <= kernel.radius; cy += step)
-    for (std::int32_t cx = half - kernel.radius; cx - half <= kernel.radius; cx += step) {
-      const std::vector<double> block = dense_block(kernel, cy, cx, half);
-      if (!block.empty()) add_block(light, block, half, cy, cx, out);
-    }
-  return out;
+std::vector<double> as_square(const StarKernel& kernel) {
+  const std::size_t side = kernel.rows.size();
+  std::vector<double> square(side * side);
+  for (std::size_t y = 0; y < side; ++y)
+    for (const StarKernel::Run& run : kernel.rows[y])
+      std::copy_n(&kernel.taps[run.first], run.count,
+                  &square[y * side + static_cast<std::size_t>(run.dx + kernel.radius)]);
+  return square;
 }
 
 }  // namespace
@@ -180,24 +149,27 @@ StarKernel star_kernel(const StarShape& shape) {
   if (!(radius <= kLargestRadius)) throw std::bad_alloc();
   StarKernel kernel;
   kernel.radius = static_cast<std::int32_t>(radius);
+  const RayProfile ray = ray_profile(shape);
   const std::vector<Line> lines = star_lines(shape);
   std::vector<double> row(static_cast<std::size_t>(2 * kernel.radius + 1));
   double sum = 0.0;
   for (std::int32_t y = -kernel.radius; y <= kernel.radius; ++y) {
     std::fill(row.begin(), row.end(), 0.0);
-    for (const Line& line : lines) add_line(line, shape, y, row);
+    for (const Line& line : lines) add_line(line, ray, y, row);
     for (const double tap : row) sum += tap;
-    append_runs(y, row, kernel);
+    kernel.rows.push_back(append_runs(row, kernel.taps));
   }
   for (double& tap : kernel.taps) tap /= sum;
   return kernel;
 }
 
 Image spread_by_star(const Image& light, const StarKernel& kernel) {
-  const auto sources = static_cast<double>(light.data.size()) -
-                       static_cast<double>(std::count(light.data.begin(), light.data.end(), 0.0f));
-  const bool few = sources * static_cast<double>(kernel.taps.size()) <= kDirectProducts;
-  return few ? spread_directly(light, kernel) : spread_by_transform(light, kernel);
+  const auto lit = static_cast<double>(light.data.size()) -
+                   static_cast<double>(std::count(light.data.begin(), light.data.end(), 0.0f));
+  const bool direct_is_cheaper =
+      lit * static_cast<double>(kernel.taps.size()) <= kMostDirectProducts;
+  return direct_is_cheaper ? spread_directly(light, kernel)
+                           : convolve_large(light, as_square(kernel), kernel.radius);
 }
 
 }  // namespace morva

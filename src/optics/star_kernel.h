@@ -21,17 +21,16 @@ struct StarShape {
 // Kernel taps that are not zero, in row order; their sum is 1, or there are none.
 struct StarKernel {
   struct Run {
-    std::int32_t dy;
     std::int32_t dx;  // of the first tap
     std::size_t first;
     std::size_t count;
   };
   std::int32_t radius;
-  std::vector<Run> runs;
+  std::vector<std::vector<Run>> rows;  // from -radius to radius
   std::vector<double> taps;
 };
 
-// Throws std::bad_alloc for a radius above 16384 px.
+// Throws std::bad_alloc for a radius above 4096 px.
 StarKernel star_kernel(const StarShape& shape);
 
 // The finite plane `light` convolved with the kernel, zeros outside it, summed in double. Up to

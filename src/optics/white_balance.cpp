@@ -16,6 +16,7 @@ constexpr double kLeastShift = 1e-6;
 constexpr double kCoolestMired = 600.0;
 constexpr double kHottestMired = 40.0;
 constexpr double kTintToDecades = 0.0006;  // log10 of the green gain for one unit of tint
+constexpr double kMostDecades = 300.0;     // within the range of double
 
 double shifted_kelvin(double kelvin, double shift_mired) {
   return 1e6 / std::clamp(1e6 / kelvin + shift_mired, kHottestMired, kCoolestMired);
@@ -30,7 +31,8 @@ Image apply_wb(Image image, const Json& film, const Json& opts) {
 
   const double film_k = film_illuminant_k(film);
   std::array<double, 3> ratio = temperature_ratio(shifted_kelvin(film_k, shift_mired), film_k);
-  ratio[1] *= elementary::pow(10.0, std::clamp(-tint * kTintToDecades, -300.0, 300.0));
+  ratio[1] *=
+      elementary::pow(10.0, std::clamp(-tint * kTintToDecades, -kMostDecades, kMostDecades));
   scale_channels(image, gains_at_luminance_1(ratio).data());
   return image;
 }

@@ -18,12 +18,11 @@ std::int64_t whole(double number) {
   return static_cast<std::int64_t>(number);
 }
 
-// An integer keeps all its digits; any other value is read as a number.
+// An integer keeps all its 64 bits, signed or not, for keys are modulo 2^64; any other value is
+// read as a number.
 std::int64_t whole(const Json& value, std::string_view key) {
-  const bool fits = value.is_number_integer() &&
-                    (!value.is_number_unsigned() ||
-                     value.get<std::uint64_t>() <= std::numeric_limits<std::int64_t>::max());
-  return fits ? value.get<std::int64_t>() : whole(as_number(value, key));
+  if (value.is_number_integer()) return value.get<std::int64_t>();
+  return whole(as_number(value, key));
 }
 
 std::int64_t seed_of(const Json& options) {

@@ -37,6 +37,19 @@ TEST(Planck, FollowsTheLocusAtKnownTemperatures) {
   }
 }
 
+TEST(Planck, ColoursOfLampsAndDaylight) {
+  struct Known {
+    double kelvin;
+    double rgb[3];
+  };
+  for (const Known& known : {Known{2000, {2.522298, 0.646485, 0.020049}},
+                             {3200, {1.677065, 0.866862, 0.325829}},
+                             {5500, {1.143176, 0.971372, 0.862601}},
+                             {6500, {1.042633, 0.983863, 1.034905}}})
+    for (int k = 0; k < 3; ++k)
+      EXPECT_NEAR(planck_rgb(known.kelvin)[k], known.rgb[k], 1e-5) << known.kelvin;
+}
+
 TEST(Planck, BranchesMeetAndTheRangeIsHeld) {
   for (const double joint : {2222.0, 4000.0})
     for (int k = 0; k < 3; ++k)

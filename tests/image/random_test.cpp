@@ -129,9 +129,15 @@ TEST(Noise, ARowIsTheSameInEveryWindow) {
   // The first values of the bands -1 and 0.
   EXPECT_FLOAT_EQ(band_noise(key, -256, -255, 2, false).data[1], -1.0901399850845337f);
   EXPECT_FLOAT_EQ(band_noise(key, 0, 1, 2, false).data[0], -1.0406590700149536f);
+  // The counter form, at row 3 of band 1 and in the first row of band -1.
+  EXPECT_FLOAT_EQ(band_noise(key, 259, 260, 5, true).data[2], -0.566727340221405f);
+  EXPECT_FLOAT_EQ(band_noise(key, -256, -255, 2, true).data[1], 0.4343184232711792f);
 }
 
 TEST(Noise, RowUniformsBelongToTheStripsFirstRow) {
+  // Of the key {7, 940}.
+  EXPECT_EQ(row_uniforms({7}, 40, 2, false)[1], static_cast<float>(2706479519050363.0 * 0x1p-53));
+  EXPECT_EQ(row_uniforms({7}, 40, 3, true)[2], 13884503 * 0x1p-24f);
   for (const bool counter : {false, true}) {
     const std::vector<float> strip = row_uniforms({7}, 40, 1000, counter);
     EXPECT_TRUE(same_bits(row_uniforms({7}, 40, 1000, counter), strip));

@@ -4,10 +4,12 @@
 #include "image/resample.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <new>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -91,6 +93,38 @@ TEST_P(Resample, BrokenSamplesReachOnlyTheirOutputs) {
           ASSERT_NEAR(out.at(y, x), 0.25f, 1e-7f);
         }
     EXPECT_TRUE(std::isnan(out.at(30, 30)));
+  }
+}
+
+long peak_kilobytes() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
+}
+
+TEST(ResizeShapes, SizesBeyondMemoryFailAtOnce) {
+  constexpr int kMost = std::numeric_limits<int>::max();
+  const Image dot(1, 1, 1, 0.5f);
+  const long before = peak_kilobytes();
+  for (int filter : kAllFilters) {
+    EXPECT_THROW(resize_image(dot, kMost, 1, filter), std::bad_alloc);
+    EXPECT_THROW(resize_image(dot, 1, kMost, filter), std::bad_alloc);
+    EXPECT_THROW(resize_image(dot, kMost / 16, kMost, filter), std::bad_alloc);
+    EXPECT_THROW(resize_coefficients(kMost, kMost - 1, filter), std::bad_alloc);
+  }
+  // Each axis alone would pass, the picture would not.
+  EXPECT_THROW(resize_image(Image(1, 1, 100), 200000000, 200000000, kResizeBox), std::bad_alloc);
+  EXPECT_LT(peak_kilobytes() - before, 16 * 1024);
+}
+
+// Single precision makes 2^24 + 3 one longer than it is.
+TEST(ResizeCoefficientsOf, AnAxisRoundedUpStillReadsInsideTheImage) {
+  constexpr int kLong = (1 << 24) + 3;
+  const auto axis = resize_coefficients(kLong, kLong, kResizeBox);
+  for (size_t i = axis.first.size() - 8; i < axis.first.size(); ++i) {
+    EXPECT_LT(axis.first[i], kLong);
+    EXPECT_GE(axis.count[i], 1);
+    EXPECT_LE(axis.first[i] + axis.count[i], kLong);
   }
 }
 

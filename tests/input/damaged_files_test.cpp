@@ -170,6 +170,7 @@ TEST(DamagedFiles, ClaimsOfGiantSizesTakeNoMemory) {
   EXPECT_EQ(failure(png_claiming(200000, 200000)), too_large);
   EXPECT_EQ(failure(png_claiming(0x7FFFFFFF, 1)), too_large);
   EXPECT_EQ(failure(jpeg_claiming(65000, false)), too_large);
+  EXPECT_EQ(failure(jpeg_claiming(65000, true)), too_large);
   EXPECT_EQ(failure(tiff_claiming(200000, 1)), too_large);
   EXPECT_EQ(failure(tiff_claiming(200000, 200000)), too_large);
   EXPECT_EQ(failure(tiff([](TIFF* state) {
@@ -178,18 +179,54 @@ TEST(DamagedFiles, ClaimsOfGiantSizesTakeNoMemory) {
               set_tiff_tags(state, 200000, 1000, 60000, form);
               TIFFWriteCheck(state, 0, "");
             })),
-            too_large)
+            "WIC: convert (0x88982F80)")
       << "60000 samples a pixel";
+  EXPECT_EQ(failure(tiff([](TIFF* state) {
+              TiffForm form;
+              form.depth = 16;
+              set_tiff_tags(state, 1 << 28, 1, 64, form);
+              TIFFWriteCheck(state, 0, "");
+            })),
+            too_large)
+      << "one row of 32 GiB";
   // Within the limit, and still far more than the file holds.
   EXPECT_EQ(failure(png_claiming(16384, 16384)), cut_off);
   EXPECT_EQ(failure(jpeg_claiming(16000, false)), cut_off);
+  EXPECT_EQ(failure(jpeg_claiming(16000, true)), cut_off);
   EXPECT_EQ(failure(tiff_claiming(16000, 16)), cut_off);
+  // A long file is not read whole before its first bytes have shown what it is.
+  const TemporaryFile claims("giant.png", png_claiming(200000, 150000));
+  const TemporaryFile zeros("zeros.png");
+  for (const TemporaryFile* file : {&claims, &zeros}) {
+    std::filesystem::resize_file(file->path, std::uintmax_t{1} << 30);
+  }
+  const auto load = [](const TemporaryFile& file) { load_linear(file.path, "film", false); };
+  EXPECT_EQ(failure_of([&] { load(claims); }), too_large);
+  EXPECT_EQ(failure_of([&] { load(zeros); }), "WIC: decoder (0x88982F07)");
   EXPECT_LT(peak_kilobytes() - before, 200 * 1024);
 
-  const TemporaryFile file("giant.png", png_claiming(200000, 150000));
   MorvaImageInfo info;
-  read_info(file.path, info);
+  read_info(claims.path, info);
   EXPECT_EQ(info.width, 200000);
+}
+
+// A scan that brings nothing new takes a few bytes of the file and a pass over the whole picture.
+TEST(DamagedFiles, ScansWithoutEnd) {
+  JpegForm form;
+  form.progressive = true;
+  const Bytes file = jpeg(patches(), form);
+  const Bytes marker{0xFF, 0xDA};
+  const auto scan = std::find_end(file.begin(), file.end(), marker.begin(), marker.end());
+  const auto with_more_scans = [&](int count) {
+    Bytes more(file.begin(), scan);
+    for (int i = 0; i < count; ++i) {
+      more.insert(more.end(), scan, file.end() - 2);
+    }
+    more.insert(more.end(), file.end() - 2, file.end());
+    return more;
+  };
+  EXPECT_TRUE(decodes(with_more_scans(50), "50 scans"));
+  EXPECT_FALSE(decodes(with_more_scans(101), "101 scans"));
 }
 
 TEST(DamagedFiles, NoPicturesAtAll) {

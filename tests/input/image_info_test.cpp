@@ -12,11 +12,12 @@ namespace {
 using namespace testing_files;
 
 Bytes full_exif() {
-  return exif_block({exif_text(0x010F, "Alder Works  "), exif_text(0x0110, "Alder Works 5"),
-                     exif_short(0x0112, 8), exif_text(0x0132, "2021:01:01 00:00:00")},
-                    {exif_ratio(0x829A, 1, 250), exif_ratio(0x829D, 56, 10),
-                     exif_short(0x8827, 800), exif_text(0x9003, "2020:02:29 23:59:58"),
-                     exif_ratio(0x920A, 50, 1), exif_text(0xA434, "50 mm f/1.4")});
+  return exif_block(
+      {exif_text(0x010F, "Alder Works  "), exif_text(0x0110, "Alder Works 5"),
+       exif_short(0x0112, 8), exif_text(0x0132, "2021:01:01 00:00:00")},
+      {exif_ratio(0x829A, 1, 250), exif_ratio(0x829D, 56, 10), exif_short(0x8827, 800),
+       exif_text(0x9003, "2020:02:29 23:59:58"), exif_text(0x9004, "2021:06:01 12:00:00"),
+       exif_ratio(0x920A, 50, 1), exif_text(0xA434, "50 mm f/1.4")});
 }
 
 MorvaImageInfo info_of(const Bytes& file) {
@@ -40,14 +41,15 @@ void expect_full(const MorvaImageInfo& info, const std::string& what) {
   EXPECT_EQ(info.iso, 800) << what;
 }
 
-Bytes tiff_with_exif() {
-  return tiff([](TIFF* state) {
+Bytes tiff_with_exif(std::uint32_t date_tag = EXIFTAG_DATETIMEORIGINAL) {
+  return tiff([date_tag](TIFF* state) {
     TiffForm form;
     form.orientation = 8;
     Raster raster = patches();
     set_tiff_tags(state, raster.w, raster.h, 3, form);
     TIFFSetField(state, TIFFTAG_MAKE, "Alder Works  ");
     TIFFSetField(state, TIFFTAG_MODEL, "Alder Works 5");
+    TIFFSetField(state, TIFFTAG_DATETIME, "2021:01:01 00:00:00");
     TIFFSetField(state, TIFFTAG_EXIFIFD, static_cast<toff_t>(0));
     for (int y = 0; y < raster.h; ++y) {
       TIFFWriteScanline(state, raster.at(y, 0), static_cast<std::uint32_t>(y));
@@ -59,7 +61,7 @@ Bytes tiff_with_exif() {
     TIFFSetField(state, EXIFTAG_FNUMBER, 5.6);
     TIFFSetField(state, EXIFTAG_FOCALLENGTH, 50.0);
     TIFFSetField(state, EXIFTAG_ISOSPEEDRATINGS, 1, iso);
-    TIFFSetField(state, EXIFTAG_DATETIMEORIGINAL, "2020:02:29 23:59:58");
+    TIFFSetField(state, date_tag, "2020:02:29 23:59:58");
     TIFFSetField(state, EXIFTAG_LENSMODEL, "50 mm f/1.4");
     toff_t place = 0;
     TIFFWriteCustomDirectory(state, &place);
@@ -79,6 +81,7 @@ TEST(ImageInfo, EveryFormat) {
   expect_full(info_of(png(rgb.w, rgb.h, rgb.data, png_form)), "PNG");
   expect_full(info_of(webp(rgb, true, full_exif())), "WebP");
   expect_full(info_of(tiff_with_exif()), "TIFF");
+  expect_full(info_of(tiff_with_exif(EXIFTAG_DATETIMEDIGITIZED)), "scanned TIFF");
 }
 
 TEST(ImageInfo, OnlyTheHeaderIsRead) {
@@ -101,20 +104,38 @@ TEST(ImageInfo, UnknownAndOddValues) {
   Bytes huge;
   put(huge, std::numeric_limits<std::uint32_t>::max(), 4);
   form.exif = with_signature(exif_block(
-      {exif_text(0x010F, std::string(300, 'm')), exif_text(0x0132, "2019:12:31 08:00:00 ")},
+      {exif_text(0x010F, std::string(300, 'm')), exif_text(0x0132, "2021:01:01 00:00:00")},
       {exif_ratio(0x829A, 1, 0),
        exif_ratio(0x829D, 0, 0),
        {0x8827, 4, 1, huge},
        exif_text(0x9003, "0000:00:00 00:00:00"),
+       exif_text(0x9004, "2019:12:31 08:00:00 "),
        exif_text(0xA434, "\x01 caf\xE9")}));
   const MorvaImageInfo odd = info_of(jpeg(patches(), form));
   EXPECT_EQ(std::string(odd.camera), std::string(127, 'm'));
   EXPECT_STREQ(odd.date, "2019:12:31 08:00:00")
-      << "the file's own date where the clock was never set";
+      << "the scanner's date where the clock was never set, not the last editor's";
   EXPECT_STREQ(odd.lens, "? caf?");
   EXPECT_EQ(odd.exposure_s, 0.0);
   EXPECT_EQ(odd.f_number, 0.0);
   EXPECT_EQ(odd.iso, std::numeric_limits<std::int32_t>::max());
+}
+
+TEST(ImageInfo, OnlyDatesOfTheCalendarCount) {
+  const auto date_of = [](const std::string& text) {
+    JpegForm form;
+    form.exif = with_signature(exif_block({}, {exif_text(0x9003, text)}));
+    return std::string(info_of(jpeg(patches(), form)).date);
+  };
+  for (const char* sound : {"1999:01:01 00:00:00", "2024:12:31 23:59:59"}) {
+    EXPECT_EQ(date_of(sound), sound);
+  }
+  for (const char* odd :
+       {"2024:00:10 00:00:00", "2024:13:10 00:00:00", "2024:01:00 00:00:00", "2024:01:32 00:00:00",
+        "2024:01:01 24:00:00", "2024:01:01 00:60:00", "2024:01:01 00:00:60", "2024-01-01 00:00:00",
+        "2024:01:01", "    :  :     :  :  "}) {
+    EXPECT_EQ(date_of(odd), "") << odd;
+  }
 }
 
 TEST(ImageInfo, FailureLeavesItEmpty) {

@@ -196,6 +196,18 @@ TEST(DecodePicture, TiffForms) {
   EXPECT_EQ(failure_of([&] { decode_picture(tiff(24, 16, 3, light, form)); }),
             "WIC: convert (0x88982F80)");
 
+  // 8 bits as they stand, packed or not, and grey with an alpha.
+  form = TiffForm{};
+  for (const int compression :
+       {COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE, COMPRESSION_PACKBITS}) {
+    form.compression = compression;
+    expect_codes(decode_picture(tiff(24, 16, 3, rgb.data, form)), rgb, 0,
+                 "compression " + std::to_string(compression));
+  }
+  form.photometric = PHOTOMETRIC_MINISBLACK;
+  form.extra = {EXTRASAMPLE_UNASSALPHA};
+  expect_codes(decode_picture(tiff(2, 1, 2, {1, 0, 2, 128}, form)), step, 0, "grey and alpha");
+
   // White is zero, and an odd strip height against 16 rows.
   const Raster grey = patches(1);
   Raster inverted(24, 16, 3);
@@ -205,6 +217,41 @@ TEST(DecodePicture, TiffForms) {
   form = TiffForm{};
   form.photometric = PHOTOMETRIC_MINISWHITE;
   expect_codes(decode_picture(tiff(24, 16, 1, grey.data, form)), inverted, 0, "white is zero");
+
+  // Colours that the library converts: a palette, printer's inks, luma and chroma under JPEG.
+  const Bytes palette = tiff([](TIFF* state) {
+    TiffForm indexed;
+    indexed.photometric = PHOTOMETRIC_PALETTE;
+    set_tiff_tags(state, 2, 1, 1, indexed);
+    std::uint16_t ramp[3][256] = {};
+    for (int k = 0; k < 3; ++k) ramp[k][7] = static_cast<std::uint16_t>((50 + k) * 257);
+    TIFFSetField(state, TIFFTAG_COLORMAP, ramp[0], ramp[1], ramp[2]);
+    std::uint8_t row[2] = {7, 0};
+    TIFFWriteScanline(state, row, 0);
+  });
+  Raster looked_up(2, 1, 3);
+  looked_up.data = {50, 51, 52, 0, 0, 0};
+  expect_codes(decode_picture(palette), looked_up, 0, "palette");
+  form = TiffForm{};
+  form.photometric = PHOTOMETRIC_SEPARATED;
+  Raster printed(2, 1, 3);
+  printed.data = {255, 0, 255, 0, 0, 0};
+  expect_codes(decode_picture(tiff(2, 1, 4, {0, 255, 0, 0, 9, 9, 9, 255}, form)), printed, 0,
+               "CMYK");
+  const Bytes luma = tiff([](TIFF* state) {
+    TiffForm chroma;
+    chroma.photometric = PHOTOMETRIC_YCBCR;
+    chroma.compression = COMPRESSION_JPEG;
+    set_tiff_tags(state, 16, 16, 3, chroma);
+    TIFFSetField(state, TIFFTAG_ROWSPERSTRIP, 16);
+    TIFFSetField(state, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
+    Bytes row;
+    for (int x = 0; x < 16; ++x) row.insert(row.end(), {200, 60, 30});
+    for (std::uint32_t y = 0; y < 16; ++y) TIFFWriteScanline(state, row.data(), y);
+  });
+  Raster brick(16, 16, 3);
+  for (int i = 0; i < 256; ++i) std::copy_n(Bytes{200, 60, 30}.data(), 3, &brick.data[i * 3]);
+  expect_codes(decode_picture(luma), brick, 4, "luma and chroma");
 
   // 24 x 16 in tiles of 16 x 16: the second is half empty.
   const Bytes tiled = tiff([&](TIFF* state) {

@@ -105,6 +105,9 @@ TEST(CutFilter, BrokenGainsAreAnErrorAndOpaqueOnesAreNot) {
                OptionsError);
   for (const float v : apply_cut_filter(grey(1, 1), {{"gains", {0, -1, 0}}}, film, 1.0).data)
     EXPECT_NEAR(v, 0.5f, 1e-6f);
+  // Red is held at opaque before the exposure is weighed.
+  const Image green = apply_cut_filter(grey(1, 1), {{"gains", {-1, 1, 0}}}, film, 1.0);
+  EXPECT_NEAR(green.data[1], 0.5 / 0.7152, 1e-5);
 }
 
 TEST(DiffusionFilter, HazeTradesContrastForTheMean) {
@@ -119,24 +122,27 @@ TEST(DiffusionFilter, HazeTradesContrastForTheMean) {
 }
 
 TEST(DiffusionFilter, BloomSpreadsOnlyWhatIsAboveTheThreshold) {
-  Image picture = grey(101, 101, 0.1f);
-  picture.at(50, 50, 0) = 10.6f;
+  Image picture = grey(201, 101, 0.1f);
+  picture.at(100, 50, 0) = 10.6f;
   const Json filter = {{"bloom", 0.3}, {"radius_frac", 0.05}};
   const Image glow = apply_diffusion_filter(picture, filter, 1.0);
   double gained = 0.0;
-  for (int y = 0; y < 101; ++y)
+  for (int y = 0; y < 201; ++y)
     for (int x = 0; x < 101; ++x) {
       gained += glow.at(y, x, 0) - picture.at(y, x, 0);
       ASSERT_EQ(glow.at(y, x, 1), 0.1f);
     }
   EXPECT_NEAR(gained, 3.0, 1e-3);  // share 0.3 of the 10 above the threshold
-  // Sigma 5.05 px: the glow falls to exp(-1/2) at that distance.
-  const double ratio = (glow.at(50, 55, 0) - 0.1) / (glow.at(55, 50, 0) - 0.1);
-  EXPECT_NEAR(ratio, 1.0, 1e-3);
-  EXPECT_NEAR((glow.at(50, 55, 0) - 0.1) / (glow.at(50, 60, 0) - 0.1),
-              std::exp(1.5 * 25 / (5.05 * 5.05)), 0.05);
+  EXPECT_NEAR((glow.at(100, 55, 0) - 0.1) / (glow.at(105, 50, 0) - 0.1), 1.0, 1e-3);
+  // Sigma is a share of the width: 5.05 px, and 4.04 px by default.
+  const auto fall = [](const Image& image) {
+    return (image.at(100, 55, 0) - 0.1) / (image.at(100, 60, 0) - 0.1);
+  };
+  EXPECT_NEAR(fall(glow), std::exp(1.5 * 25 / (5.05 * 5.05)), 0.05);
+  EXPECT_NEAR(fall(apply_diffusion_filter(picture, {{"bloom", 0.3}}, 1.0)),
+              std::exp(1.5 * 25 / (4.04 * 4.04)), 0.1);
   const Image twice = apply_diffusion_filter(picture, filter, 2.0);
-  EXPECT_NEAR(twice.at(50, 55, 0) - 0.1, 2.0 * (glow.at(50, 55, 0) - 0.1), 1e-6);
+  EXPECT_NEAR(twice.at(100, 55, 0) - 0.1, 2.0 * (glow.at(100, 55, 0) - 0.1), 1e-6);
 }
 
 TEST(DiffusionFilter, ASpoiledSampleSpoilsNoOther) {
@@ -158,7 +164,7 @@ TEST(GraduatedFilter, TheLinePassesThroughTheCentreAtAnyAspect) {
 }
 
 TEST(GraduatedFilter, DenseAboveClearBelow) {
-  const Json filter = {{"stops_rgb", {1.0, 2.0, 3.0}}, {"stops", 9.0}, {"edge_frac", 0.1}};
+  const Json filter = {{"stops_rgb", {1.0, 2.0, 3.0}}, {"stops", "nine"}, {"edge_frac", 0.1}};
   const Image out = apply_graduated_filter(grey(100, 100, 1.0f), filter, 0.0, 0.0);
   for (int k = 0; k < 3; ++k) {
     EXPECT_EQ(out.at(0, 50, k), std::ldexp(1.0f, -(k + 1)));
@@ -173,6 +179,17 @@ TEST(GraduatedFilter, DenseAboveClearBelow) {
   EXPECT_NEAR(moved.at(75, 50), 0.5, 0.02);
 }
 
+// Half side 50.5 px, transition 0.25 half sides to either side of the line.
+TEST(GraduatedFilter, TheTransitionIsASmoothStepInStops) {
+  const Json filter = {{"stops", 2.0}, {"edge_frac", 0.25}};
+  const Image out = apply_graduated_filter(grey(101, 101, 1.0f), filter, 0.0, 0.0);
+  for (const int below : {-6, 6}) {
+    const double t = 0.5 - below / 50.5 / 0.5;
+    const double share = (3.0 - 2.0 * t) * t * t;
+    EXPECT_NEAR(out.at(50 + below, 20), std::exp2(-2.0 * share), 1e-6) << below;
+  }
+}
+
 TEST(GraduatedFilter, AReverseFilterThinsTowardsItsFarEdge) {
   const Json filter = {
       {"stops", 3.0}, {"grad", "reverse"}, {"edge_frac", 0.05}, {"reverse_far", 0.4}};
@@ -181,6 +198,9 @@ TEST(GraduatedFilter, AReverseFilterThinsTowardsItsFarEdge) {
   EXPECT_GT(stops(190), 2.5);
   EXPECT_NEAR(stops(0), 3.0 * 0.4, 1e-3);
   EXPECT_GT(stops(190), stops(150));
+  // 30 px of 200.5 above the line, in units of three half edges; the transition lies behind.
+  const double q = 30.0 / 200.5 / 0.15;
+  EXPECT_NEAR(stops(170), 3.0 * (std::exp(-q * q) * 0.6 + 0.4), 1e-5);
   EXPECT_GT(stops(150), stops(0));
   EXPECT_EQ(out.at(400, 200), 1.0f);
 }

@@ -33,6 +33,12 @@ TEST(WhiteBalance, TintMovesGreenAgainstRedAndBlueAlone) {
   EXPECT_FLOAT_EQ(grey.data[0], grey.data[2]);
 }
 
+TEST(WhiteBalance, AHundredMiredBelowDaylight) {
+  const Image grey = balanced_grey({{"balance", {{"illuminant_K", 5500}}}}, {{"wb_temp", 100.0}});
+  const double gains[3] = {1.3774607, 0.9390108, 0.4926773};
+  for (int k = 0; k < 3; ++k) EXPECT_NEAR(grey.data[k] / 0.18, gains[k], 1e-5) << k;
+}
+
 TEST(WhiteBalance, StopsAtTheEndsOfTheMiredScale) {
   const Json film = {{"balance", "daylight"}};  // not an object: 5500 K
   EXPECT_EQ(balanced_grey(film, {{"wb_temp", 600}}).data,

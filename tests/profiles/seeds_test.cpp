@@ -26,12 +26,13 @@ TEST(Seeds, KeysNameSeedStreamAndVariant) {
   EXPECT_NE(film.next(), plain.next());
 }
 
-TEST(Seeds, NumbersAreTruncatedAndHugeOnesSaturate) {
+TEST(Seeds, NumbersAreTruncatedAndHugeOnesSaturateOrWrap) {
   EXPECT_EQ(stream_key({{"seed", 7.9}}, 1)[0], 7);
   EXPECT_EQ(stream_key({{"seed", -7.9}}, 1)[0], -7);
   EXPECT_EQ(stream_key({{"seed", 1e300}}, 1)[0], kMost);
   EXPECT_EQ(stream_key({{"seed", -1e300}}, 1)[0], kLeast);
-  EXPECT_EQ(stream_key({{"seed", 18446744073709551615u}}, 1)[0], kMost);
+  EXPECT_EQ(stream_key({{"seed", 18446744073709551615u}}, 1)[0], -1) << "modulo 2^64";
+  EXPECT_EQ(stream_key({{"seed", 9223372036854775808u}}, 1)[0], kLeast);
   EXPECT_EQ(stream_key({{"seed", std::numeric_limits<double>::quiet_NaN()}}, 1)[0], 0);
   EXPECT_EQ(stream_key({{"seed_variants", {{"film", 1e30}}}}, 1)[2], kMost);
   EXPECT_THROW(stream_key({{"seed", "lucky"}}, 1), OptionsError);
