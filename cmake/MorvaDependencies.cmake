@@ -19,7 +19,7 @@ pkg_check_modules(EXIF REQUIRED IMPORTED_TARGET libexif)
 # The host only. CLI11 (BSD): the command line. OpenEXR (BSD): scene-linear files.
 # Little CMS (MIT): the ICC profile that goes into every encoded picture.
 find_package(CLI11 REQUIRED)
-find_package(OpenEXR REQUIRED)
+pkg_check_modules(OPENEXR REQUIRED IMPORTED_TARGET OpenEXR)
 pkg_check_modules(LCMS REQUIRED IMPORTED_TARGET lcms2)
 
 # GoogleTest (BSD) and Debian's Python with numpy, scipy and Pillow (BSD/MIT-like): the tests and
