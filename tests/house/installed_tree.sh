@@ -40,5 +40,6 @@ LISTS
 "$cmake" --build "$prefix/host/build" >/dev/null
 test "$("$prefix/host/build/by_cmake")" = "0 0.18"
 
-"$prefix/bin/morva" list films | grep -q everyday_400
+films=$("$prefix/bin/morva" list films)
+grep -q everyday_400 <<<"$films"
 echo "the installed tree serves a C host and the command line"
