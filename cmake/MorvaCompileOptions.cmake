@@ -15,7 +15,9 @@ else()
       -fsanitize=${MORVA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(morva_options INTERFACE -fsanitize=${MORVA_SANITIZE})
     # In instrumented code g++ 12 sees overflows in std::vector::insert that are not there.
-    target_compile_options(morva_options INTERFACE -Wno-stringop-overflow -Wno-array-bounds)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+      target_compile_options(morva_options INTERFACE -Wno-stringop-overflow -Wno-array-bounds)
+    endif()
   endif()
 endif()
 
