@@ -297,6 +297,16 @@ double atan(double x) {
   return std::copysign(angle, x);
 }
 
+double atan2(double y, double x) {
+  constexpr Pair kPi = {3.14159265358979311600e+00, 1.22464679914735317636e-16};
+  if (std::isnan(x) || std::isnan(y)) return kNaN;
+  const double a = std::fabs(x), b = std::fabs(y);
+  const bool on_diagonal = a == b && a != 0.0;  // also of two infinities
+  const double slope = b == 0.0 ? 0.0 : on_diagonal ? 1.0 : b / a;
+  const double angle = atan(slope);
+  return std::copysign(std::signbit(x) ? kPi.hi - (angle - kPi.lo) : angle, y);
+}
+
 // (e^2a - 1) / (e^2a + 1), both sides and their quotient as pairs.
 double tanh(double x) {
   if (std::isnan(x)) return kNaN;

@@ -1,8 +1,8 @@
 // Elementary functions with the same bits on every x86-64 machine. A C library picks its own code
 // by the processor it finds, so a picture made with it could differ from one machine to the next;
 // these are one implementation in plain double arithmetic, without contraction: double results lie
-// within 1 ulp of the true value (2 for pow), float results within 0.51 ulp. NaN gives NaN but for
-// pow(x, 0) and pow(1, y), which are 1.
+// within 1 ulp of the true value (2 for pow and atan2), float results within 0.51 ulp. NaN gives
+// NaN but for pow(x, 0) and pow(1, y), which are 1.
 #pragma once
 
 #include <cstddef>
@@ -18,6 +18,7 @@ double sin(double radians);
 double cos(double radians);
 double tan(double radians);
 double atan(double x);
+double atan2(double y, double x);  // -pi..pi; IEEE results for 0 and infinities
 double tanh(double x);
 
 // The float forms: series good to 2^-40 in double, rounded once.

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <limits>
 #include <stdexcept>
 #include <string>
 
 #include "image/elementary.h"
 #include "image/growing_image.h"
+#include "image/half_kernel.h"
 #include "image/pairwise_sum.h"
 #include "image/resample.h"
 #include "image/vector/filter_loops.h"
@@ -29,49 +29,6 @@ constexpr double kReducedSigma = 6.0;      // px on that raster
 constexpr double kReducedSide = 16.0;      // px, its smallest side
 constexpr std::size_t kColumnWork = 4096;  // lanes of work space for columns: half a megabyte
 constexpr std::size_t kBandRows = 48;      // rows between the two passes, held in the cache
-
-// Weights at distances 0 .. radius.
-struct HalfKernel {
-  std::vector<double> weights;
-  std::size_t radius() const { return weights.size() - 1; }
-};
-
-HalfKernel half_of(const std::vector<double>& kernel) {
-  const std::size_t radius = kernel.size() / 2;
-  bool symmetric = kernel.size() % 2 == 1;
-  for (std::size_t k = 1; symmetric && k <= radius; ++k)
-    symmetric = !(std::fabs(kernel[radius + k] - kernel[radius - k]) >
-                  std::numeric_limits<double>::epsilon());
-  if (!symmetric) throw std::logic_error("correlate1d: ядро не симметрично");
-  HalfKernel half;
-  half.weights.resize(radius + 1);
-  for (std::size_t k = 0; k <= radius; ++k) half.weights[k] = kernel[radius - k];
-  return half;
-}
-
-// The sample of 0 .. n - 1 that stands at index i of the extended line, or -1 for 0.0.
-std::ptrdiff_t source_index(std::ptrdiff_t i, std::ptrdiff_t n, int mode) {
-  if (i >= 0 && i < n) return i;
-  if (mode == kBoundaryConstant) return -1;
-  if (mode == kBoundaryNearest) return i < 0 ? 0 : n - 1;
-  const std::ptrdiff_t period = mode == kBoundaryWrap ? n : 2 * n;
-  std::ptrdiff_t phase = i % period;
-  if (phase < 0) phase += period;
-  return phase < n ? phase : period - 1 - phase;
-}
-
-// Where the samples at -radius .. n + radius - 1 come from, in units of `stride`; -1 for 0.0.
-std::vector<std::ptrdiff_t> extended_line(std::size_t n, std::size_t radius, int mode,
-                                          std::size_t stride) {
-  std::vector<std::ptrdiff_t> from(n + 2 * radius);
-  for (std::size_t j = 0; j < from.size(); ++j) {
-    const std::ptrdiff_t i =
-        source_index(static_cast<std::ptrdiff_t>(j) - static_cast<std::ptrdiff_t>(radius),
-                     static_cast<std::ptrdiff_t>(n), mode);
-    from[j] = i < 0 ? -1 : i * static_cast<std::ptrdiff_t>(stride);
-  }
-  return from;
-}
 
 // Filters down columns, a band of rows at a time.
 class ColumnPass {
@@ -147,7 +104,7 @@ class RowPass {
 // and neighbours stand c samples apart in the second.
 Image blur_gaussian(const Image& image, double sigma, int mode) {
   if (sigma <= kNoBlurSigma || image.data.empty()) return image;
-  const HalfKernel half = half_of(gaussian_kernel(sigma, gaussian_radius(sigma)));
+  const HalfKernel half = gaussian_half(sigma);
   Image out = reserve_image(image.h, image.w, image.c);
   const std::size_t rows = static_cast<std::size_t>(image.h);
   const std::size_t row_samples = image.row_samples();
@@ -230,7 +187,7 @@ Image gaussian_filter(const Image& image, double sigma, int mode) {
 
 std::vector<float> gaussian_filter_line(const std::vector<float>& values, double sigma, int mode) {
   if (sigma <= kNoBlurSigma || values.empty()) return values;
-  const HalfKernel half = half_of(gaussian_kernel(sigma, gaussian_radius(sigma)));
+  const HalfKernel half = gaussian_half(sigma);
   std::vector<float> out(values.size());
   RowPass(values.size(), 1, half, mode).filter(values.data(), out.data());
   return out;

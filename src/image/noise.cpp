@@ -5,6 +5,7 @@
 
 #include "image/filters.h"
 #include "image/pairwise_sum.h"
+#include "image/vector/random_loops.h"
 
 namespace morva {
 
@@ -13,6 +14,7 @@ namespace {
 constexpr std::int64_t kBandRows = 256;
 constexpr std::int64_t kBandWord = 500;  // apart from the small words that keys end in
 constexpr std::int64_t kStripWord = 900;
+constexpr std::size_t kFewColumns = 16;  // not worth the setting up of several generators
 
 std::int64_t band_of(std::int64_t row) {
   return row >= 0 ? row / kBandRows : -(-(row + 1) / kBandRows) - 1;
@@ -23,46 +25,81 @@ Key with_word(Key key, std::int64_t word) {
   return key;
 }
 
-// Rows `from` up to `to` of one band.
-void draw_band(const Key& band_key, std::int64_t from, std::int64_t to, std::int32_t width,
-               bool counter, float* out) {
-  const auto before = static_cast<std::size_t>(from) * static_cast<std::size_t>(width);
-  const auto count = static_cast<std::size_t>(to - from) * static_cast<std::size_t>(width);
-  if (counter) {
-    const std::vector<float> values = counter_normals(hash_key(band_key), before, count);
-    std::copy(values.begin(), values.end(), out);
-    return;
+}  // namespace
+
+NoiseRows::NoiseRows(const Key& key, std::int64_t y0, std::int64_t y1, std::int32_t width,
+                     bool counter)
+    : key_(key), y0_(y0), width_(static_cast<std::size_t>(width)), counter_(counter) {
+  if (counter || y1 <= y0) return;
+  rows_.reserve(static_cast<std::size_t>(y1 - y0));
+  for (std::int64_t y = y0; y < y1; ++y) {
+    const std::int64_t band = band_of(y);
+    if (y == y0 || y == band * kBandRows) {
+      rows_.push_back(rng_from_key(with_word(key, band + kBandWord)));
+      rows_.back().skip_normals(static_cast<std::uint64_t>(y - band * kBandRows) * width_);
+    } else {
+      rows_.push_back(rows_.back());
+      rows_.back().skip_normals(width_);
+    }
   }
-  Rng rng = rng_from_key(band_key);
-  rng.skip_normals(before);
-  rng.fill_normals(out, count);
 }
 
-}  // namespace
+void NoiseRows::take(std::size_t first, std::size_t rows, std::size_t x, std::size_t columns,
+                     float* out, std::size_t stride) {
+  std::size_t j = 0;
+  if (!counter_ && columns >= kFewColumns) {
+    for (; j + vector::kGenerators <= rows; j += vector::kGenerators) {
+      vector::Generators generators;
+      for (std::size_t l = 0; l < vector::kGenerators; ++l)
+        for (int k = 0; k < 4; ++k) generators.s[k][l] = rows_[first + j + l].s[k];
+      vector::random_loops().generated_normals(generators, columns, out + j * stride, stride);
+      for (std::size_t l = 0; l < vector::kGenerators; ++l)
+        for (int k = 0; k < 4; ++k) rows_[first + j + l].s[k] = generators.s[k][l];
+    }
+  }
+  for (; j < rows; ++j) {
+    if (counter_)
+      take_counted(first + j, x, columns, out + j * stride);
+    else
+      rows_[first + j].fill_normals(out + j * stride, columns);
+  }
+}
+
+void NoiseRows::take_counted(std::size_t row, std::size_t x, std::size_t columns,
+                             float* out) const {
+  const std::int64_t y = y0_ + static_cast<std::int64_t>(row);
+  const std::int64_t band = band_of(y);
+  const std::uint64_t hash = hash_key(with_word(key_, band + kBandWord));
+  const std::uint64_t start = static_cast<std::uint64_t>(y - band * kBandRows) * width_ + x;
+  fill_counter_normals(hash, start, columns, out);
+}
 
 Image band_noise(const Key& key, std::int64_t y0, std::int64_t y1, std::int32_t width,
                  bool counter) {
   const std::int64_t rows = std::max<std::int64_t>(y1 - y0, 0);
   if (rows > INT32_MAX) throw std::bad_alloc();
   Image sheet(static_cast<std::int32_t>(rows), width, 1);
-  float* out = sheet.data.data();
-  for (std::int64_t y = y0; y < y1;) {
-    const std::int64_t band = band_of(y);
-    const std::int64_t from = y - band * kBandRows;
-    const std::int64_t to = std::min(kBandRows, y1 - band * kBandRows);
-    draw_band(with_word(key, band + kBandWord), from, to, width, counter, out);
-    out += (to - from) * width;
-    y += to - from;
-  }
+  NoiseRows(key, y0, y1, width, counter)
+      .take(0, static_cast<std::size_t>(rows), 0, sheet.row_samples(), sheet.data.data(),
+            sheet.row_samples());
   return sheet;
 }
 
-std::vector<float> row_uniforms(const Key& key, std::int64_t y0, std::size_t n, bool counter) {
+void fill_row_uniforms(const Key& key, std::int64_t y0, std::uint64_t start, std::size_t n,
+                       bool counter, float* out) {
   const Key strip_key = with_word(key, y0 + kStripWord);
-  if (counter) return counter_uniforms(hash_key(strip_key), 0, n);
+  if (counter) {
+    fill_counter_uniforms(hash_key(strip_key), start, n, out);
+    return;
+  }
   Rng rng = rng_from_key(strip_key);
+  rng.skip(start);
+  rng.fill_uniforms(out, n);
+}
+
+std::vector<float> row_uniforms(const Key& key, std::int64_t y0, std::size_t n, bool counter) {
   std::vector<float> values(n);
-  for (float& value : values) value = static_cast<float>(rng.uniform());
+  fill_row_uniforms(key, y0, 0, n, counter, values.data());
   return values;
 }
 

@@ -15,8 +15,31 @@ namespace morva {
 Image band_noise(const Key& key, std::int64_t y0, std::int64_t y1, std::int32_t width,
                  bool counter);
 
+// Rows y0 up to y1 of the sheet, made part by part: of each row from the left on, without gaps.
+class NoiseRows {
+ public:
+  NoiseRows(const Key& key, std::int64_t y0, std::int64_t y1, std::int32_t width, bool counter);
+
+  // Columns x .. x + columns - 1 of `rows` rows, the first of which is row y0 + first.
+  void take(std::size_t first, std::size_t rows, std::size_t x, std::size_t columns, float* out,
+            std::size_t stride);
+
+ private:
+  void take_counted(std::size_t row, std::size_t x, std::size_t columns, float* out) const;
+
+  Key key_;
+  std::int64_t y0_;
+  std::size_t width_;
+  bool counter_;
+  std::vector<Rng> rows_;  // of each row, where it stands
+};
+
 // `n` uniforms for the pixels of the strip whose first row is y0.
 std::vector<float> row_uniforms(const Key& key, std::int64_t y0, std::size_t n, bool counter);
+
+// Elements start .. start + n - 1 of them.
+void fill_row_uniforms(const Key& key, std::int64_t y0, std::uint64_t start, std::size_t n,
+                       bool counter, float* out);
 
 // band_noise under a Gaussian of `sigma` pixels, mirrored at the window's edges.
 Image gaussian_noise_image(const Key& key, std::int64_t y0, std::int64_t y1, std::int32_t width,

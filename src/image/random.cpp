@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <bit>
-#include <cmath>
-#include <numbers>
 
-#include "image/elementary.h"
+#include "image/generator_jump.h"
+#include "image/vector/normal_formula.h"
 #include "image/vector/random_loops.h"
 
 namespace morva {
@@ -16,6 +15,32 @@ constexpr std::uint64_t kGolden = vector::kGoldenStep;
 
 std::uint64_t word(std::int64_t w) {
   return static_cast<std::uint64_t>(w);
+}
+
+// Stretches of 2^power elements, one for each of the generators that run side by side.
+constexpr int kLongestStretch = 17;
+constexpr int kShortestStretch = 8;
+
+using FillStretches = void (*)(vector::Generators&, std::size_t each, float* out,
+                               std::size_t stride);
+
+// The same numbers as one generator makes, by several of it that start further along. Gives how
+// many elements were made; fewer than one set of the shortest stretches are left.
+std::size_t fill_side_by_side(Rng& rng, FillStretches fill, int draws_power, float* out,
+                              std::size_t n) {
+  std::size_t done = 0;
+  for (int power = kLongestStretch; power >= kShortestStretch; --power) {
+    const std::size_t each = std::size_t{1} << power;
+    for (; n - done >= vector::kGenerators * each; done += vector::kGenerators * each) {
+      vector::Generators generators;
+      for (std::size_t l = 0; l < vector::kGenerators; ++l) {
+        for (int k = 0; k < 4; ++k) generators.s[k][l] = rng.s[k];
+        jump_power_of_two(rng.s, power + draws_power);
+      }
+      fill(generators, each, out + done, each);
+    }
+  }
+  return done;
 }
 
 }  // namespace
@@ -49,7 +74,7 @@ double Rng::uniform(double a, double b) {
 double Rng::normal() {
   const double u1 = uniform();
   const double u2 = uniform();
-  return std::sqrt(-2.0 * elementary::log(1.0 - u1)) * elementary::cos(2.0 * std::numbers::pi * u2);
+  return elementary::formula::normal_of(1.0 - u1, u2);
 }
 
 // The draws have an order of their own; the transform has none and runs in vectors.
@@ -57,8 +82,9 @@ void Rng::fill_normals(float* out, std::size_t n) {
   constexpr std::size_t kBlock = 256;
   double u1[kBlock], u2[kBlock];
   const auto transform = vector::random_loops().normals;
+  std::size_t done = fill_side_by_side(*this, vector::random_loops().generated_normals, 1, out, n);
   Rng rng = *this;  // a copy of its own stays in registers
-  for (std::size_t done = 0; done < n; done += kBlock) {
+  for (; done < n; done += kBlock) {
     const std::size_t count = std::min(kBlock, n - done);
     for (std::size_t i = 0; i < count; ++i) {
       u1[i] = rng.uniform();
@@ -75,11 +101,13 @@ std::vector<float> Rng::normals(std::size_t n) {
   return values;
 }
 
-void Rng::skip_normals(std::size_t n) {
-  for (std::size_t i = 0; i < n; ++i) {
-    next();
-    next();
-  }
+void Rng::fill_uniforms(float* out, std::size_t n) {
+  std::size_t done = fill_side_by_side(*this, vector::random_loops().generated_uniforms, 0, out, n);
+  for (; done < n; ++done) out[done] = static_cast<float>(uniform());
+}
+
+void Rng::skip(std::uint64_t draws) {
+  jump(s, draws);
 }
 
 Rng rng_from_key(const Key& key) {
@@ -101,14 +129,22 @@ std::uint64_t hash_key(const Key& key) {
 
 std::vector<float> counter_uniforms(std::uint64_t hash, std::uint64_t start, std::size_t n) {
   std::vector<float> values(n);
-  vector::random_loops().counter_uniforms((start + 1) * kGolden + hash, values.data(), n);
+  fill_counter_uniforms(hash, start, n, values.data());
   return values;
 }
 
 std::vector<float> counter_normals(std::uint64_t hash, std::uint64_t start, std::size_t n) {
   std::vector<float> values(n);
-  vector::random_loops().counter_normals((2 * start + 1) * kGolden + hash, values.data(), n);
+  fill_counter_normals(hash, start, n, values.data());
   return values;
+}
+
+void fill_counter_uniforms(std::uint64_t hash, std::uint64_t start, std::size_t n, float* out) {
+  vector::random_loops().counter_uniforms((start + 1) * kGolden + hash, out, n);
+}
+
+void fill_counter_normals(std::uint64_t hash, std::uint64_t start, std::size_t n, float* out) {
+  vector::random_loops().counter_normals((2 * start + 1) * kGolden + hash, out, n);
 }
 
 }  // namespace morva

@@ -27,7 +27,10 @@ struct Rng {
   double normal();
   void fill_normals(float* out, std::size_t n);  // each one normal(), rounded
   std::vector<float> normals(std::size_t n);
-  void skip_normals(std::size_t n);
+  void fill_uniforms(float* out, std::size_t n);  // each one uniform(), rounded
+
+  void skip(std::uint64_t draws);
+  void skip_normals(std::uint64_t n) { skip(2 * n); }
 };
 
 Rng rng_from_key(const Key& key);
@@ -39,5 +42,7 @@ std::uint64_t hash_key(const Key& key);
 // is number start + i of the sequence that `hash` names.
 std::vector<float> counter_uniforms(std::uint64_t hash, std::uint64_t start, std::size_t n);
 std::vector<float> counter_normals(std::uint64_t hash, std::uint64_t start, std::size_t n);
+void fill_counter_uniforms(std::uint64_t hash, std::uint64_t start, std::size_t n, float* out);
+void fill_counter_normals(std::uint64_t hash, std::uint64_t start, std::size_t n, float* out);
 
 }  // namespace morva

@@ -114,6 +114,18 @@ TEST(Elementary, LargeAnglesKeepTheirTurns) {
   EXPECT_DOUBLE_EQ(elementary::cos(0x1.6ac5b262ca1ffp+849), -4.6871659242546276111e-19);
 }
 
+TEST(Elementary, Atan2StaysWithinTwoUlpsInEveryQuadrant) {
+  for (const double x : {1.0, -1.0, 3.7, -0.02, -1e200}) {
+    const Real angle = [=](double y) { return elementary::atan2(y, x); };
+    const Exact exact = [=](long double y) { return std::atan2(y, static_cast<long double>(x)); };
+    expect_within("atan2", 2.0, angle, exact, uniform(-4, 4), 40000);
+    expect_within("atan2 wide", 2.0, angle, exact, log_uniform(-900, 900), 40000);
+  }
+  for (const double y : {0.0, -0.0, 2.0, -2.0, kInf, -kInf})
+    for (const double x : {0.0, -0.0, 5.0, -5.0, kInf, -kInf})
+      EXPECT_DOUBLE_EQ(std::atan2(y, x), elementary::atan2(y, x)) << y << ", " << x;
+}
+
 TEST(Elementary, PowStaysWithinTwoUlps) {
   for (const double y : {2.2, -1.7, 0.5, 30.0, -120.0, 1e-3, 1000.0, 1e7}) {
     const Real power = [=](double x) { return elementary::pow(x, y); };
