@@ -4,6 +4,7 @@
 
 #include "film/emulsion.h"
 #include "film/exposure.h"
+#include "film/grain.h"
 #include "film/halation.h"
 #include "film/pending.h"
 #include "gpu/backend.h"
@@ -47,7 +48,7 @@ Negative develop_bw(const Image& scene, const Json& film, const Json& options, d
   if (uneven != nullptr)
     density = apply_uneven(std::move(density), {fog, fog, fog}, *uneven, {1.0f, 1.0f, 1.0f}, 1.0f);
   density = adjacency(std::move(density), film, px_um);
-  density = grain_bw(std::move(density), film, options, px_um, negative.curve);
+  density = add_grain(std::move(density), film, options, px_um, negative.curve, ctx);
   const auto mid = static_cast<float>(negative.curve.dmid);
   for (float& d : density.data) d -= mid;
   negative.density = std::move(density);

@@ -6,6 +6,7 @@
 #include "film/couplers.h"
 #include "film/emulsion.h"
 #include "film/exposure.h"
+#include "film/grain.h"
 #include "film/halation.h"
 #include "film/pending.h"
 #include "gpu/backend.h"
@@ -105,7 +106,7 @@ ColorNegative develop_color(Image scene, const Json& film, const Json& options, 
   }
   negative.density = adjacency(std::move(negative.density), film, px_um);
   negative.density =
-      grain_color(std::move(negative.density), film, options, px_um, negative.curves);
+      add_grain(std::move(negative.density), film, options, px_um, negative.curves, ctx);
   add_mid_density(negative.density, negative.curves, -1.0f);
   return negative;
 }

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "image/image.h"
-#include "profiles/hd_curve.h"
 #include "profiles/json_access.h"
 
 namespace morva {
@@ -25,15 +24,6 @@ inline Image apply_uneven(Image density, const std::array<float, 3>&, const Imag
 // The fields of a hand-coated plate, multiplied into the light before its curve.
 inline Image plate_fields(Image light, const Json&, const Json&, double) {
   return light;
-}
-
-// Grain of the developed density.
-inline Image grain_bw(Image density, const Json&, const Json&, double, const HdCurve&) {
-  return density;
-}
-inline Image grain_color(Image density, const Json&, const Json&, double,
-                         const std::array<HdCurve, 3>&) {
-  return density;
 }
 
 }  // namespace morva

@@ -44,6 +44,16 @@ Key stream_key(const Json& options, int stream, std::optional<std::int64_t> extr
   return key;
 }
 
+Key seed_key(const Json& options) {
+  return {seed_of(options)};
+}
+
+Key listed_key(const Json& words, std::string_view name) {
+  Key key;
+  for (const Json& word : words) key.push_back(whole(word, name));
+  return key;
+}
+
 Rng seeded_rng(const Json& options, int stream, std::optional<std::int64_t> extra) {
   return rng_from_key(stream_key(options, stream, extra));
 }
@@ -51,8 +61,7 @@ Rng seeded_rng(const Json& options, int stream, std::optional<std::int64_t> extr
 Key plate_key(const Json& film, std::string_view name, const Json& options, std::int64_t tag) {
   const Json& words = get(film, name);
   if (!words.is_array() || words.empty()) return {seed_of(options), kFilmStream, 0, tag};
-  Key key;
-  for (const Json& word : words) key.push_back(whole(word, name));
+  Key key = listed_key(words, name);
   key.push_back(tag);
   return key;
 }

@@ -26,6 +26,12 @@ inline constexpr std::int64_t kCollodionTag = 78;
 // number.
 Key stream_key(const Json& options, int stream, std::optional<std::int64_t> extra = std::nullopt);
 
+// The seed alone.
+Key seed_key(const Json& options);
+
+// A key that a record lists under `name`. Throws OptionsError when a word is not a number.
+Key listed_key(const Json& words, std::string_view name);
+
 Rng seeded_rng(const Json& options, int stream, std::optional<std::int64_t> extra = std::nullopt);
 
 // The film's list under `name` with `tag` appended, where it has one; else [seed, 1, 0, tag], which

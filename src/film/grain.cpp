@@ -1,0 +1,76 @@
+#include "film/grain.h"
+
+#include <utility>
+
+#include "film/classic_grain.h"
+#include "film/growth_grain.h"
+#include "profiles/seeds.h"
+
+namespace morva {
+
+namespace {
+
+struct GrainSettings {
+  Json record;  // the film's `grain`
+  double mult = 1.0;
+  double size_mult = 1.0;
+};
+
+GrainSettings grain_settings(const Json& film, const Json& options) {
+  GrainSettings settings;
+  settings.record = get_object(film, "grain");
+  const Json& amount_rms = get(settings.record, "amount_rms");
+  if (get_bool(options, "grain_rms", false) && !amount_rms.is_null()) {
+    const Json amount = amount_rms;
+    settings.record["amount"] = amount;
+  }
+  settings.mult = get_number(options, "grain_mult", 1.0);
+  settings.size_mult = get_number(options, "grain_size_mult", 1.0);
+  return settings;
+}
+
+NormalSource film_normals(const Json& options) {
+  return [rng = seeded_rng(options, kFilmStream)](std::size_t n) mutable { return rng.normals(n); };
+}
+
+double format_long_um(const Json& options) {
+  return get_number(options, "_format_long_um", 0.0);
+}
+
+}  // namespace
+
+bool grain_engine_is_growth(const Json& options) {
+  return get_text_or(options, "grain_engine", "") == "growth" &&
+         truthy(get(options, "_format_long_um"));
+}
+
+Key growth_key(const Json& film, const Json& options) {
+  const Json& of_options = get(options, "_growth_seed");
+  const Json& words = truthy(of_options) ? of_options : get(film, "_growth_seed");
+  if (!truthy(words) || !words.is_array()) return seed_key(options);
+  return listed_key(words, "_growth_seed");
+}
+
+Image add_grain(Image density, const Json& film, const Json& options, double px_um,
+                const HdCurve& curve, const RenderContext& ctx) {
+  const GrainSettings s = grain_settings(film, options);
+  if (grain_engine_is_growth(options))
+    return add_grain_growth_bw(std::move(density), curve.dmin, curve.dmax, format_long_um(options),
+                               growth_key(film, options), s.record, s.mult, s.size_mult, ctx);
+  return add_grain_bw(std::move(density), curve.dmin, curve.dmax, s.record, px_um, s.size_mult,
+                      s.mult, film_normals(options));
+}
+
+Image add_grain(Image density, const Json& film, const Json& options, double px_um,
+                const std::array<HdCurve, 3>& curves, const RenderContext& ctx) {
+  const GrainSettings s = grain_settings(film, options);
+  const std::array<double, 3> dmin = {curves[0].dmin, curves[1].dmin, curves[2].dmin};
+  const std::array<double, 3> dmax = {curves[0].dmax, curves[1].dmax, curves[2].dmax};
+  if (grain_engine_is_growth(options))
+    return add_grain_growth_color(std::move(density), dmin, dmax, format_long_um(options),
+                                  growth_key(film, options), s.record, s.mult, s.size_mult, ctx);
+  return add_grain_color(std::move(density), dmin, dmax, s.record, px_um, s.size_mult, s.mult,
+                         film_normals(options));
+}
+
+}  // namespace morva

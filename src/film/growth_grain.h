@@ -1,0 +1,58 @@
+// Grain by growth: the density is not disturbed but built anew from grains that are drawn one by
+// one, and read back from the light that they let through. So grain changes with density as it does
+// in film, and its size against the pixel decides how a picture looks. Where a pixel is large
+// against its grains their moments stand for them.
+#pragma once
+
+#include <array>
+
+#include "film/grain_moments.h"
+#include "image/image.h"
+#include "image/random.h"
+#include "image/render_context.h"
+#include "profiles/json_access.h"
+
+namespace morva {
+
+// One per render and film. Colour uses three of each array, black and white the first.
+struct GrowthPlan {
+  bool active = false;               // false: the density stays as it is
+  bool analytic = false;             // moments instead of sub-samples
+  int ss = 1;                        // sub-samples in a pixel's side
+  double um_per_px = 1.0;            // film micrometres
+  double sub_um = 1.0;               // and of a sub-sample
+  double r_um = 3.0;                 // reach of the rate's variations
+  double blur_px = 0.0;              // the spot that reads the film, pixels
+  std::array<double, 3> sigma = {};  // spread of the logarithm of the rate
+  std::array<double, 3> dmin = {};   // base and fog
+  std::array<float, 3> range = {};   // dmax - dmin, at least 1e-6
+  std::array<float, 3> floor = {};   // transmission of the full range
+  double shape = 1.0;                // of the reach against a pixel
+  double n_cells = 1.0;              // sub-samples in a pixel's area
+  // Silver.
+  double t = 0.25;  // side of a grain's shadow, micrometres
+  double a = 1.0;   // its share of a sub-sample
+  double k = 1.0;   // 1 / (1 - exp(-a))
+  // Dye.
+  std::array<double, 3> cloud_um = {};  // sigma of a dye cloud
+  std::array<double, 3> unit = {};      // density of one grain over a sub-sample
+};
+
+GrowthPlan growth_plan_bw(const Image& density, double dmin, double dmax, double long_um,
+                          const Json& grain, double mult, double size_mult);
+GrowthPlan growth_plan_color(const Image& density, const std::array<double, 3>& dmin,
+                             const std::array<double, 3>& dmax, double long_um, const Json& grain,
+                             double mult, double size_mult);
+
+// Density in (base and fog included), density with grain out. `long_um` is the length of the long
+// side on the film, micrometres; `grain` the film's record; `mult` and `size_mult` scale its amount
+// and size. The draws are those of `key`. Throws Cancelled between strips when `ctx` asks for it.
+Image add_grain_growth_bw(Image density, double dmin, double dmax, double long_um, const Key& key,
+                          const Json& grain, double mult, double size_mult,
+                          const RenderContext& ctx);
+Image add_grain_growth_color(Image density, const std::array<double, 3>& dmin,
+                             const std::array<double, 3>& dmax, double long_um, const Key& key,
+                             const Json& grain, double mult, double size_mult,
+                             const RenderContext& ctx);
+
+}  // namespace morva

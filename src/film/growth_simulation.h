@@ -1,0 +1,56 @@
+// Grain grown on a raster finer than the picture. In each sub-sample grains are Poisson events
+// whose rate varies over the film as a lognormal field; each grain of silver, or the cloud of dye
+// around it, blocks light. The raster is made in strips of 1536 rows, and only one field of a strip
+// is ever held.
+#pragma once
+
+#include "image/image.h"
+#include "image/random.h"
+#include "image/render_context.h"
+
+namespace morva {
+
+// Where the draws of a raster come from; `counter` takes the counter form of the generator. Between
+// two strips `ctx` may cancel.
+struct GrowthDraws {
+  Key key;
+  bool counter = false;
+  const RenderContext* ctx = nullptr;
+};
+
+// The sub-samples of a picture.
+struct SubSampling {
+  int per_side = 1;     // sub-samples in a pixel's side
+  double sub_um = 1.0;  // their side on the film, micrometres
+};
+
+// `t_um` is the side of a grain's shadow, `r_um` the reach of the rate's variations, micrometres;
+// `sigma` the spread of the rate's logarithm.
+struct SilverGrains {
+  double t_um = 0.25;
+  double r_um = 3.0;
+  double sigma = 0.0;
+};
+
+// `unit` is the density of one grain over a sub-sample, `cloud_um` the sigma of its dye cloud.
+struct DyeGrains {
+  double unit = 0.05;
+  double cloud_um = 0.0;
+  double r_um = 6.0;
+  double sigma = 0.0;
+};
+
+// Share of a sub-sample's area that one grain blocks, at most 1, and what makes the mean
+// transmission right: 1 / (1 - exp(-area)).
+double grain_area(const SilverGrains& grains, double sub_um);
+double event_factor(double area);
+
+// Transmission of each pixel, the mean over its sub-samples. `lambda` is the optical depth, ln 10
+// times the density above base; `density` that density of one dye layer. One channel; between the
+// pixels' centres both run linearly.
+Image grow_silver(const Image& lambda, const SubSampling& raster, const SilverGrains& grains,
+                  const GrowthDraws& draws);
+Image grow_dye(const Image& density, const SubSampling& raster, const DyeGrains& grains,
+               const GrowthDraws& draws);
+
+}  // namespace morva
