@@ -3,7 +3,12 @@
 #include <morva.h>
 
 #include <CLI/CLI.hpp>
+#include <charconv>
+#include <cmath>
+#include <sstream>
 #include <string>
+#include <system_error>
+#include <vector>
 
 #include "console.h"
 #include "host_error.h"
@@ -17,6 +22,7 @@ constexpr const char* kAbout =
 constexpr const char* kFooter = R"(Examples:
   morva render photo.jpg -o print.tif --film everyday_400
   morva render scene.exr -o print.png --set push=1 --set print_cm=40 --seed 7
+  morva render photo.jpg -o print.png --crop 0.1,0,0.8,0.9 --angle -1.5 --source-exposure shadows
   morva render demo -o demo.jpg
   morva list films
 
@@ -62,6 +68,40 @@ void add_list_of(CLI::App& verb, const char* name, std::vector<std::string>& val
   verb.add_option(name, values, help)->allow_extra_args(false)->type_name(type);
 }
 
+double finite_number(const std::string& text) {
+  double number = 0.0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  const bool whole = error == std::errc() && end == text.data() + text.size();
+  if (!whole || !std::isfinite(number)) throw CLI::ValidationError("not a number: " + text);
+  return number;
+}
+
+// One word, x,y,w,h: the next may be the input.
+std::vector<double> crop_fractions(const std::string& text) {
+  std::vector<double> fractions;
+  std::istringstream parts(text);
+  for (std::string part; std::getline(parts, part, ',');) fractions.push_back(finite_number(part));
+  if (fractions.size() != 4)
+    throw CLI::ValidationError("--crop takes x,y,width,height, not: " + text);
+  return fractions;
+}
+
+void add_framing(CLI::App& verb, OptionFlags& flags) {
+  verb.add_option_function<std::string>(
+          "--crop", [&flags](const std::string& text) { flags.crop = crop_fractions(text); },
+          "Part of the picture: left, top, width and height as fractions of its sides")
+      ->type_name("X,Y,W,H");
+  verb.add_option_function<std::string>(
+          "--angle", [&flags](const std::string& text) { flags.angle = finite_number(text); },
+          "Straighten by so many degrees")
+      ->type_name("DEG");
+  verb.add_option_function<std::string>(
+          "--rotate", [&flags](const std::string& text) { flags.rotate = finite_number(text); },
+          "Turn clockwise, in quarter turns of 90 degrees")
+      ->type_name("DEG");
+  verb.add_flag("--mirror", flags.mirror, "Flip left to right, before the turn");
+}
+
 void add_render(CLI::App& app, RenderRequest& request) {
   CLI::App& verb = *app.add_subcommand("render", "Render a picture on film and paper");
   verb.add_option("input", request.input, "The picture")->required()->type_name("IN");
@@ -73,7 +113,14 @@ void add_render(CLI::App& app, RenderRequest& request) {
               "Set an option; may be repeated, and wins over --options");
   add_list_of(verb, "--options", request.options.files, "FILE",
               "Options from a JSON file; may be repeated, a later one wins");
-  verb.add_option("--seed", request.options.seed, "Seed of everything random")->type_name("N");
+  add_framing(verb, request.options.flags);
+  verb.add_option("--source-exposure", request.source_exposure,
+                  "How the source is metered: auto, as_shot, highlights, shadows or off; by itself "
+                  "auto, but off for EXR and demo")
+      ->check(CLI::IsMember({"auto", "as_shot", "highlights", "shadows", "off"}))
+      ->type_name("MODE");
+  verb.add_option("--seed", request.options.flags.seed, "Seed of everything random")
+      ->type_name("N");
   verb.footer(kRenderFooter);
 }
 

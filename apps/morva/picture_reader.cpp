@@ -46,6 +46,10 @@ void check_input_file(const std::string& input) {
   }
 }
 
+bool is_scene_linear(const std::string& input) {
+  return names_demo_scene(input) || is_exr(input);
+}
+
 Picture read_picture(const std::string& input) {
   check_input(input);
   if (names_demo_scene(input)) return paint_demo_scene();

@@ -15,6 +15,11 @@ void check_input(const std::string& input);
 // The same without the demo scene.
 void check_input_file(const std::string& input);
 
+// Whether the picture's light stands in the scene's own proportion to a film's mid grey, as in an
+// EXR file and the demo scene; a file that the engine decodes has the brightness that its maker
+// gave it.
+bool is_scene_linear(const std::string& input);
+
 Picture read_picture(const std::string& input);
 
 }  // namespace morva::host

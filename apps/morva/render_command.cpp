@@ -9,6 +9,7 @@
 #include "picture_reader.h"
 #include "picture_writer.h"
 #include "progress.h"
+#include "source_exposure.h"
 
 namespace morva::host {
 namespace {
@@ -52,6 +53,7 @@ OrderedJson report(const RenderRequest& request, const Json& options, Size sourc
   report["paper"] = request.paper.empty() ? OrderedJson() : OrderedJson(request.paper);
   report["print_cm"] = option_value(options, "print_cm");
   report["sheet_cm"] = option_value(options, "sheet_cm");
+  report["source_gain"] = options.value(kSourceGain, Json());
   report["seed"] = option_value(options, "seed");
   report["seconds"] = seconds;
   return report;
@@ -64,8 +66,8 @@ void run(const RenderRequest& request) {
   const Encoding encoding =
       encoding_for(request.output.file, request.output.bits, request.output.jpeg_quality);
   OutputFile output(request.output.file, request.output.force);
-  const Json options = gather_options(request.options);
-  const std::string options_json = options_text(options);
+  Json options = gather_options(request.options);
+  options_text(options);
   check_input(request.input);
 
   OrderedJson made;
@@ -77,7 +79,10 @@ void run(const RenderRequest& request) {
     check_cancelled();
 
     progress.step("rendering on " + request.film);
-    const Picture sheet = render(source, request, options_json);
+    const std::string mode =
+        metering_mode(request.source_exposure, options, is_scene_linear(request.input));
+    meter_source(source, mode, options);
+    const Picture sheet = render(source, request, options_text(options));
     source.samples.reset();
 
     progress.step("writing " + request.output.file);

@@ -14,6 +14,8 @@ struct RenderRequest {
   std::string film = "everyday_400";
   std::string lens = "plain";
   std::string paper;  // empty: the film's own
+  std::string
+      source_exposure;  // how the source is metered; empty: as the options or the file have it
   OptionSources options;
 };
 

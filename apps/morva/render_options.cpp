@@ -68,13 +68,21 @@ void set(Json& options, const std::string& setting) {
   options[setting.substr(0, equals)] = value.is_discarded() ? Json(text) : std::move(value);
 }
 
+void set_flags(Json& options, const OptionFlags& flags) {
+  if (flags.seed) options["seed"] = *flags.seed;
+  if (!flags.crop.empty()) options["crop"] = flags.crop;
+  if (flags.angle) options["crop_angle"] = *flags.angle;
+  if (flags.rotate) options["rotate"] = *flags.rotate;
+  if (flags.mirror) options["mirror"] = true;
+}
+
 }  // namespace
 
 Json gather_options(const OptionSources& sources) {
   Json options = Json::object();
   for (const std::string& file : sources.files) options.update(object_in_file(file));
   for (const std::string& setting : sources.settings) set(options, setting);
-  if (sources.seed) options["seed"] = *sources.seed;
+  set_flags(options, sources.flags);
   return options;
 }
 

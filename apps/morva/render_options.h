@@ -1,4 +1,4 @@
-// The options of one render, gathered from files, single settings and the seed.
+// The options of one render, gathered from files, single settings and flags.
 #pragma once
 
 #include <cstdint>
@@ -9,10 +9,19 @@
 
 namespace morva::host {
 
+// Flags that stand for an option each.
+struct OptionFlags {
+  std::optional<int64_t> seed;
+  std::vector<double> crop;  // x, y, width, height, fractions of the picture; or empty
+  std::optional<double> angle;
+  std::optional<double> rotate;
+  bool mirror = false;
+};
+
 struct OptionSources {
   std::vector<std::string> files;     // JSON objects; a later one wins
   std::vector<std::string> settings;  // "key=value"; these win over the files
-  std::optional<int64_t> seed;        // wins over all
+  OptionFlags flags;                  // win over all
 };
 
 // One JSON object. Keys are not checked here: the library knows them.

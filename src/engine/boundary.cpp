@@ -8,6 +8,7 @@
 
 #include "image/errors.h"
 #include "image/growing_image.h"
+#include "input/bounded_light.h"
 
 namespace morva {
 
@@ -21,6 +22,9 @@ static_assert(sizeof(MorvaImageInfo) == 336 && offsetof(MorvaImageInfo, is_raw) 
               offsetof(MorvaImageInfo, f_number) == 280 &&
               offsetof(MorvaImageInfo, exposure_s) == 288 && offsetof(MorvaImageInfo, iso) == 296 &&
               offsetof(MorvaImageInfo, date) == 300);
+static_assert(sizeof(MorvaSourceStats) == 32 && offsetof(MorvaSourceStats, height) == 4 &&
+              offsetof(MorvaSourceStats, p10) == 8 && offsetof(MorvaSourceStats, p50) == 16 &&
+              offsetof(MorvaSourceStats, p995) == 24);
 
 namespace {
 
@@ -38,6 +42,19 @@ std::int32_t fail_with(MorvaError* err, std::int32_t code, std::string_view pref
   }
   *out = '\0';
   return code;
+}
+
+// The exception in flight, under one code whatever it is.
+std::int32_t failure_of_code(MorvaError* err, std::int32_t code) noexcept {
+  try {
+    throw;
+  } catch (const std::bad_alloc&) {
+    return fail_with(err, code, "", "out of memory");
+  } catch (const std::exception& error) {
+    return fail_with(err, code, "", error.what());
+  } catch (...) {
+    return fail_with(err, code, "", "unknown failure");
+  }
 }
 
 }  // namespace
@@ -73,21 +90,23 @@ std::int32_t render_failure(MorvaError* err) noexcept {
 }
 
 std::int32_t plain_failure(MorvaError* err) noexcept {
-  try {
-    throw;
-  } catch (const std::bad_alloc&) {
-    return fail_with(err, MORVA_FAILED, "", "out of memory");
-  } catch (const std::exception& error) {
-    return fail_with(err, MORVA_FAILED, "", error.what());
-  } catch (...) {
-    return fail_with(err, MORVA_FAILED, "", "unknown failure");
-  }
+  return failure_of_code(err, MORVA_FAILED);
+}
+
+std::int32_t options_failure(MorvaError* err) noexcept {
+  return failure_of_code(err, MORVA_OPTIONS_FAILED);
 }
 
 Image copy_in(const float* rgb, std::int32_t width, std::int32_t height) {
   Image picture = reserve_image(height, width, 3);
   picture.data.assign(rgb, rgb + sample_count(height, width, 3));
   return picture;
+}
+
+Image copy_light_in(const float* rgb, std::int32_t width, std::int32_t height) {
+  Image scene = copy_in(rgb, width, height);
+  for (float& light : scene.data) light = bounded_light(light);
+  return scene;
 }
 
 void hand_out(const Image& image, MorvaImage* out) {

@@ -18,9 +18,11 @@ std::int32_t fail(MorvaError* err, std::int32_t code, std::string_view text) noe
 void clear(MorvaError* err) noexcept;
 
 // Turn the exception in flight into a code and a text. The first tells options, profiles and
-// cancellation apart; the second, for exports that only read a file or resample, knows 5 alone.
+// cancellation apart; the second, for exports that only read a file or resample, knows 5 alone; the
+// third, for those whose only doubtful argument is the options, 3 alone.
 std::int32_t render_failure(MorvaError* err) noexcept;
 std::int32_t plain_failure(MorvaError* err) noexcept;
+std::int32_t options_failure(MorvaError* err) noexcept;
 
 // Runs `body`, which returns a code, and hands what it throws to `failure`.
 template <class Body>
@@ -35,6 +37,9 @@ std::int32_t guarded(MorvaError* err, std::int32_t (*failure)(MorvaError*) noexc
 
 // The host's height * width * 3 samples as an image.
 Image copy_in(const float* rgb, std::int32_t width, std::int32_t height);
+
+// The same for a scene: its light is bounded (input/bounded_light.h).
+Image copy_light_in(const float* rgb, std::int32_t width, std::int32_t height);
 
 // Copies `image` into a block that the host owns.
 void hand_out(const Image& image, MorvaImage* out);

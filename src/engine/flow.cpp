@@ -13,9 +13,10 @@
 #include "film/pending.h"
 #include "gpu/backend.h"
 #include "image/resample.h"
-#include "input/orientation.h"
+#include "input/rotate_crop.h"
 #include "input/source_gain.h"
 #include "optics/camera_filters.h"
+#include "optics/lens.h"
 #include "optics/white_balance.h"
 #include "profiles/film.h"
 #include "profiles/formats.h"
@@ -38,18 +39,6 @@ struct FrameMeasure {
   int film_long = 0;                         // and with it
   double um_per_px = 0.0;
 };
-
-// The source as the flow wants it: cropped, upright, at its brightness. `cropped_w` and `cropped_h`
-// are the crop's size before quarter turns.
-Image take_source(const Image& input, const Json& opts, int& cropped_w, int& cropped_h) {
-  Image work = rotate_crop_input(input, get(opts, "crop"), get_number(opts, "crop_angle", 0.0));
-  cropped_w = work.w;
-  cropped_h = work.h;
-  const double degrees = std::trunc(get_number(opts, "rotate", 0.0));
-  work = mirror_rotate(std::move(work), degrees, get_bool(opts, "mirror", false));
-  apply_source_gain(work, opts);
-  return work;
-}
 
 // A plate never gets the wide rebate.
 void narrow_plate_rebate(Json& opts, const std::string& type, const FilmArea& area) {
@@ -190,16 +179,16 @@ void require_picture(const Image& input, const Json& paper) {
 
 }  // namespace
 
-Image render_named(const ProfileStore& store, const Image& input, const std::string& film_name,
+Image render_named(const ProfileStore& store, Image input, const std::string& film_name,
                    const std::string& lens_name, const std::string& paper_name, const Json& options,
                    RenderContext& ctx) {
   const Json film = store.load("films", film_name);
   const Json lens = store.load("lenses", lens_name);
   const Json paper = store.load("papers", paper_name.empty() ? default_positive(film) : paper_name);
-  return process(store, input, film, lens, paper, options, ctx);
+  return process(store, std::move(input), film, lens, paper, options, ctx);
 }
 
-Image process(const ProfileStore& store, const Image& input, const Json& film, const Json& lens,
+Image process(const ProfileStore& store, Image input, const Json& film, const Json& lens,
               const Json& paper, const Json& options, RenderContext& ctx) {
   require_picture(input, paper);
   if (ctx.gpu != nullptr) return ctx.gpu->render(store, input, film, lens, paper, options, ctx);
@@ -210,10 +199,11 @@ Image process(const ProfileStore& store, const Image& input, const Json& film, c
   const Json resolved = developed_stock(film, opts);
 
   // The source, its place on the film, and the raster that the film can resolve.
-  int cropped_w = 0, cropped_h = 0;
-  Image work = take_source(input, opts, cropped_w, cropped_h);
-  const FilmArea area = plan_film_area(film, opts, input.w, input.h, cropped_w, cropped_h);
-  work = fit_master(std::move(work), film, area, opts);
+  const PixelSize whole = {input.w, input.h};
+  UprightSource source = upright_source(std::move(input), opts);
+  apply_source_gain(source.picture, opts);
+  const FilmArea area = plan_film_area(film, opts, whole.w, whole.h, source.crop.w, source.crop.h);
+  Image work = fit_master(std::move(source.picture), film, area, opts);
   if (area.is_instant && get_bool(opts, "instant_frame", true))
     work = instant_opening_crop(std::move(work), film, opts);
   check_cancel(ctx);

@@ -14,13 +14,13 @@ namespace morva {
 
 // Looks the profiles up and renders. An empty `paper_name` means the film's own paper. Throws
 // ProfileError for a name that is not there.
-Image render_named(const ProfileStore& store, const Image& input, const std::string& film_name,
+Image render_named(const ProfileStore& store, Image input, const std::string& film_name,
                    const std::string& lens_name, const std::string& paper_name, const Json& options,
                    RenderContext& ctx);
 
-// `input` is H x W x 3, scene-linear; `options` the host's, as parsed. Returns the sheet: linear
-// reflectance, three channels.
-Image process(const ProfileStore& store, const Image& input, const Json& film, const Json& lens,
+// `input` is H x W x 3, scene-linear, moved in by a caller that needs it no more; `options` the
+// host's, as parsed. Returns the sheet: linear reflectance, three channels.
+Image process(const ProfileStore& store, Image input, const Json& film, const Json& lens,
               const Json& paper, const Json& options, RenderContext& ctx);
 
 // The film as it is loaded into the camera: aged and with its development folded in.

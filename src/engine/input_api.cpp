@@ -4,6 +4,7 @@
 #include "image/resample.h"
 #include "input/image_info.h"
 #include "input/load_linear.h"
+#include "input/preview.h"
 #include "morva.h"
 
 using namespace morva;
@@ -43,6 +44,23 @@ MORVA_API int32_t morva_load_linear(const char* path, const char* wb_mode, int32
         load_linear(path, wb_mode == nullptr ? "film" : wb_mode, half_size != 0);
     hand_out(picture.image, out);
     if (is_raw != nullptr) *is_raw = picture.is_raw ? 1 : 0;
+    return MORVA_OK;
+  });
+}
+
+MORVA_API int32_t morva_decode_bgra8(const uint8_t* data, int64_t size, uint8_t** bgra,
+                                     int32_t* width, int32_t* height, MorvaError* err) {
+  clear(err);
+  if (bgra != nullptr) *bgra = nullptr;
+  if (width != nullptr) *width = 0;
+  if (height != nullptr) *height = 0;
+  if (data == nullptr || size < 1 || bgra == nullptr || width == nullptr || height == nullptr)
+    return fail(err, MORVA_BAD_ARGUMENT, "morva_decode_bgra8: пустой вход");
+  return guarded(err, plain_failure, [&]() -> std::int32_t {
+    Pixels8 preview = decode_preview({data, static_cast<std::size_t>(size)});
+    *width = preview.w;
+    *height = preview.h;
+    *bgra = preview.data.release();
     return MORVA_OK;
   });
 }

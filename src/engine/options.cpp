@@ -1,8 +1,11 @@
 #include "engine/options.h"
 
+#include <exception>
+#include <new>
 #include <set>
 
 #include "image/errors.h"
+#include "profiles/json_text.h"
 
 namespace morva {
 
@@ -46,6 +49,17 @@ const std::set<std::string>& accepted_keys() {
 }
 
 }  // namespace
+
+Json parse_options(const char* text) {
+  if (text == nullptr || *text == '\0') return Json();
+  try {
+    return parse_json(text);
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& error) {
+    throw OptionsError(std::string("опции — не JSON: ") + error.what());
+  }
+}
 
 Json merged_options(const Json& user) {
   Json merged = default_options();

@@ -8,6 +8,9 @@
 
 namespace morva {
 
+// The host's text as JSON; null for a null or empty text. Throws OptionsError when it is not JSON.
+Json parse_options(const char* text);
+
 // The defaults with `user`'s keys laid over them; a null `user` gives the defaults alone, and a
 // null value switches a default off. Throws OptionsError when `user` is not an object or holds an
 // unknown key.

@@ -9,15 +9,9 @@
 #include "finish/rebate_style.h"
 #include "image/image.h"
 #include "image/random.h"
-#include "image/render_context.h"
 #include "profiles/json_access.h"
 
 namespace morva {
-
-// Source geometry.
-inline Image rotate_crop_input(const Image& input, const Json&, double) {
-  return input;
-}
 
 // Instant film: the card's opening, the pack's own seeds, the finished card.
 inline Image instant_opening_crop(Image work, const Json&, const Json&) {
@@ -26,11 +20,6 @@ inline Image instant_opening_crop(Image work, const Json&, const Json&) {
 inline void instant_seeds(Json&, const Json&, const Json&) {}
 inline Image instant_finish(Image print, const Json&, const Json&, const Json&) {
   return print;
-}
-
-// The lens.
-inline Image apply_lens(Image work, const Json&, const Json&, RenderContext&) {
-  return work;
 }
 
 // Film rebate: the picture on a larger canvas of unexposed film.

@@ -1,43 +1,17 @@
 // The exports that render.
 
-#include <algorithm>
-#include <cmath>
 #include <string>
+#include <utility>
 
 #include "engine/boundary.h"
 #include "engine/engine_state.h"
 #include "engine/flow.h"
 #include "engine/options.h"
-#include "image/errors.h"
 #include "morva.h"
-#include "profiles/json_text.h"
 
 namespace morva {
 
 namespace {
-
-// Light beyond this is bounded, and a sample that is not a number counts as black, so that a
-// damaged pixel stays one pixel instead of spreading through every blur. The sun's disc is about
-// 1e6 above white.
-constexpr float kBrightestLight = 1e9f;
-
-Image bounded_picture(const float* rgb, std::int32_t width, std::int32_t height) {
-  Image picture = copy_in(rgb, width, height);
-  for (float& light : picture.data)
-    light = std::isnan(light) ? 0.0f : std::clamp(light, -kBrightestLight, kBrightestLight);
-  return picture;
-}
-
-Json parse_options(const char* options) {
-  if (options == nullptr || *options == '\0') return Json();
-  try {
-    return parse_json(options);
-  } catch (const std::bad_alloc&) {
-    throw;
-  } catch (const std::exception& error) {
-    throw OptionsError(std::string("опции — не JSON: ") + error.what());
-  }
-}
 
 std::int32_t gpu_lost(MorvaError* err, const std::string& reason) {
   return fail(err, MORVA_GPU_LOST, "видеокарта перестала отвечать: " + reason);
@@ -62,13 +36,16 @@ bool recovered(const gpu::GpuLost& lost, bool may_retry) {
   return gpu::recover(lost, may_retry);
 }
 
-Image render_once(const ProfileStore& store, const Image& input, const Json& options,
+// A backend can be lost on the way and the render begin again, so it leaves `input` as it is; the
+// CPU takes the picture and frees it as soon as a stage has made the next.
+Image render_once(const ProfileStore& store, Image& input, const Json& options,
                   const RenderCall& call) {
   RenderContext ctx;
   ctx.cancel = call.cancel;
   ctx.gpu = active_backend();
-  return render_named(store, input, call.film, call.lens, call.paper != nullptr ? call.paper : "",
-                      options, ctx);
+  Image source = ctx.gpu != nullptr ? input : std::move(input);
+  return render_named(store, std::move(source), call.film, call.lens,
+                      call.paper != nullptr ? call.paper : "", options, ctx);
 }
 
 }  // namespace
@@ -98,7 +75,7 @@ MORVA_API int32_t morva_render_ex(const float* rgb, int32_t width, int32_t heigh
     const ProfileStore* store = ensure_profiles(err);
     if (store == nullptr) return MORVA_PROFILE_FAILED;
     const Json parsed = parse_options(options);
-    const Image input = bounded_picture(rgb, width, height);
+    Image input = copy_light_in(rgb, width, height);
     const RenderCall call{film, lens, paper, cancel};
     const std::lock_guard render_guard(engine_state().render_lock);
     for (int attempt = 0;; ++attempt) {

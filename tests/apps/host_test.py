@@ -84,6 +84,10 @@ class CommandLine(HostCase):
             ["render", source, "-o", target, "--set", "=1"],
             ["render", source, "-o", target, "--bits", "12"],
             ["render", source, "another", "-o", target],
+            ["render", source, "-o", target, "--crop", "0,0,1"],
+            ["render", source, "-o", target, "--crop", "0,0,nan,1"],
+            ["render", source, "-o", target, "--angle", "inf"],
+            ["render", source, "-o", target, "--source-exposure", "bright"],
         ):
             with self.subTest(arguments=arguments):
                 self.fail_with(USAGE, *arguments)
@@ -171,21 +175,15 @@ class Inputs(HostCase):
     def test_one_picture_in_many_files(self):
         """Half values, a shifted data window, alpha and the Rec. 709 label change nothing."""
         y, x = np.mgrid[0:24, 0:36]
-        ramps = {"R": x / 30.0, "G": y / 20.0, "B": 0.3 + 0.0 * x}
-        planes = {name: np.float16(ramp) for name, ramp in ramps.items()}
-        variants = {
-            "plain": (planes, {}),
-            "half": (planes, {"half": True}),
-            "shifted": (planes, {"origin": (-7, 1000)}),
-            "alpha": ({**planes, "A": 0.0 * x}, {}),
-            "labelled": (planes, {"chromaticities": files.REC709}),
-        }
-        sheets = {}
-        for name, (picture, header) in variants.items():
-            files.write_exr(self.folder / f"{name}.exr", picture, **header)
-            sheets[name] = self.rendered(self.folder / f"{name}.exr")
-        for name, sheet in sheets.items():
-            np.testing.assert_array_equal(sheet, sheets["plain"], err_msg=name)
+        planes = {name: np.float16(ramp)
+                  for name, ramp in (("R", x / 30.0), ("G", y / 20.0), ("B", 0.3 + 0.0 * x))}
+        sheets = []
+        for picture, header in ((planes, {}), (planes, {"half": True}),
+                                (planes, {"origin": (-7, 1000)}), ({**planes, "A": 0.0 * x}, {}),
+                                (planes, {"chromaticities": files.REC709})):
+            files.write_exr(self.folder / "p.exr", picture, **header)
+            sheets.append(self.rendered(self.folder / "p.exr"))
+            np.testing.assert_array_equal(sheets[-1], sheets[0], err_msg=str(header))
 
     def test_other_primaries_keep_white_and_gain_colour(self):
         wide = (0.708, 0.292, 0.170, 0.797, 0.131, 0.046, 0.3457, 0.3585)  # white of 5000 K
@@ -199,13 +197,6 @@ class Inputs(HostCase):
         np.testing.assert_allclose(sheets[1], sheets[0], rtol=1e-3)
         colour = [sheet[0] - sheet[1] for sheet in sheets]
         self.assertGreater(colour[3], 1.02 * colour[2])
-
-    def test_nan_and_infinity_go_through(self):
-        planes = {name: np.full((24, 36), 0.3) for name in "RGB"}
-        planes["R"][3, 4], planes["G"][10, 11], planes["B"][20, 30] = np.nan, np.inf, -np.inf
-        files.write_exr(self.folder / "odd.exr", planes)
-        for name in ("a.png", "a.jpg", "a.exr"):
-            self.succeed("render", self.folder / "odd.exr", "-o", self.out / name)
 
     def test_info(self):
         exr = json.loads(self.succeed("info", self.small_picture(), "--json"))
@@ -234,8 +225,6 @@ class DemoScene(HostCase):
 
         report = json.loads(self.succeed("demo", "-o", self.out / "d.png", "--bits", 8, "--json"))
         self.assertEqual((report["width"], report["height"]), (1800, 1200))
-        clipped = np.asarray(_opened(self.out / "d.png")).astype(int)
-        np.testing.assert_array_equal(clipped, files.srgb_encode(scene, 255))
         before = (self.out / "d.png").read_bytes()
         self.succeed("demo", "-o", self.out / "d.png", "--bits", 8, "--force")
         self.assertEqual((self.out / "d.png").read_bytes(), before, "the same file again")
@@ -284,27 +273,56 @@ class FileContents(HostCase):
 
 
 class Rendering(HostCase):
-    def test_formats_and_report(self):
+    def test_report(self):
         source = self.small_picture()
-        for name, bits in (("a.png", None), ("b.png", 8), ("a.tiff", None), ("b.TIF", 8),
-                           ("c.tif", "32f"), ("a.jpeg", None), ("a.exr", None)):
+        for name in ("a.tiff", "b.TIF", "a.jpeg"):
             target = self.out / name
-            chosen = [] if bits is None else ["--bits", bits]
-            report = json.loads(self.succeed("render", source, "-o", target, "--json", *chosen))
+            report = json.loads(self.succeed("render", source, "-o", target, "--json"))
             self.assertEqual((report["output"], report["film"], report["lens"], report["paper"]),
                              (str(target), "everyday_400", "plain", None))
             self.assertEqual(report["input"], {"file": str(source), "width": 36, "height": 24})
             self.assertEqual((report["seed"], report["print_cm"]), (20260821, 30.0))
-            if name.lower().endswith((".tif", ".tiff")):
-                shape = files.read_tiff(target)[0].shape
-            elif name.endswith(".exr"):
-                shape = files.read_exr(target)[0].shape
-            else:
-                shape = np.asarray(_opened(target)).shape
+            shape = (files.read_tiff(target)[0] if "tif" in name.lower()
+                     else np.asarray(_opened(target))).shape
             self.assertEqual(shape, (report["height"], report["width"], 3))
         self.assertEqual(self.succeed("render", source, "-o", self.out / "d.png"),
                          f"{self.out / 'd.png'}\n")
         self.assertEqual(self.succeed("render", source, "-o", self.out / "e.png", "--quiet"), "")
+
+    def test_framing(self):
+        """The flags are options by another name, and win over them."""
+        source = self.small_picture()
+        flags = ["--crop", "0.25,0,0.5,1", "--angle", "-3.5", "--rotate", "90", "--mirror"]
+        settings = [word for setting in ("crop=[0.25,0,0.5,1]", "crop_angle=-3.5", "rotate=90",
+                                         "mirror=true") for word in ("--set", setting)]
+        self.succeed("render", *flags, source, "-o", self.out / "in.exr")
+        sheet = files.read_exr(self.out / "in.exr")[0]
+        self.assertEqual(sheet.shape, (18, 24, 3))
+        np.testing.assert_array_equal(sheet, self.rendered(source, *settings))
+        np.testing.assert_array_equal(sheet, self.rendered(source, *flags, "--set", "crop=null",
+                                                           "--set", "rotate=180"))
+
+    def test_source_exposure(self):
+        dark = self.folder / "dark.png"
+        Image.new("RGB", (36, 24), (60, 60, 60)).save(dark)
+        light = ((60 / 255 + 0.055) / 1.055) ** 2.4
+
+        def gain(source, *arguments):
+            told = self.succeed("render", source, "-o", self.out / "a.exr", "--json", "--force",
+                                *arguments)
+            return json.loads(told)["source_gain"]
+
+        self.assertAlmostEqual(gain(dark), 0.15 / light, delta=1e-3)
+        lifted = files.read_exr(self.out / "a.exr")[0].mean()
+        self.assertIsNone(gain(dark, "--source-exposure", "off"))
+        self.assertGreater(lifted, 1.5 * files.read_exr(self.out / "a.exr")[0].mean())
+        chosen = ["--set", "src_exposure=as_shot"]
+        self.assertEqual(gain(dark, *chosen), 1.44)
+        self.assertGreater(gain(dark, *chosen, "--source-exposure", "shadows"), 3)
+        self.assertEqual(gain(dark, *chosen, "--set", "_source_gain=2"), 2)
+        scene = self.small_picture()
+        self.assertIsNone(gain(scene), "scene-linear light is taken as it is")
+        self.assertGreater(gain(scene, "--source-exposure", "auto"), 0)
 
     def test_options_win_in_order(self):
         source = self.small_picture()

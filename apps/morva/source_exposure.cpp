@@ -1,0 +1,23 @@
+#include "source_exposure.h"
+
+#include <morva.h>
+
+namespace morva::host {
+
+std::string metering_mode(const std::string& chosen, const nlohmann::json& options,
+                          bool scene_linear) {
+  if (!chosen.empty()) return chosen;
+  if (options.contains(kSourceGain)) return "off";
+  const auto wanted = options.find("src_exposure");
+  if (wanted != options.end() && wanted->is_string()) return *wanted;
+  return scene_linear ? "off" : "auto";
+}
+
+void meter_source(const Picture& source, const std::string& mode, nlohmann::json& options) {
+  if (mode == "off") return;
+  MorvaSourceStats stats;
+  morva_source_stats(source.samples.get(), source.width, source.height, &stats);
+  options[kSourceGain] = morva_source_gain(mode.c_str(), &stats);
+}
+
+}  // namespace morva::host

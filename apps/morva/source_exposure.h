@@ -1,0 +1,25 @@
+// Metering: a picture file does not say how bright the scene was, so the host measures it and has
+// the engine scale the light before the film sees it.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "picture.h"
+
+namespace morva::host {
+
+// The option that carries the gain.
+inline constexpr const char* kSourceGain = "_source_gain";
+
+// The mode in force: the flag `chosen` where it was given; "off" where the options hold a gain of
+// their own; the option src_exposure where it is a text; else "off" for a scene-linear picture,
+// whose mid grey is a film's already, and "auto" for any other.
+std::string metering_mode(const std::string& chosen, const nlohmann::json& options,
+                          bool scene_linear);
+
+// Sets the gain in `options` unless `mode` is "off". The whole picture is metered, whatever the
+// crop: a part of a frame is exposed as the frame is.
+void meter_source(const Picture& source, const std::string& mode, nlohmann::json& options);
+
+}  // namespace morva::host

@@ -1,0 +1,110 @@
+// Metering of the source: what is measured, and the gain that follows.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "image/image.h"
+#include "input/source_gain.h"
+#include "morva.h"
+
+namespace morva {
+namespace {
+
+MorvaSourceStats measured(const std::vector<float>& rgb, int w, int h) {
+  MorvaSourceStats stats = {-1, -1, -1.0, -1.0, -1.0};
+  morva_source_stats(rgb.data(), w, h, &stats);
+  return stats;
+}
+
+std::vector<float> scene(int w, int h, const std::function<float(int x, int y)>& light) {
+  std::vector<float> rgb;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x)
+      for (int k = 0; k < 3; ++k) rgb.push_back(light(x, y));
+  return rgb;
+}
+
+TEST(SourceStats, AreValuesOfTheSortedLuminance) {
+  std::mt19937 random(7);
+  std::lognormal_distribution<float> light(-2.0f, 1.5f);
+  for (const auto& [w, h] : {std::pair{1, 1}, {2, 1}, {1, 3}, {37, 29}, {200, 5}, {1024, 3}}) {
+    std::vector<float> rgb(static_cast<std::size_t>(3 * w * h));
+    for (float& sample : rgb) sample = light(random);
+    std::vector<float> luma;
+    for (std::size_t i = 0; i < rgb.size(); i += 3)
+      luma.push_back(rgb[i + 1] * 0.7152f + rgb[i] * 0.2126f + rgb[i + 2] * 0.0722f);
+    std::sort(luma.begin(), luma.end());
+    const auto at = [&](double p) {
+      return luma[static_cast<std::size_t>(
+          std::floor(p / 100.0 * (static_cast<double>(w) * h - 1)))];
+    };
+    const MorvaSourceStats stats = measured(rgb, w, h);
+    EXPECT_EQ(w, stats.width);
+    EXPECT_EQ(h, stats.height);
+    EXPECT_EQ(at(10.0), stats.p10) << w << " x " << h;
+    EXPECT_EQ(at(50.0), stats.p50) << w << " x " << h;
+    EXPECT_EQ(at(99.5), stats.p995) << w << " x " << h;
+  }
+}
+
+// Boxes of two pixels: a chequerboard of black and white becomes an even grey.
+TEST(SourceStats, AreTakenAfterReduction) {
+  const auto chequers = [](int x, int y) { return (x + y) % 2 == 0 ? 1.0f : 0.0f; };
+  const MorvaSourceStats half = measured(scene(2048, 1024, chequers), 2048, 1024);
+  EXPECT_EQ(1024, half.width);
+  EXPECT_EQ(512, half.height);
+  EXPECT_NEAR(0.5, half.p10, 1e-6);
+  EXPECT_NEAR(0.5, half.p995, 1e-6);
+  EXPECT_EQ(1, measured(scene(2, 5000, chequers), 2, 5000).width);
+}
+
+TEST(SourceStats, NothingBreaksThem) {
+  morva_source_stats(nullptr, 3, 3, nullptr);
+  const float inf = std::numeric_limits<float>::infinity();
+  const std::vector<float> odd = {std::nanf(""), 0.5f, 0.5f, inf, inf, inf, -inf, 0.2f, 0.3f};
+  EXPECT_EQ(0, measured(odd, 0, 1).width);
+  EXPECT_EQ(0.0, measured(odd, 1, -2147483647).p995);
+  const MorvaSourceStats bounded = measured(odd, 3, 1);
+  EXPECT_NEAR(-2.126e8, bounded.p10, 1e3);                      // red bounded at 1e9
+  EXPECT_NEAR(0.5 * 0.7152 + 0.5 * 0.0722, bounded.p50, 1e-6);  // no red where it was no number
+}
+
+TEST(SourceGain, BringsTheMiddleToAFilmsGrey) {
+  const auto gain = [](const char* mode, double p10, double p50, double p995) {
+    const MorvaSourceStats stats = {8, 8, p10, p50, p995};
+    return morva_source_gain(mode, &stats);
+  };
+  const double nan = std::nan(""), inf = std::numeric_limits<double>::infinity();
+  for (const char* mode :
+       {static_cast<const char*>(nullptr), "auto", "foo", "highlights", "shadows"}) {
+    EXPECT_DOUBLE_EQ(1.5, gain(mode, 0.04, 0.1, 0.5));
+    EXPECT_EQ(64.0, gain(mode, 0.0, 1e-4, 0.0));
+    EXPECT_EQ(0.25, gain(mode, inf, inf, inf));
+    EXPECT_EQ(1.0, gain(mode, nan, nan, nan));
+    EXPECT_EQ(1.0, morva_source_gain(mode, nullptr));
+  }
+  EXPECT_EQ(1.44, morva_source_gain("as_shot", nullptr));
+  EXPECT_DOUBLE_EQ(0.9 / 1.2, gain("highlights", 0.02, 0.1, 1.2));
+  EXPECT_EQ(0.25, gain("highlights", 0.02, 0.1, 50.0));
+  EXPECT_DOUBLE_EQ(4.5, gain("shadows", 0.01, 0.1, 0.5));
+}
+
+TEST(SourceGain, IsAppliedWhenItIsANumber) {
+  const auto applied = [](const Json& gain) {
+    Image image(1, 1, 3, 0.3f);
+    apply_source_gain(image, {{"_source_gain", gain}});
+    return image.data[1];
+  };
+  EXPECT_EQ(0.3f * 1.7f, applied(1.7));
+  EXPECT_EQ(0.3f, applied("2"));
+  EXPECT_TRUE(std::isnan(applied(std::nan(""))));
+}
+
+}  // namespace
+}  // namespace morva
