@@ -70,6 +70,15 @@ typedef struct MorvaImageInfo {
   char date[32];     /* date taken, "YYYY:MM:DD HH:MM:SS" */
 } MorvaImageInfo;
 
+/* How bright a picture is: luminance (Rec. 709) after its reduction to 1024 pixels on the long side. */
+typedef struct MorvaSourceStats {
+  int32_t width;  /* of the reduced picture, pixels; at most 1024 */
+  int32_t height; /* pixels */
+  double p10;     /* 10th percentile, a value of the sorted pixels */
+  double p50;     /* median */
+  double p995;    /* 99.5th percentile */
+} MorvaSourceStats;
+
 /* The version text. Never fails; the text is static. */
 MORVA_API const char* morva_version(void);
 
@@ -133,7 +142,8 @@ MORVA_API int32_t morva_image_info(const char* path, MorvaImageInfo* info, Morva
 /*
  * Decodes a picture file into linear light in 0..1, three channels, turned upright.
  *
- * wb_mode    white balance of camera raw files; null means "film".
+ * wb_mode    white balance of camera raw files: "film" and "custom" balance for daylight, "as_shot" and
+ *            every other text as the camera did; null means "film".
  * half_size  not 0: raw files are decoded at half their size.
  * is_raw     null, or receives 1 for a camera raw file and 0 for another.
  *
@@ -143,11 +153,99 @@ MORVA_API int32_t morva_load_linear(const char* path, const char* wb_mode, int32
                                     MorvaImage* out, int32_t* is_raw, MorvaError* err);
 
 /*
+ * Decodes a compressed picture in memory (JPEG, PNG, TIFF, WebP or HEIF, told by its content) for a screen:
+ * height * width * 4 bytes in the order B, G, R, alpha, sRGB encoded, not multiplied by alpha, turned
+ * upright, rows without gaps.
+ *
+ * data, size  the file's bytes.
+ * bgra        receives the block, which the host frees with morva_free_bytes; null after a failure.
+ *
+ * Returns 0; 1 for a null argument or a size below 1; 5 when the picture cannot be decoded.
+ */
+MORVA_API int32_t morva_decode_bgra8(const uint8_t* data, int64_t size, uint8_t** bgra, int32_t* width,
+                                     int32_t* height, MorvaError* err);
+
+/*
  * Resamples height * width * 3 samples to new_height * new_width with a Lanczos kernel.
  * Returns 0; 1 for a null argument or a size below 1; 5 when memory fails.
  */
 MORVA_API int32_t morva_resize(const float* rgb, int32_t width, int32_t height, int32_t new_width,
                                int32_t new_height, MorvaImage* out, MorvaError* err);
+
+/*
+ * What a render makes of its source before the film sees it: the options `crop`, `crop_angle`, `mirror` and
+ * `rotate` applied in that order, for a preview. Samples and options are those of morva_render_ex.
+ * Returns 0; 1 for a null `rgb` or `out` or a size below 1; 3 for any other failure.
+ */
+MORVA_API int32_t morva_orient_input(const float* rgb, int32_t width, int32_t height, const char* options,
+                                     MorvaImage* out, MorvaError* err);
+
+/*
+ * The crop tool's questions. They touch no pixel, never fail for a number and may be asked while a render
+ * runs.
+ *
+ * crop      x, y, w, h as fractions of the picture; absent (has_crop is 0, or a null pointer) means the whole
+ *           picture, 0, 0, 1, 1. It may lie outside the picture.
+ * angle     of the straightening, degrees: the crop stands upright and the picture turns under it, about the
+ *           picture's centre, as morva_rot_offsets tells.
+ * w, h      size of the picture, pixels.
+ *
+ * A crop with a number that is not finite counts as absent, such an angle or offset as 0, such a scale as 1; a
+ * picture's side below 1 counts as 1. Numbers are bounded at 1e9, aspects to 1e-6..1e6, and parts of a crop
+ * below 1e-12 count as 0, so that every answer is finite. Those that fill an array return 0, or 1 when it is
+ * null.
+ */
+
+/* Where the crop's corners lie in the picture: x and y in pixels of the top left, top right, bottom right and
+ * bottom left one. */
+MORVA_API int32_t morva_crop_corners(const double crop[4], double angle, int32_t w, int32_t h,
+                                     double corners[8]);
+
+/* Whether all corners lie within the picture, or at most `tolerance_px` outside. */
+MORVA_API bool morva_crop_fits(const double* crop, int32_t has_crop, double angle, int32_t w, int32_t h,
+                               double tolerance_px);
+
+/* The largest factor by which the crop can grow about its centre and keep its corners in the picture: 0 when
+ * its centre lies outside, 1 for a crop without size. */
+MORVA_API double morva_crop_max_scale(const double* crop, int32_t has_crop, double angle, int32_t w,
+                                      int32_t h);
+
+/* The crop `scale` times as large about its centre, but its short side at least `min_px` pixels. Not limited
+ * from above. */
+MORVA_API int32_t morva_crop_scale(const double* crop, int32_t has_crop, double scale, int32_t w, int32_t h,
+                                   int32_t min_px, double out[4]);
+
+/* The crop, or `previous` where that is not null, scaled about its centre so that it fits at `angle`; it grows
+ * only when `allow_grow` is not 0, and keeps 64 pixels on its short side even where that does not fit. */
+MORVA_API int32_t morva_crop_fit_to_angle(const double* crop, int32_t has_crop, double angle, int32_t w,
+                                          int32_t h, int32_t allow_grow, const double* previous,
+                                          double out[4]);
+
+/* The largest crop of `aspect` (width over height in pixels; 0 or less means the crop's own) about the
+ * present centre; without an angle it moves where that makes room. */
+MORVA_API int32_t morva_crop_expand(const double* crop, int32_t has_crop, int32_t w, int32_t h, double aspect,
+                                    double angle, double out[4]);
+
+/* An offset from the picture's centre, y pointing down, turned to where it lies in the source:
+ * out = (x cos + y sin, y cos - x sin). */
+MORVA_API int32_t morva_rot_offsets(double x, double y, double angle, double out[2]);
+
+/* The smallest angle, -45..45 degrees, that makes the line from (x1, y1) to (x2, y2) level or plumb. */
+MORVA_API double morva_straighten_angle(double x1, double y1, double x2, double y2);
+
+/* Measures height * width * 3 samples of linear light. `out` is zeroed first and stays so for a null `rgb` or
+ * a size below 1. */
+MORVA_API void morva_source_stats(const float* rgb, int32_t width, int32_t height, MorvaSourceStats* out);
+
+/*
+ * The gain that a host passes as the option `_source_gain`, 0.25 to 64, by `mode`:
+ * "auto"        brings the median to 0.15; so does every other word, and null
+ * "highlights"  the same, but the 99.5th percentile stays at 0.9 or below
+ * "shadows"     the same, but the 10th percentile comes to 0.045 or above
+ * "as_shot"     1.44, whatever the picture
+ * Null `stats` count as a black picture, which gives 1.
+ */
+MORVA_API double morva_source_gain(const char* mode, const MorvaSourceStats* stats);
 
 #ifdef __cplusplus
 }

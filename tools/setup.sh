@@ -5,9 +5,10 @@ set -euo pipefail
 packages=(
   g++ cmake ninja-build pkg-config
   nlohmann-json3-dev libjpeg62-turbo-dev libpng-dev libtiff-dev libwebp-dev libexif-dev
+  libraw-dev libheif-dev
   libcli11-dev libopenexr-dev liblcms2-dev
 )
-[ "${1:-}" = run ] || packages+=(libgtest-dev libbenchmark-dev python3 python3-numpy python3-scipy python3-pil)
+[ "${1:-}" = run ] || packages+=(libgtest-dev libbenchmark-dev libheif-examples python3 python3-numpy python3-scipy python3-pil)
 [ "${1:-}" != fuzz ] || packages+=(clang-14 libclang-rt-14-dev)
 
 missing=()

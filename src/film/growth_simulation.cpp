@@ -9,6 +9,7 @@
 #include "film/vector/grain_loops.h"
 #include "image/elementary.h"
 #include "image/gaussian_stream.h"
+#include "image/large_pages.h"
 #include "image/noise.h"
 #include "image/row_resizer.h"
 
@@ -52,13 +53,23 @@ double deviation_of(const double (&sums)[8], const double (&squares)[8], std::si
   return std::sqrt(std::max(square / static_cast<double>(n) - mean * mean, 0.0));
 }
 
+// Room for a field, which the strips of a raster share.
+void reserve_field(std::vector<float>& field, std::size_t samples) {
+  if (samples > field.capacity()) {
+    field = std::vector<float>();
+    field.reserve(samples);
+    prefer_large_pages(field.data(), samples * sizeof(float));
+  }
+  field.resize(samples);
+}
+
 // Smooth noise over the rows of a strip, with or without its padding; the deviation that brings its
 // spread to sigma is that of the rows without.
 void draw_rates(const Strip& strip, std::size_t width, double reach_px, double sigma,
                 bool with_padding, const GrowthDraws& draws, RateField& rates) {
   const std::size_t kept_from = with_padding ? 0 : strip.pad;
   const std::size_t kept_to = strip.padded_rows() - kept_from;
-  rates.field.resize((kept_to - kept_from) * width);
+  reserve_field(rates.field, (kept_to - kept_from) * width);
   double sums[8] = {}, squares[8] = {};
   NoiseRows noise(draws.key, strip.first_drawn(),
                   strip.first_drawn() + static_cast<std::int64_t>(strip.padded_rows()),
@@ -197,14 +208,13 @@ void spread_clouds(const Strip& strip, std::size_t width, double cloud_px,
     for (std::size_t j = 0; j < tile.rows; ++j)
       std::copy_n(&densities[(tile.y + j) * width + tile.x], tile.columns, out + j * stride);
   };
-  std::vector<float> row;
-  const auto take = [&](const TilePlace& tile, const float* in, std::size_t stride) {
+  const auto take = [&](const TilePlace& tile, float* in, std::size_t stride) {
     for (std::size_t j = 0; j < tile.rows; ++j) {
       const std::size_t y = tile.y + j;
       if (y < strip.pad || y >= strip.pad + strip.rows) continue;
-      row.assign(in + j * stride, in + j * stride + tile.columns);
-      vector::grain_loops().dye_transmission(row.data(), row.size());
-      means.add(strip.y0 + y - strip.pad, tile.x, row.data(), row.size());
+      float* row = in + j * stride;
+      vector::grain_loops().dye_transmission(row, tile.columns);
+      means.add(strip.y0 + y - strip.pad, tile.x, row, tile.columns);
     }
     const std::size_t seen = tile.y + tile.rows;
     if (tile.x + tile.columns == width && seen > strip.pad)

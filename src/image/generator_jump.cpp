@@ -1,6 +1,5 @@
 #include "image/generator_jump.h"
 
-#include <array>
 #include <vector>
 
 #include "image/random.h"
@@ -9,34 +8,38 @@ namespace morva {
 
 namespace {
 
-constexpr int kWords = 4;
 constexpr int kWordBits = 64;
 
-struct State {
-  std::uint64_t word[kWords];
-};
-
-// Row i is what the state with bit i alone becomes.
-using StepMatrix = std::array<State, kWords * kWordBits>;
-
-State product(const StepMatrix& matrix, const State& state) {
-  State result = {};
-  const State* row = matrix.data();
-  for (const std::uint64_t word : state.word)
+GeneratorState product(const StepMatrix& matrix, const GeneratorState& state) {
+  GeneratorState result = {};
+  const GeneratorState* row = matrix.data();
+  for (const std::uint64_t word : state)
     for (int bit = 0; bit < kWordBits; ++bit, ++row) {
       const std::uint64_t mask = 0 - (word >> bit & 1);
-      for (int k = 0; k < kWords; ++k) result.word[k] ^= row->word[k] & mask;
+      for (std::size_t k = 0; k < result.size(); ++k) result[k] ^= (*row)[k] & mask;
     }
   return result;
 }
 
+StepMatrix product(const StepMatrix& matrix, const StepMatrix& states) {
+  StepMatrix result;
+  for (std::size_t i = 0; i < states.size(); ++i) result[i] = product(matrix, states[i]);
+  return result;
+}
+
+StepMatrix no_steps() {
+  StepMatrix matrix = {};
+  for (std::size_t i = 0; i < matrix.size(); ++i)
+    matrix[i][i / kWordBits] = std::uint64_t{1} << i % kWordBits;
+  return matrix;
+}
+
 StepMatrix single_step() {
-  StepMatrix matrix;
-  for (int i = 0; i < kWords * kWordBits; ++i) {
-    Rng rng = {};
-    rng.s[i / kWordBits] = std::uint64_t{1} << i % kWordBits;
+  StepMatrix matrix = no_steps();
+  for (GeneratorState& state : matrix) {
+    Rng rng = {{state[0], state[1], state[2], state[3]}};
     rng.next();
-    for (int k = 0; k < kWords; ++k) matrix[i].word[k] = rng.s[k];
+    for (std::size_t k = 0; k < state.size(); ++k) state[k] = rng.s[k];
   }
   return matrix;
 }
@@ -46,9 +49,8 @@ const std::vector<StepMatrix>& step_matrices() {
   static const std::vector<StepMatrix> matrices = [] {
     std::vector<StepMatrix> powers(kJumpPowers);
     powers[0] = single_step();
-    for (int power = 1; power < kJumpPowers; ++power)
-      for (std::size_t i = 0; i < powers[power].size(); ++i)
-        powers[power][i] = product(powers[power - 1], powers[power - 1][i]);
+    for (std::size_t power = 1; power < powers.size(); ++power)
+      powers[power] = product(powers[power - 1], powers[power - 1]);
     return powers;
   }();
   return matrices;
@@ -56,10 +58,21 @@ const std::vector<StepMatrix>& step_matrices() {
 
 }  // namespace
 
+void jump(std::uint64_t (&state)[4], const StepMatrix& matrix) {
+  const GeneratorState moved = product(matrix, GeneratorState{state[0], state[1], state[2], state[3]});
+  for (std::size_t k = 0; k < moved.size(); ++k) state[k] = moved[k];
+}
+
 void jump_power_of_two(std::uint64_t (&state)[4], int power) {
-  const State moved =
-      product(step_matrices()[power], State{{state[0], state[1], state[2], state[3]}});
-  for (int k = 0; k < kWords; ++k) state[k] = moved.word[k];
+  jump(state, step_matrices()[static_cast<std::size_t>(power)]);
+}
+
+StepMatrix jump_matrix(std::uint64_t draws) {
+  StepMatrix matrix = no_steps();
+  for (int power = 0; power < kJumpPowers; ++power)
+    if (draws >> power & 1)
+      matrix = product(step_matrices()[static_cast<std::size_t>(power)], matrix);
+  return matrix;
 }
 
 void jump(std::uint64_t (&state)[4], std::uint64_t draws) {

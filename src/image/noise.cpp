@@ -4,6 +4,7 @@
 #include <new>
 
 #include "image/filters.h"
+#include "image/generator_jump.h"
 #include "image/pairwise_sum.h"
 #include "image/vector/random_loops.h"
 
@@ -14,7 +15,6 @@ namespace {
 constexpr std::int64_t kBandRows = 256;
 constexpr std::int64_t kBandWord = 500;  // apart from the small words that keys end in
 constexpr std::int64_t kStripWord = 900;
-constexpr std::size_t kFewColumns = 16;  // not worth the setting up of several generators
 
 std::int64_t band_of(std::int64_t row) {
   return row >= 0 ? row / kBandRows : -(-(row + 1) / kBandRows) - 1;
@@ -25,6 +25,17 @@ Key with_word(Key key, std::int64_t word) {
   return key;
 }
 
+// Normals of `count` rows, at most vector::kGenerators; room is needed for as many as that.
+void draw_side_by_side(Rng* rows, std::size_t count, std::size_t columns, float* out,
+                       std::size_t stride) {
+  vector::Generators generators = {};
+  for (std::size_t l = 0; l < count; ++l)
+    for (int k = 0; k < 4; ++k) generators.s[k][l] = rows[l].s[k];
+  vector::random_loops().generated_normals(generators, columns, out, stride);
+  for (std::size_t l = 0; l < count; ++l)
+    for (int k = 0; k < 4; ++k) rows[l].s[k] = generators.s[k][l];
+}
+
 }  // namespace
 
 NoiseRows::NoiseRows(const Key& key, std::int64_t y0, std::int64_t y1, std::int32_t width,
@@ -32,6 +43,7 @@ NoiseRows::NoiseRows(const Key& key, std::int64_t y0, std::int64_t y1, std::int3
     : key_(key), y0_(y0), width_(static_cast<std::size_t>(width)), counter_(counter) {
   if (counter || y1 <= y0) return;
   rows_.reserve(static_cast<std::size_t>(y1 - y0));
+  const StepMatrix next_row = jump_matrix(2 * static_cast<std::uint64_t>(width));  // two draws each
   for (std::int64_t y = y0; y < y1; ++y) {
     const std::int64_t band = band_of(y);
     if (y == y0 || y == band * kBandRows) {
@@ -39,29 +51,28 @@ NoiseRows::NoiseRows(const Key& key, std::int64_t y0, std::int64_t y1, std::int3
       rows_.back().skip_normals(static_cast<std::uint64_t>(y - band * kBandRows) * width_);
     } else {
       rows_.push_back(rows_.back());
-      rows_.back().skip_normals(width_);
+      jump(rows_.back().s, next_row);
     }
   }
 }
 
 void NoiseRows::take(std::size_t first, std::size_t rows, std::size_t x, std::size_t columns,
                      float* out, std::size_t stride) {
-  std::size_t j = 0;
-  if (!counter_ && columns >= kFewColumns) {
-    for (; j + vector::kGenerators <= rows; j += vector::kGenerators) {
-      vector::Generators generators;
-      for (std::size_t l = 0; l < vector::kGenerators; ++l)
-        for (int k = 0; k < 4; ++k) generators.s[k][l] = rows_[first + j + l].s[k];
-      vector::random_loops().generated_normals(generators, columns, out + j * stride, stride);
-      for (std::size_t l = 0; l < vector::kGenerators; ++l)
-        for (int k = 0; k < 4; ++k) rows_[first + j + l].s[k] = generators.s[k][l];
-    }
+  if (counter_) {
+    for (std::size_t j = 0; j < rows; ++j) take_counted(first + j, x, columns, out + j * stride);
+    return;
   }
-  for (; j < rows; ++j) {
-    if (counter_)
-      take_counted(first + j, x, columns, out + j * stride);
-    else
-      rows_[first + j].fill_normals(out + j * stride, columns);
+  constexpr std::size_t kSet = vector::kGenerators;
+  for (std::size_t j = 0; j < rows; j += kSet) {
+    const std::size_t count = std::min(kSet, rows - j);
+    if (count == kSet) {
+      draw_side_by_side(&rows_[first + j], kSet, columns, out + j * stride, stride);
+      continue;
+    }
+    spare_.resize(kSet * columns);
+    draw_side_by_side(&rows_[first + j], count, columns, spare_.data(), columns);
+    for (std::size_t l = 0; l < count; ++l)
+      std::copy_n(&spare_[l * columns], columns, out + (j + l) * stride);
   }
 }
 

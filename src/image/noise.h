@@ -31,7 +31,8 @@ class NoiseRows {
   std::int64_t y0_;
   std::size_t width_;
   bool counter_;
-  std::vector<Rng> rows_;  // of each row, where it stands
+  std::vector<Rng> rows_;     // of each row, where it stands
+  std::vector<float> spare_;  // for generators that have no row
 };
 
 // `n` uniforms for the pixels of the strip whose first row is y0.

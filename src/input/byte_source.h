@@ -34,6 +34,11 @@ std::vector<std::uint8_t> read_bytes(const ByteSource& source, std::uint64_t off
 // says.
 std::vector<std::uint8_t> read_all(const ByteSource& source);
 
+// The whole file at a UTF-8 path, for the decoders that take nothing less. Throws
+// std::runtime_error "cannot open " + path for what is not a plain file or cannot be opened,
+// "cannot read " + path for what cannot be read to its end or is longer than any picture.
+std::vector<std::uint8_t> read_file(const std::string& path);
+
 // The first `n` bytes at `offset`, all of them or false.
 bool read_exactly(const ByteSource& source, std::uint64_t offset, void* out, std::size_t n);
 

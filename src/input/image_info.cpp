@@ -6,11 +6,11 @@
 #include <limits>
 #include <string_view>
 
-#include "image/errors.h"
 #include "input/byte_source.h"
 #include "input/load_linear.h"
 #include "input/orientation.h"
 #include "input/picture_file.h"
+#include "input/raw_decoder.h"
 
 namespace morva {
 namespace {
@@ -65,12 +65,14 @@ std::string_view date_taken(const Metadata& metadata) {
 
 void read_info(const std::string& path, MorvaImageInfo& info) {
   info = MorvaImageInfo{};
-  require_picture_file(path);
-  const PictureHeader header = read_picture_header(file_source(path));
+  const bool is_raw = kind_of_file(path) == FileKind::kCameraRaw;
+  const PictureHeader header =
+      is_raw ? read_raw_header(path) : read_picture_header(file_source(path));
   const Metadata& metadata = header.metadata;
   const bool swapped = turn_of_orientation(metadata.orientation).swaps_sides();
   info.width = to_int32(static_cast<double>(swapped ? header.h : header.w));
   info.height = to_int32(static_cast<double>(swapped ? header.w : header.h));
+  info.is_raw = is_raw;
   copy_cut(camera_name(metadata), info.camera);
   copy_cut(metadata.lens, info.lens);
   info.focal_mm = metadata.focal_mm;

@@ -81,14 +81,15 @@ bool read_header(JpegReader& reader, std::span<const std::uint8_t> file) {
   return true;
 }
 
-bool start(JpegReader& reader) {
+bool start(JpegReader& reader, PixelForm form) {
   if (setjmp(reader.escape) != 0) {
     return false;
   }
   // Printer's colours come as they are stored and are mixed here; all else is converted by the
   // library.
   const bool printed = reader.state.num_components == 4;
-  reader.state.out_color_space = printed ? JCS_CMYK : JCS_RGB;
+  const J_COLOR_SPACE shown = form == PixelForm::kBgra ? JCS_EXT_BGRA : JCS_RGB;
+  reader.state.out_color_space = printed ? JCS_CMYK : shown;
   // The exact integer transform: the library's vector code gives the same bits as its plain code.
   reader.state.dct_method = JDCT_ISLOW;
   jpeg_start_decompress(&reader.state);
@@ -132,14 +133,13 @@ std::uint8_t product(int a, int b) {
 
 // Ink to light without a press profile: each ink lets its complement through and black darkens all
 // three. Publishing programs, known by their APP14 marker, store the complement already.
-void cmyk_to_rgb(const std::uint8_t* cmyk, std::size_t pixels, bool complemented,
-                 std::uint8_t* rgb) {
+void mix_inks(const std::uint8_t* cmyk, std::size_t pixels, bool complemented, PixelForm form,
+              std::uint8_t* out) {
   const int flip = complemented ? 0 : 255;
-  for (std::size_t i = 0; i < pixels; ++i, cmyk += 4, rgb += 3) {
+  for (std::size_t i = 0; i < pixels; ++i, cmyk += 4) {
     const int light = cmyk[3] ^ flip;
-    rgb[0] = product(cmyk[0] ^ flip, light);
-    rgb[1] = product(cmyk[1] ^ flip, light);
-    rgb[2] = product(cmyk[2] ^ flip, light);
+    out = put_pixel(out, form, product(cmyk[0] ^ flip, light), product(cmyk[1] ^ flip, light),
+                    product(cmyk[2] ^ flip, light));
   }
 }
 
@@ -151,8 +151,8 @@ void read_rows(JpegReader& reader, Pixels8& pixels) {
       fail(reader, ImagingStep::kPixels, ImagingCode::kBadImage);
     }
     if (printed) {
-      cmyk_to_rgb(cmyk.data(), static_cast<std::size_t>(pixels.w),
-                  reader.state.saw_Adobe_marker == TRUE, pixels.row(y));
+      mix_inks(cmyk.data(), static_cast<std::size_t>(pixels.w),
+               reader.state.saw_Adobe_marker == TRUE, pixels.form, pixels.row(y));
     }
   }
 }
@@ -221,13 +221,13 @@ PictureHeader read_jpeg_header(const ByteSource& source) {
   return header;
 }
 
-Pixels8 decode_jpeg(std::span<const std::uint8_t> file) {
+Pixels8 decode_jpeg(std::span<const std::uint8_t> file, PixelForm form) {
   JpegReader reader;
   if (!read_header(reader, file)) {
     fail(reader, ImagingStep::kFrame, ImagingCode::kBadHeader);
   }
-  Pixels8 pixels = make_pixels(reader.state.image_width, reader.state.image_height);
-  if (!start(reader)) {
+  Pixels8 pixels = make_pixels(reader.state.image_width, reader.state.image_height, form);
+  if (!start(reader, form)) {
     fail(reader, ImagingStep::kPixels, ImagingCode::kBadImage);
   }
   read_rows(reader, pixels);

@@ -15,6 +15,6 @@ PictureHeader read_jpeg_header(const ByteSource& source);
 
 // Throws as decode_picture. A file whose scan data end early or are damaged is a bad image, also
 // where the library would fill the rest with grey.
-Pixels8 decode_jpeg(std::span<const std::uint8_t> file);
+Pixels8 decode_jpeg(std::span<const std::uint8_t> file, PixelForm form);
 
 }  // namespace morva

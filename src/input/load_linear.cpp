@@ -4,14 +4,14 @@
 #include <array>
 #include <cstdint>
 #include <string_view>
-#include <utility>
 #include <vector>
 
-#include "image/errors.h"
 #include "image/growing_image.h"
 #include "input/byte_source.h"
+#include "input/heif_decoder.h"
 #include "input/orientation.h"
 #include "input/picture_file.h"
+#include "input/raw_decoder.h"
 #include "input/srgb_table.h"
 
 namespace morva {
@@ -34,23 +34,11 @@ std::string extension_of(const std::string& path) {
   return extension;
 }
 
-Pixels8 upright(Pixels8 pixels, Turn turn) {
-  if (turn.identity()) {
-    return pixels;
-  }
-  Pixels8 turned =
-      turn.swaps_sides()
-          ? make_pixels(static_cast<std::uint64_t>(pixels.h), static_cast<std::uint64_t>(pixels.w))
-          : make_pixels(static_cast<std::uint64_t>(pixels.w), static_cast<std::uint64_t>(pixels.h));
-  turn_samples(pixels.rgb.get(), pixels.h, pixels.w, 3, turn, turned.rgb.get());
-  return turned;
-}
-
 Image linear_light(const Pixels8& pixels) {
   const std::array<float, 256>& table = srgb_to_linear_table();
   Image image = reserve_image(pixels.h, pixels.w, 3);
   const std::size_t n = pixels.row_samples();
-  const std::uint8_t* code = pixels.rgb.get();
+  const std::uint8_t* code = pixels.data.get();
   for (std::int32_t y = 0; y < pixels.h; ++y, code += n) {
     std::transform(code, code + n, add_rows(image, 1),
                    [&table](std::uint8_t c) { return table[c]; });
@@ -66,7 +54,8 @@ Pixels8 load_pixels(const std::string& path) {
   const PictureHeader header = read_picture_header(source);
   require_decodable_size(header.w, header.h);
   const std::vector<std::uint8_t> file = read_all(source);
-  return upright(decode_picture(file), turn_of_orientation(header.metadata.orientation));
+  return turned(decode_picture(file, PixelForm::kRgb),
+                turn_of_orientation(header.metadata.orientation));
 }
 
 }  // namespace
@@ -82,20 +71,15 @@ FileKind kind_of_file(const std::string& path) {
   return FileKind::kPicture;
 }
 
-void require_picture_file(const std::string& path) {
+LoadedPicture load_linear(const std::string& path, const std::string& wb_mode, bool half_size) {
   switch (kind_of_file(path)) {
     case FileKind::kCameraRaw:
-      throw NotPorted("camera raw: " + path);
+      return LoadedPicture{load_raw(path, wb_mode, half_size), true};
     case FileKind::kHeif:
-      throw NotPorted("HEIF: " + path);
+      return LoadedPicture{linear_light(decode_heif(read_file(path), PixelForm::kRgb)), false};
     case FileKind::kPicture:
-      return;
+      break;
   }
-}
-
-LoadedPicture load_linear(const std::string& path, const std::string& /*wb_mode*/,
-                          bool /*half_size*/) {
-  require_picture_file(path);
   return LoadedPicture{linear_light(load_pixels(path)), false};
 }
 

@@ -45,7 +45,7 @@ PixelWalk walk_of(std::ptrdiff_t h, std::ptrdiff_t w, Turn turn) {
 // A quarter turn reads down columns. Square tiles keep the rows that a tile touches in the cache.
 constexpr std::int32_t kTile = 32;
 
-// `c` is an integer, or a constant type for the common three channels, so that a pixel is copied in
+// `c` is an integer, or a constant type for pictures and previews, so that a pixel is copied in
 // place.
 template <class Sample, class Channels>
 void turn_tiled(const Sample* in, std::int32_t h, std::int32_t w, Channels c, Turn turn,
@@ -77,6 +77,8 @@ void turn_any(const Sample* in, std::int32_t h, std::int32_t w, std::int32_t c, 
               Sample* out) {
   if (c == 3) {
     turn_tiled(in, h, w, std::integral_constant<std::int32_t, 3>{}, turn, out);
+  } else if (c == 4) {
+    turn_tiled(in, h, w, std::integral_constant<std::int32_t, 4>{}, turn, out);
   } else {
     turn_tiled(in, h, w, c, turn, out);
   }

@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "input/heif_decoder.h"
 #include "input/imaging_error.h"
 #include "input/jpeg_decoder.h"
 #include "input/png_decoder.h"
@@ -11,7 +12,7 @@
 namespace morva {
 namespace {
 
-enum class PictureFormat { kJpeg, kPng, kTiff, kWebp };
+enum class PictureFormat { kJpeg, kPng, kTiff, kWebp, kHeif };
 
 PictureFormat sniff(const ByteSource& source) {
   using namespace std::string_view_literals;
@@ -32,6 +33,9 @@ PictureFormat sniff(const ByteSource& source) {
   if (magic.starts_with("RIFF"sv) && magic.size() >= 12 && magic.substr(8, 4) == "WEBP"sv) {
     return PictureFormat::kWebp;
   }
+  if (is_heif(magic)) {
+    return PictureFormat::kHeif;
+  }
   fail_imaging(ImagingStep::kDecoder, ImagingCode::kUnknownFormat);
 }
 
@@ -46,23 +50,27 @@ PictureHeader read_picture_header(const ByteSource& source) {
     case PictureFormat::kTiff:
       return read_tiff_header(source);
     case PictureFormat::kWebp:
+      return read_webp_header(source);
+    case PictureFormat::kHeif:
       break;
   }
-  return read_webp_header(source);
+  return read_heif_header(read_all(source));
 }
 
-Pixels8 decode_picture(std::span<const std::uint8_t> file) {
+Pixels8 decode_picture(std::span<const std::uint8_t> file, PixelForm form) {
   switch (sniff(memory_source(file))) {
     case PictureFormat::kJpeg:
-      return decode_jpeg(file);
+      return decode_jpeg(file, form);
     case PictureFormat::kPng:
-      return decode_png(file);
+      return decode_png(file, form);
     case PictureFormat::kTiff:
-      return decode_tiff(file);
+      return decode_tiff(file, form);
     case PictureFormat::kWebp:
+      return decode_webp(file, form);
+    case PictureFormat::kHeif:
       break;
   }
-  return decode_webp(file);
+  return decode_heif(file, form);
 }
 
 }  // namespace morva

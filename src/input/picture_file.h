@@ -1,5 +1,5 @@
-// Ordinary picture files: JPEG, PNG, TIFF and WebP, each recognised by its first bytes whatever its
-// name.
+// Ordinary picture files: JPEG, PNG, TIFF, WebP and HEIF, each recognised by its first bytes
+// whatever its name.
 #pragma once
 
 #include <cstdint>
@@ -12,13 +12,14 @@
 namespace morva {
 
 // Reads the header of the file's first picture and leaves its pixels alone. Throws the imaging
-// errors "unknown format" at "decoder" and "bad header" or "frame missing" at "frame".
+// errors "unknown format" at "decoder" and "bad header" or "frame missing" at "frame"; of a HEIF,
+// which is read by a library of its own, std::runtime_error "libheif: " and that library's words.
 PictureHeader read_picture_header(const ByteSource& source);
 
-// Decodes the file's first picture to 8-bit sRGB: alpha is dropped, grey spreads to three channels,
-// palettes and CMYK are converted, 16 bits are rounded to 8. Throws the imaging errors above,
-// "unsupported pixel format" at "convert", "value overflow" at "size" for more than kMaxPixels, and
-// "bad image" at "pixels" for a file that is cut off or corrupted.
-Pixels8 decode_picture(std::span<const std::uint8_t> file);
+// Decodes the file's first picture to 8-bit sRGB: grey spreads to three channels, palettes and CMYK
+// are converted, 16 bits are rounded to 8. Throws the imaging errors above, "unsupported pixel
+// format" at "convert", "value overflow" at "size" for more than kMaxPixels, and "bad image" at
+// "pixels" for a file that is cut off or corrupted; of a HEIF as above.
+Pixels8 decode_picture(std::span<const std::uint8_t> file, PixelForm form);
 
 }  // namespace morva

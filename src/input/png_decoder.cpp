@@ -66,12 +66,17 @@ bool read_pixels(PngReader& reader, Pixels8& pixels) {
   }
   png_set_expand(reader.png);
   png_set_scale_16(reader.png);
-  png_set_strip_alpha(reader.png);
   png_set_gray_to_rgb(reader.png);
+  if (pixels.form == PixelForm::kBgra) {
+    png_set_bgr(reader.png);
+    png_set_add_alpha(reader.png, 255, PNG_FILLER_AFTER);
+  } else {
+    png_set_strip_alpha(reader.png);
+  }
   const int passes = png_set_interlace_handling(reader.png);
   png_read_update_info(reader.png, reader.info);
   if (png_get_rowbytes(reader.png, reader.info) != pixels.row_samples()) {
-    png_error(reader.png, "not three channels");
+    png_error(reader.png, "not the form asked for");
   }
   for (int pass = 0; pass < passes; ++pass) {
     for (std::size_t y = 0; y < static_cast<std::size_t>(pixels.h); ++y) {
@@ -116,14 +121,14 @@ PictureHeader read_png_header(const ByteSource& source) {
   return header;
 }
 
-Pixels8 decode_png(std::span<const std::uint8_t> file) {
+Pixels8 decode_png(std::span<const std::uint8_t> file, PixelForm form) {
   PngReader reader;
   reader.unread = file;
   if (!read_info(reader)) {
     fail_imaging(ImagingStep::kFrame, ImagingCode::kBadHeader);
   }
   Pixels8 pixels = make_pixels(png_get_image_width(reader.png, reader.info),
-                               png_get_image_height(reader.png, reader.info));
+                               png_get_image_height(reader.png, reader.info), form);
   if (!read_pixels(reader, pixels)) {
     fail_imaging(ImagingStep::kPixels, ImagingCode::kBadImage);
   }

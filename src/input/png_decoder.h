@@ -15,6 +15,6 @@ namespace morva {
 PictureHeader read_png_header(const ByteSource& source);
 
 // Throws as decode_picture.
-Pixels8 decode_png(std::span<const std::uint8_t> file);
+Pixels8 decode_png(std::span<const std::uint8_t> file, PixelForm form);
 
 }  // namespace morva

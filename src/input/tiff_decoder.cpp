@@ -141,14 +141,45 @@ bool is_plain(TIFF* tiff) {
           (photometric == PHOTOMETRIC_RGB && samples >= 3));
 }
 
-// Rows of plain samples; `to_code` gives the 8-bit code of one.
-template <class Sample, class ToCode>
-void read_plain_rows(TIFF* tiff, Pixels8& pixels, ToCode to_code) {
+// The first channel behind the colours as an alpha, when the file says that it is one.
+struct AlphaChannel {
+  bool present = false;
+  bool multiplied = false;  // the colours are stored multiplied by it
+};
+
+AlphaChannel alpha_of(TIFF* tiff) {
+  std::uint16_t count = 0;
+  const std::uint16_t* kinds = nullptr;
+  if (!TIFFGetField(tiff, TIFFTAG_EXTRASAMPLES, &count, &kinds) || count == 0 || !kinds) {
+    return {};
+  }
+  return {kinds[0] == EXTRASAMPLE_ASSOCALPHA || kinds[0] == EXTRASAMPLE_UNASSALPHA,
+          kinds[0] == EXTRASAMPLE_ASSOCALPHA};
+}
+
+// RGB keeps the colours as they are stored; beside an alpha they are freed of it.
+std::uint8_t* put_with_alpha(std::uint8_t* out, PixelForm form, AlphaChannel kind, std::uint8_t r,
+                             std::uint8_t g, std::uint8_t b, std::uint8_t alpha) {
+  if (form == PixelForm::kBgra && kind.multiplied) {
+    r = without_alpha(r, alpha);
+    g = without_alpha(g, alpha);
+    b = without_alpha(b, alpha);
+  }
+  return put_pixel(out, form, r, g, b, alpha);
+}
+
+// Rows of plain samples; `to_code` gives the 8-bit code of a colour,
+// `to_alpha` that of an alpha.
+template <class Sample, class ToCode, class ToAlpha>
+void read_plain_rows(TIFF* tiff, Pixels8& pixels, ToCode to_code, ToAlpha to_alpha) {
   const auto samples = tag_or<std::uint16_t>(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
   if (samples > kMaxSamplesPerPixel) {
     fail_imaging(ImagingStep::kConvert, ImagingCode::kUnsupportedPixelFormat);
   }
   const bool colour = tag_or<std::uint16_t>(tiff, TIFFTAG_PHOTOMETRIC, 0) == PHOTOMETRIC_RGB;
+  const int green = colour ? 1 : 0;
+  const int blue = colour ? 2 : 0;
+  const AlphaChannel alpha = samples > blue + 1 ? alpha_of(tiff) : AlphaChannel{};
   const std::size_t row_samples = static_cast<std::size_t>(pixels.w) * samples;
   const tmsize_t row_bytes = TIFFScanlineSize(tiff);
   if (row_bytes <= 0 || static_cast<std::size_t>(row_bytes) != row_samples * sizeof(Sample)) {
@@ -162,12 +193,12 @@ void read_plain_rows(TIFF* tiff, Pixels8& pixels, ToCode to_code) {
     if (TIFFReadScanline(tiff, row.get(), y) != 1) {
       fail_imaging(ImagingStep::kPixels, ImagingCode::kBadImage);
     }
-    std::uint8_t* rgb = pixels.row(y);
+    std::uint8_t* out = pixels.row(y);
     const Sample* sample = row.get();
-    for (std::int32_t x = 0; x < pixels.w; ++x, rgb += 3, sample += samples) {
-      rgb[0] = to_code(sample[0]);
-      rgb[1] = to_code(sample[colour ? 1 : 0]);
-      rgb[2] = to_code(sample[colour ? 2 : 0]);
+    for (std::int32_t x = 0; x < pixels.w; ++x, sample += samples) {
+      out = put_with_alpha(out, pixels.form, alpha, to_code(sample[0]), to_code(sample[green]),
+                           to_code(sample[blue]),
+                           alpha.present ? to_alpha(sample[blue + 1]) : std::uint8_t{255});
     }
   }
 }
@@ -176,8 +207,12 @@ std::uint8_t round_to_8_bits(std::uint16_t sample) {
   return static_cast<std::uint8_t>((sample + 128) / 257);
 }
 
-// The library multiplies colours by an alpha that it knows as not yet multiplied. Alpha is dropped
-// here, so it is told that this has been done.
+std::uint8_t float_to_8_bits(float share) {
+  return share > 0.0f ? static_cast<std::uint8_t>(std::min(share, 1.0f) * 255.0f + 0.5f) : 0;
+}
+
+// The library multiplies colours by an alpha that it knows as not yet multiplied. Here they stay
+// apart, so it is told that this has been done.
 void keep_colours_under_alpha(TIFF* tiff) {
   std::uint16_t count = 0;
   const std::uint16_t* kinds = nullptr;
@@ -212,6 +247,7 @@ std::uint32_t band_rows(TIFF* tiff, std::uint32_t h) {
 
 // Everything else: the library makes 8-bit colours of it.
 void read_converted_rows(TIFF* tiff, Pixels8& pixels) {
+  const AlphaChannel alpha = alpha_of(tiff);
   keep_colours_under_alpha(tiff);
   RgbaReader reader(tiff);
   const std::uint32_t w = static_cast<std::uint32_t>(pixels.w);
@@ -225,11 +261,13 @@ void read_converted_rows(TIFF* tiff, Pixels8& pixels) {
     if (!TIFFRGBAImageGet(&reader.image, band.get(), w, count)) {
       fail_imaging(ImagingStep::kPixels, ImagingCode::kBadImage);
     }
-    std::uint8_t* rgb = pixels.row(y);
-    for (std::size_t i = 0; i < static_cast<std::size_t>(count) * w; ++i, rgb += 3) {
-      rgb[0] = static_cast<std::uint8_t>(TIFFGetR(band[i]));
-      rgb[1] = static_cast<std::uint8_t>(TIFFGetG(band[i]));
-      rgb[2] = static_cast<std::uint8_t>(TIFFGetB(band[i]));
+    std::uint8_t* out = pixels.row(y);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(count) * w; ++i) {
+      out = put_with_alpha(
+          out, pixels.form, alpha, static_cast<std::uint8_t>(TIFFGetR(band[i])),
+          static_cast<std::uint8_t>(TIFFGetG(band[i])),
+          static_cast<std::uint8_t>(TIFFGetB(band[i])),
+          alpha.present ? static_cast<std::uint8_t>(TIFFGetA(band[i])) : std::uint8_t{255});
     }
   }
 }
@@ -249,21 +287,21 @@ PictureHeader read_tiff_header(const ByteSource& source) {
   return header;
 }
 
-Pixels8 decode_tiff(std::span<const std::uint8_t> file) {
+Pixels8 decode_tiff(std::span<const std::uint8_t> file, PixelForm form) {
   const ByteSource source = memory_source(file);
   TiffStream stream{source};
   const TiffHandle tiff = open_tiff(stream);
   Pixels8 pixels = make_pixels(tag_or<std::uint32_t>(tiff.get(), TIFFTAG_IMAGEWIDTH, 0),
-                               tag_or<std::uint32_t>(tiff.get(), TIFFTAG_IMAGELENGTH, 0));
+                               tag_or<std::uint32_t>(tiff.get(), TIFFTAG_IMAGELENGTH, 0), form);
   const auto bits = tag_or<std::uint16_t>(tiff.get(), TIFFTAG_BITSPERSAMPLE, 1);
   const auto number = tag_or<std::uint16_t>(tiff.get(), TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
   const bool plain = is_plain(tiff.get());
   if (number == SAMPLEFORMAT_UINT && bits == 8 && plain) {
-    read_plain_rows<std::uint8_t>(tiff.get(), pixels, std::identity{});
+    read_plain_rows<std::uint8_t>(tiff.get(), pixels, std::identity{}, std::identity{});
   } else if (number == SAMPLEFORMAT_UINT && bits == 16 && plain) {
-    read_plain_rows<std::uint16_t>(tiff.get(), pixels, round_to_8_bits);
+    read_plain_rows<std::uint16_t>(tiff.get(), pixels, round_to_8_bits, round_to_8_bits);
   } else if (number == SAMPLEFORMAT_IEEEFP && bits == 32 && plain) {
-    read_plain_rows<float>(tiff.get(), pixels, encode_srgb8);
+    read_plain_rows<float>(tiff.get(), pixels, encode_srgb8, float_to_8_bits);
   } else if (number == SAMPLEFORMAT_UINT || number == SAMPLEFORMAT_VOID) {
     read_converted_rows(tiff.get(), pixels);
   } else {

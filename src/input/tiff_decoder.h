@@ -17,6 +17,6 @@ PictureHeader read_tiff_header(const ByteSource& source);
 
 // The rows as they are stored: the orientation tag is left to the caller, as with the other
 // formats. Float samples are taken as linear light and clipped to 0..1. Throws as decode_picture.
-Pixels8 decode_tiff(std::span<const std::uint8_t> file);
+Pixels8 decode_tiff(std::span<const std::uint8_t> file, PixelForm form);
 
 }  // namespace morva

@@ -19,9 +19,9 @@ struct Extent {
 };
 
 struct Chunks {
-  // The first coded picture with its chunk's head. Alpha lies in a chunk of its own and is not
-  // looked at.
-  Extent picture;
+  Extent picture;  // the first coded picture with its chunk's head
+  // The same from the chunk before it on, where that holds the alpha of a lossy picture.
+  Extent with_alpha;
   Extent exif;
 };
 
@@ -59,10 +59,16 @@ Chunks find_chunks(const ByteSource& source) {
   Chunks found;
   ChunkHead head;
   std::uint64_t offset = kFileHeadBytes;
+  std::uint64_t alpha = 0;
   for (int i = 0; i < kMaxSegments && read_chunk_head(source, offset, head); ++i) {
+    const std::uint64_t begin = offset;
     offset = head.next();
     if (found.picture.size == 0 && (head.is("VP8 ") || head.is("VP8L"))) {
-      found.picture = {head.data.offset - kChunkHeadBytes, head.data.size + kChunkHeadBytes};
+      const std::uint64_t end = head.data.offset + head.data.size;
+      found.picture = {begin, end - begin};
+      found.with_alpha = alpha > 0 ? Extent{alpha, end - alpha} : found.picture;
+    } else if (found.picture.size == 0 && head.is("ALPH")) {
+      alpha = begin;
     } else if (found.picture.size == 0 && head.is("ANMF")) {
       offset = head.data.offset + kAnimationHeadBytes;
     } else if (head.is("EXIF")) {
@@ -108,26 +114,27 @@ PictureHeader read_webp_header(const ByteSource& source) {
   return header;
 }
 
-Pixels8 decode_webp(std::span<const std::uint8_t> file) {
+Pixels8 decode_webp(std::span<const std::uint8_t> file, PixelForm form) {
   if (file.size() < kFileHeadBytes || little32(&file[4]) > file.size() - 8) {
     fail_imaging(ImagingStep::kPixels,
                  ImagingCode::kBadImage);  // cut off, perhaps behind the pixels
   }
-  const Extent extent = find_chunks(memory_source(file)).picture;
+  const Chunks chunks = find_chunks(memory_source(file));
+  const Extent extent = form == PixelForm::kBgra ? chunks.with_alpha : chunks.picture;
   const std::uint64_t begin = std::min<std::uint64_t>(extent.offset, file.size());
   const std::span<const std::uint8_t> picture =
       file.subspan(static_cast<std::size_t>(begin),
                    static_cast<std::size_t>(std::min(extent.size, file.size() - begin)));
   const WebPBitstreamFeatures features = read_features(picture);
   Pixels8 pixels = make_pixels(static_cast<std::uint64_t>(features.width),
-                               static_cast<std::uint64_t>(features.height));
+                               static_cast<std::uint64_t>(features.height), form);
   WebPDecoderConfig config;
   if (!WebPInitDecoderConfig(&config)) {
     fail_imaging(ImagingStep::kDecoder, ImagingCode::kUnknownFormat);
   }
-  config.output.colorspace = MODE_RGB;
+  config.output.colorspace = form == PixelForm::kBgra ? MODE_BGRA : MODE_RGB;
   config.output.is_external_memory = 1;
-  config.output.u.RGBA.rgba = pixels.rgb.get();
+  config.output.u.RGBA.rgba = pixels.data.get();
   config.output.u.RGBA.stride = static_cast<int>(pixels.row_samples());
   config.output.u.RGBA.size = pixels.samples();
   const VP8StatusCode status = WebPDecode(picture.data(), picture.size(), &config);

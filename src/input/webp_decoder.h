@@ -14,6 +14,6 @@ namespace morva {
 PictureHeader read_webp_header(const ByteSource& source);
 
 // Throws as decode_picture.
-Pixels8 decode_webp(std::span<const std::uint8_t> file);
+Pixels8 decode_webp(std::span<const std::uint8_t> file, PixelForm form);
 
 }  // namespace morva

@@ -11,7 +11,10 @@
 #include <random>
 #include <vector>
 
+#include "image/error_function.h"
+#include "image/random.h"
 #include "image/vector/isa.h"
+#include "image/vector/single_exponential.h"
 
 namespace {
 
@@ -134,6 +137,49 @@ TEST(Elementary, PowStaysWithinTwoUlps) {
     expect_within("pow near 1", 2.0, power, exact, uniform(0.99, 1.01), 40000);
     expect_within("pow wide", 2.0, power, exact, log_uniform(-1074, 1023.9), 40000);
   }
+}
+
+TEST(Elementary, ErrorFunctionAndItsComplement) {
+  const Exact erfl_ = [](long double x) { return std::erf(x); };
+  expect_within("erf", 2.0, elementary::erf, erfl_, uniform(-7, 7));
+  expect_within("erf", 2.0, elementary::erf, erfl_, log_uniform(-1000, 3));
+  const Exact erfcl_ = [](long double x) { return std::erfc(x); };
+  expect_within("erfc", 4.0, elementary::erfc, erfcl_, uniform(-7, 7));
+  expect_within("erfc", 4.0, elementary::erfc, erfcl_, uniform(0, 26.5));
+  for (const double x : {-kInf, -30.0, 0.0, 27.0, 1e300, kInf}) {
+    EXPECT_EQ(elementary::erf(x), std::erf(x)) << x;
+    EXPECT_NEAR(elementary::erfc(x), std::erfc(x), 0x1p-1022) << x;
+  }
+  EXPECT_TRUE(std::isnan(elementary::erf(std::nan(""))));
+  EXPECT_TRUE(std::isnan(elementary::erfc(std::nan(""))));
+}
+
+// The forms that trade the last bits for speed.
+TEST(Elementary, QuickFormsKeepTheirBounds) {
+  namespace formula = elementary::formula;
+  std::mt19937_64 rng(1);
+  double worst_exp = 0.0, worst_exp10 = 0.0, worst_normal = 0.0;
+  for (int i = 0; i < 300000; ++i) {
+    const auto x = static_cast<float>(uniform(-87, 88)(rng));
+    const auto y = static_cast<float>(uniform(-37, 38)(rng));
+    const double exact = std::exp(static_cast<double>(x));
+    const double exact10 = std::pow(10.0, static_cast<double>(y));
+    worst_exp = std::max(worst_exp, std::fabs(formula::single_exp(x) / exact - 1.0));
+    worst_exp10 = std::max(worst_exp10, std::fabs(formula::single_exp10(y) / exact10 - 1.0));
+  }
+  EXPECT_LE(worst_exp, 0x1p-22);
+  EXPECT_LE(worst_exp10, 0x1p-22);
+  EXPECT_EQ(formula::single_exp(0.0f), 1.0f);
+  EXPECT_EQ(formula::single_exp10(-kInfF), formula::single_exp10(-37.0f));
+  EXPECT_EQ(formula::single_exp(kInfF), formula::single_exp(88.0f));
+
+  morva::Rng drawn = morva::rng_from_key({6}), same = drawn;
+  for (int i = 0; i < 300000; ++i) {
+    const double u1 = same.uniform(), u2 = same.uniform();
+    const double exact = std::sqrt(-2.0 * std::log1p(-u1)) * std::cos(2.0 * M_PI * u2);
+    worst_normal = std::max(worst_normal, std::fabs(drawn.normal() - exact));
+  }
+  EXPECT_LE(worst_normal, 1e-13);
 }
 
 TEST(Elementary, SpecialArgumentsOfDoubleForms) {

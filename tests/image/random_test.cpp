@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "image/generator_jump.h"
 #include "image/noise.h"
 #include "image/pairwise_sum.h"
 #include "image/vector/isa.h"
@@ -81,6 +82,59 @@ TEST(Random, VectorFormsHaveTheBitsOfSingleDraws) {
   vector::use_isa(vector::best_isa());
 }
 
+bool same_state(const Rng& a, const Rng& b) {
+  return std::memcmp(a.s, b.s, sizeof a.s) == 0;
+}
+
+// Short jumps against single steps; each longer one against two of half its length.
+TEST(Random, JumpsLandWhereSteppingWould) {
+  const Rng start = rng_from_key({11, 4});
+  Rng stepped = start;
+  int done = 0;
+  for (const int target : {0, 1, 2, 3, 63, 64, 4095, 65537, 262143}) {
+    for (; done < target; ++done) stepped.next();
+    Rng jumped = start;
+    jumped.skip(static_cast<std::uint64_t>(target));
+    EXPECT_TRUE(same_state(jumped, stepped)) << target;
+  }
+  for (int power = 1; power < kJumpPowers; ++power) {
+    Rng once = start, twice = start;
+    jump_power_of_two(once.s, power);
+    for (int half = 0; half < 2; ++half) jump_power_of_two(twice.s, power - 1);
+    EXPECT_TRUE(same_state(once, twice)) << power;
+  }
+  // Beyond twice the longest power.
+  constexpr std::uint64_t kFar = (std::uint64_t{5} << 40) + 12345;
+  Rng once = start, parts = start;
+  once.skip(kFar);
+  for (const std::uint64_t part : {kFar - (std::uint64_t{3} << 38), std::uint64_t{3} << 38})
+    parts.skip_normals(part / 2), parts.skip(part % 2);
+  EXPECT_TRUE(same_state(once, parts));
+}
+
+// About the sizes where eight generators begin to share the work, and where their stretches change.
+TEST(Random, LongFillsAreSingleDrawsInARow) {
+  for (const auto isa : {vector::Isa::baseline, vector::Isa::avx2, vector::Isa::avx512}) {
+    vector::use_isa(isa);
+    for (const std::size_t n : {1, 2047, 2048, 2049, 4095, 6145, 70001, 1048577}) {
+      std::vector<float> got(n + 1, 77.0f), want(n);
+      Rng single = rng_from_key({3, 1});
+      Rng many = single;
+      for (float& v : want) v = static_cast<float>(single.uniform());
+      many.fill_uniforms(got.data(), n);
+      EXPECT_EQ(got.back(), 77.0f) << n;
+      EXPECT_TRUE(std::memcmp(got.data(), want.data(), n * sizeof(float)) == 0) << n;
+      EXPECT_TRUE(same_state(many, single)) << n;
+      for (float& v : want) v = static_cast<float>(single.normal());
+      many.fill_normals(got.data(), n);
+      EXPECT_EQ(got.back(), 77.0f) << n;
+      EXPECT_TRUE(std::memcmp(got.data(), want.data(), n * sizeof(float)) == 0) << n;
+      EXPECT_TRUE(same_state(many, single)) << n;
+    }
+  }
+  vector::use_isa(vector::best_isa());
+}
+
 struct Moments {
   double mean, deviation, skew, kurtosis;
 };
@@ -142,6 +196,12 @@ TEST(Noise, RowUniformsBelongToTheStripsFirstRow) {
     const std::vector<float> strip = row_uniforms({7}, 40, 1000, counter);
     EXPECT_TRUE(same_bits(row_uniforms({7}, 40, 1000, counter), strip));
     EXPECT_FALSE(same_bits(row_uniforms({7}, 41, 1000, counter), strip));
+    for (const auto& [start, n] : {std::pair{0, 7}, {1, 1}, {377, 600}, {999, 1}}) {
+      std::vector<float> part(static_cast<std::size_t>(n));
+      fill_row_uniforms({7}, 40, static_cast<std::uint64_t>(start), part.size(), counter,
+                        part.data());
+      EXPECT_TRUE(same_bits(part, {strip.begin() + start, strip.begin() + start + n})) << start;
+    }
     double mean = 0.0;
     for (const float v : strip) {
       EXPECT_TRUE(v >= 0.0f && v <= 1.0f);

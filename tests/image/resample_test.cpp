@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <stdexcept>
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "image/on_every_isa.h"
+#include "image/row_resizer.h"
 
 namespace morva {
 namespace {
@@ -66,6 +68,32 @@ TEST_P(Resample, HasTheBitsOfThePlainForm) {
             << w << " x " << h << " to " << new_w << " x " << new_h << ", filter " << filter << ", "
             << channels << " channels";
       }
+}
+
+// Rows on demand: in order, in leaps, backwards, and with room between them.
+TEST_P(Resample, RowsOnDemandAreThoseOfTheWholeResult) {
+  constexpr int kFirstRows[] = {0, 3, 7, 4, 50, 49, 90, 12, 91, 0};
+  for (const auto& [h, w] : {std::pair{1, 1}, {2, 33}, {17, 5}, {100, 700}})
+    for (const auto& [new_h, new_w] : {std::pair{1, 33}, {17, 1}, {100, 700}, {333, 1111}})
+      for (int channels : {1, 3})
+        for (int filter : kAllFilters) {
+          const Image image = random_image(h, w, channels);
+          const Image whole = resize_image(image, new_w, new_h, filter);
+          RowResizer rows(image, new_w, new_h, filter);
+          const size_t samples = whole.row_samples(), stride = samples + 3;
+          for (int y : kFirstRows)
+            for (size_t count : {1u, 3u, 8u}) {
+              if (static_cast<size_t>(y) + count > static_cast<size_t>(new_h)) continue;
+              std::vector<float> got(count * stride, 77.0f);
+              rows.make_rows(static_cast<size_t>(y), count, got.data(), stride);
+              const float* want = &whole.data[static_cast<size_t>(y) * samples];
+              for (size_t j = 0; j < count; ++j) {
+                ASSERT_EQ(0, std::memcmp(&got[j * stride], want + j * samples, samples * 4))
+                    << w << " x " << h << " to " << new_w << " x " << new_h << ", row " << y;
+                ASSERT_EQ(77.0f, got[j * stride + samples]);
+              }
+            }
+        }
 }
 
 TEST_P(Resample, BoxByAWholeFactorAveragesExactBlocks) {

@@ -1,0 +1,152 @@
+// Every kind of picture comes to the pixels that its writer put in, upright, in linear light and
+// for a screen.
+#include <cmath>
+
+#include "input/load_linear.h"
+#include "input/orientation.h"
+#include "input/picture_files.h"
+#include "input/srgb_table.h"
+#include "morva.h"
+
+namespace morva {
+namespace {
+
+using namespace testing_files;
+
+void expect_linear(const std::string& name, const Upright& upright) {
+  const LoadedPicture loaded = load_linear(picture(name), "film", true);
+  ASSERT_EQ(loaded.image.w, upright.w) << name;
+  ASSERT_EQ(loaded.image.h, upright.h) << name;
+  EXPECT_FALSE(loaded.is_raw) << name;
+  int worst = 0;
+  for (std::size_t i = 0; i < loaded.image.data.size(); ++i)
+    worst = std::max(
+        worst, std::abs(encode_srgb8(loaded.image.data[i]) - upright.rgba[i / 3 * 4 + i % 3]));
+  EXPECT_LE(worst, upright.tolerance) << name;
+}
+
+void expect_preview(const std::string& name, const Upright& upright) {
+  const Bytes file = bytes_of(picture(name));
+  std::uint8_t* bgra = nullptr;
+  std::int32_t w = 0;
+  std::int32_t h = 0;
+  MorvaError err;
+  ASSERT_EQ(
+      morva_decode_bgra8(file.data(), static_cast<std::int64_t>(file.size()), &bgra, &w, &h, &err),
+      MORVA_OK)
+      << name << ": " << err.message;
+  ASSERT_EQ(w, upright.w) << name;
+  ASSERT_EQ(h, upright.h) << name;
+  constexpr int kPlace[4] = {2, 1, 0, 3};
+  int worst = 0;
+  for (std::size_t i = 0; i < upright.rgba.size(); ++i)
+    worst = std::max(worst, std::abs(bgra[i / 4 * 4 + kPlace[i % 4]] - upright.rgba[i]));
+  EXPECT_LE(worst, upright.tolerance) << name;
+  morva_free_bytes(bgra);
+}
+
+TEST(Pictures, DecodeToWhatWasPutIn) {
+  int seen = 0;
+  for (const fs::directory_entry& entry : fs::directory_iterator(pictures())) {
+    if (entry.path().extension() != ".upright") continue;
+    const std::string name = entry.path().stem().string();
+    const Upright upright = upright_of(name);
+    expect_linear(name, upright);
+    expect_preview(name, upright);
+    ++seen;
+  }
+  EXPECT_GT(seen, 80);
+}
+
+// A colour that the file holds multiplied by its alpha: RGB takes it as it stands, a screen
+// without.
+TEST(Pictures, MultipliedAlpha) {
+  const Upright straight = upright_of("extra-2.tif");
+  const Bytes file = bytes_of(picture("multiplied.tif"));
+  std::uint8_t* bgra = nullptr;
+  std::int32_t w = 0;
+  std::int32_t h = 0;
+  ASSERT_EQ(morva_decode_bgra8(file.data(), static_cast<std::int64_t>(file.size()), &bgra, &w, &h,
+                               nullptr),
+            MORVA_OK);
+  for (std::size_t i = 0; i < straight.rgba.size(); i += 4) {
+    const int alpha = straight.rgba[i + 3];
+    ASSERT_EQ(bgra[i + 3], alpha);
+    ASSERT_NEAR(bgra[i + 2], straight.rgba[i], 128 / alpha + 1) << "under alpha " << alpha;
+  }
+  morva_free_bytes(bgra);
+  const Image linear = load_linear(picture("multiplied.tif"), "film", false).image;
+  EXPECT_EQ(encode_srgb8(linear.at(0, 9)), (straight.rgba[36] * straight.rgba[39] + 127) / 255);
+}
+
+TEST(Pictures, PreviewRefusesEmptyInput) {
+  const std::uint8_t byte = 0;
+  std::uint8_t block = 0;
+  std::uint8_t* bgra = &block;
+  std::int32_t w = 7;
+  std::int32_t h = 7;
+  MorvaError err;
+  EXPECT_EQ(morva_decode_bgra8(nullptr, 1, &bgra, &w, &h, &err), MORVA_BAD_ARGUMENT);
+  EXPECT_STREQ(err.message, "morva_decode_bgra8: пустой вход");
+  EXPECT_TRUE(bgra == nullptr && w == 0 && h == 0);
+  EXPECT_EQ(morva_decode_bgra8(&byte, 0, &bgra, &w, &h, &err), MORVA_BAD_ARGUMENT);
+  EXPECT_EQ(morva_decode_bgra8(&byte, -1, &bgra, &w, &h, &err), MORVA_BAD_ARGUMENT);
+  EXPECT_EQ(morva_decode_bgra8(&byte, 1, nullptr, &w, &h, &err), MORVA_BAD_ARGUMENT);
+  EXPECT_EQ(morva_decode_bgra8(&byte, 1, &bgra, nullptr, &h, nullptr), MORVA_BAD_ARGUMENT);
+  EXPECT_EQ(morva_decode_bgra8(&byte, 1, &bgra, &w, &h, &err), MORVA_FAILED);
+  EXPECT_STREQ(err.message, "WIC: decoder (0x88982F07)");
+  EXPECT_EQ(bgra, nullptr);
+}
+
+TEST(Pictures, NamesChooseTheDecoder) {
+  EXPECT_EQ(kind_of_file("/a/PHOTO.NEF"), FileKind::kCameraRaw);
+  EXPECT_EQ(kind_of_file("a.b/photo.3fr"), FileKind::kCameraRaw);
+  EXPECT_EQ(kind_of_file("photo.HeIc"), FileKind::kHeif);
+  EXPECT_EQ(kind_of_file("/shoot.nef/photo"), FileKind::kPicture);
+  EXPECT_EQ(kind_of_file("C:\\shoot.nef\\photo"), FileKind::kPicture);
+  EXPECT_EQ(kind_of_file("nef"), FileKind::kPicture);
+}
+
+TEST(SrgbTable, FollowsTheStandardAndRoundTrips) {
+  for (int i = 0; i < 256; ++i) {
+    const double v = i / 255.0;
+    const double exact = v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
+    EXPECT_NEAR(srgb_to_linear_table()[i], exact, 4e-7 * exact) << i;
+    EXPECT_EQ(encode_srgb8(srgb_to_linear_table()[i]), i);
+  }
+  EXPECT_EQ(srgb_to_linear_table()[255], 1.0f);
+  EXPECT_EQ(encode_srgb8(-1.0f), 0);
+  EXPECT_EQ(encode_srgb8(NAN), 0);
+  EXPECT_EQ(encode_srgb8(INFINITY), 255);
+}
+
+TEST(MirrorRotate, QuarterTurns) {
+  Image row(1, 3, 2);  // one row: a quarter turn clockwise puts its left end on top
+  row.data = {1, 10, 2, 20, 3, 30};
+  const auto turned = [&row](double degrees, bool mirror) {
+    return mirror_rotate(row, degrees, mirror);
+  };
+  EXPECT_EQ(turned(89.0, false).data, row.data);
+  EXPECT_EQ(turned(89.0, false).h, 3);
+  const std::vector<float> reversed{3, 30, 2, 20, 1, 10};
+  EXPECT_EQ(turned(-90.0, false).data, reversed);
+  EXPECT_EQ(turned(-90.0, false).w, 1);
+  EXPECT_EQ(turned(0.0, true).data, reversed);
+  EXPECT_EQ(turned(180.0, true).data, row.data);
+  EXPECT_EQ(turned(90.0, true).data, reversed);
+  EXPECT_EQ(turned(44.0, false).h, 1);
+
+  // Across tiles: four quarter turns, one at a time, come back, and two make a half turn.
+  Image picture(37, 70, 3);
+  for (std::size_t i = 0; i < picture.data.size(); ++i) picture.data[i] = static_cast<float>(i);
+  const Image half = mirror_rotate(mirror_rotate(picture, 90, false), 90, false);
+  EXPECT_EQ(half.data, mirror_rotate(picture, 180, false).data);
+  EXPECT_EQ(half.at(0, 0, 1), picture.at(36, 69, 1));
+  EXPECT_EQ(mirror_rotate(half, -180, false).data, picture.data);
+  // An upright picture is handed through, not copied.
+  const float* place = picture.data.data();
+  EXPECT_EQ(mirror_rotate(std::move(picture), 360, false).data.data(), place);
+}
+
+}  // namespace
+}  // namespace morva
