@@ -15,7 +15,7 @@ namespace {
 
 constexpr double kFinestSigmaPx = 0.45;  // noise of a finer grain would alias
 constexpr double kBlurredSigmaPx = 0.05;
-constexpr double kFaintestAmount = 1e-5;
+constexpr double kMostAmount = 1e3;  // far past any film, and still a number when squared
 
 // The amplitude's course over the curve, t = 0 at base and 1 at dmax: a binomial deviation that
 // vanishes at neither end, as fog has grain and full density still shows it.
@@ -38,13 +38,8 @@ void plan_layer(std::vector<GrainLayer>& layers, std::uint64_t channel, double s
   layer.range = static_cast<float>(density_range(dmin, dmax));
   layer.dmin = static_cast<float>(dmin);
   layer.norm = grain_norm(dmin, dmax);
-  layer.amount = static_cast<float>(amount);
+  layer.amount = static_cast<float>(std::min(amount, kMostAmount));
   layers.push_back(layer);
-}
-
-std::array<double, 3> layer_numbers(const Json& grain, const char* key,
-                                    const std::array<double, 3>& fallback) {
-  return three_numbers(get(grain, key), std::string("grain.") + key).value_or(fallback);
 }
 
 // Noise of unit deviation. It wraps around, so that its grain is as large at the edges as inside.
@@ -75,6 +70,11 @@ void add_layer(Image& density, const GrainLayer& layer, const NormalSource& norm
 
 }  // namespace
 
+std::array<double, 3> layer_numbers(const Json& grain, const char* key,
+                                    const std::array<double, 3>& fallback) {
+  return three_numbers(get(grain, key), std::string("grain.") + key).value_or(fallback);
+}
+
 float grain_norm(double dmin, double dmax) {
   const double t = std::clamp(1.0 / density_range(dmin, dmax), 0.05, 0.95);
   return static_cast<float>(std::sqrt((1.0 - t) * t + 1e-8) / std::max(amplitude(t), 1e-6));
@@ -94,9 +94,8 @@ std::vector<GrainLayer> grain_layers_color(const std::array<double, 3>& dmin,
                                            double px_um, double size_mult, double mult) {
   const double size_um = get_number(grain, "size_um", 4.0);
   const double amount = get_number(grain, "amount", 0.05);
-  // The blue-sensitive layer is the fastest and the coarsest.
-  const auto amount_scale = layer_numbers(grain, "layer_scale", {1.0, 0.9, 1.35});
-  const auto size_scale = layer_numbers(grain, "layer_size_scale", {1.0, 1.0, 1.2});
+  const auto amount_scale = layer_numbers(grain, "layer_scale", kLayerScale);
+  const auto size_scale = layer_numbers(grain, "layer_size_scale", kLayerSizeScale);
   std::vector<GrainLayer> layers;
   for (std::size_t k = 0; k < 3; ++k)
     plan_layer(layers, k, size_scale[k] * size_um * size_mult / std::max(px_um, 1e-6),

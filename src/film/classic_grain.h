@@ -15,6 +15,18 @@ namespace morva {
 // Standard normals: a count in, so many floats out. Each call goes on where the last one ended.
 using NormalSource = std::function<std::vector<float>(std::size_t)>;
 
+// Amount and size of the layers R, G, B against the record's; the blue-sensitive layer is the
+// fastest and the coarsest.
+inline constexpr std::array<double, 3> kLayerScale = {1.0, 0.9, 1.35};
+inline constexpr std::array<double, 3> kLayerSizeScale = {1.0, 1.0, 1.2};
+
+// An amount up to here is none.
+inline constexpr double kFaintestAmount = 1e-5;
+
+// Three numbers of the grain record, or `fallback` where it has no such three.
+std::array<double, 3> layer_numbers(const Json& grain, const char* key,
+                                    const std::array<double, 3>& fallback);
+
 // Grain of one layer, ready for its pixels.
 struct GrainLayer {
   std::uint64_t channel = 0;

@@ -21,8 +21,7 @@ GrainSettings grain_settings(const Json& film, const Json& options) {
   settings.record = get_object(film, "grain");
   const Json& amount_rms = get(settings.record, "amount_rms");
   if (get_bool(options, "grain_rms", false) && !amount_rms.is_null()) {
-    const Json amount = amount_rms;
-    settings.record["amount"] = amount;
+    settings.record["amount"] = Json(amount_rms);
   }
   settings.mult = get_number(options, "grain_mult", 1.0);
   settings.size_mult = get_number(options, "grain_size_mult", 1.0);
@@ -33,7 +32,7 @@ NormalSource film_normals(const Json& options) {
   return [rng = seeded_rng(options, kFilmStream)](std::size_t n) mutable { return rng.normals(n); };
 }
 
-double format_long_um(const Json& options) {
+double film_long_um(const Json& options) {
   return get_number(options, "_format_long_um", 0.0);
 }
 
@@ -55,7 +54,7 @@ Image add_grain(Image density, const Json& film, const Json& options, double px_
                 const HdCurve& curve, const RenderContext& ctx) {
   const GrainSettings s = grain_settings(film, options);
   if (grain_engine_is_growth(options))
-    return add_grain_growth_bw(std::move(density), curve.dmin, curve.dmax, format_long_um(options),
+    return add_grain_growth_bw(std::move(density), curve.dmin, curve.dmax, film_long_um(options),
                                growth_key(film, options), s.record, s.mult, s.size_mult, ctx);
   return add_grain_bw(std::move(density), curve.dmin, curve.dmax, s.record, px_um, s.size_mult,
                       s.mult, film_normals(options));
@@ -67,7 +66,7 @@ Image add_grain(Image density, const Json& film, const Json& options, double px_
   const std::array<double, 3> dmin = {curves[0].dmin, curves[1].dmin, curves[2].dmin};
   const std::array<double, 3> dmax = {curves[0].dmax, curves[1].dmax, curves[2].dmax};
   if (grain_engine_is_growth(options))
-    return add_grain_growth_color(std::move(density), dmin, dmax, format_long_um(options),
+    return add_grain_growth_color(std::move(density), dmin, dmax, film_long_um(options),
                                   growth_key(film, options), s.record, s.mult, s.size_mult, ctx);
   return add_grain_color(std::move(density), dmin, dmax, s.record, px_um, s.size_mult, s.mult,
                          film_normals(options));

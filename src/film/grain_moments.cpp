@@ -19,32 +19,26 @@ constexpr double kWeights[4] = {0.00028228278602621435, 0.02415191518706137, 0.2
 
 }  // namespace
 
-RateQuadrature rate_quadrature(double sigma) {
+vector::SilverMoments silver_moments(double sigma, double a, double n_cells, double shape) {
   double total = 0.0;
   for (const double weight : kWeights) total += 2.0 * weight;
-  RateQuadrature quadrature;
+  vector::SilverMoments grains;
   for (std::size_t i = 0; i < 8; ++i) {
     const double node = i < 4 ? -kNodes[i] : kNodes[7 - i];
-    quadrature.rate[i] = elementary::exp(sigma * node - sigma * sigma / 2.0);
-    quadrature.weight[i] = kWeights[i < 4 ? i : 7 - i] / total;
+    grains.rate[i] = elementary::exp(sigma * node - sigma * sigma / 2.0);
+    grains.weight[i] = kWeights[i < 4 ? i : 7 - i] / total;
   }
-  return quadrature;
+  grains.q1 = 1.0 - elementary::exp(-a);
+  grains.q2 = 1.0 - elementary::exp(-2.0 * a);
+  grains.n_cells = n_cells;
+  grains.shape = shape;
+  return grains;
 }
 
-Moments grain_moments(double lambda, const GrainCells& cells, const RateQuadrature& quadrature) {
-  double mean = 0.0, square_of_mean = 0.0, mean_square = 0.0;
-  for (std::size_t i = 0; i < 8; ++i) {
-    const double rate = quadrature.rate[i] * lambda;
-    const double t1 = elementary::exp(-rate * cells.q1);
-    const double t2 = elementary::exp(-rate * cells.q2);
-    mean += quadrature.weight[i] * t1;
-    square_of_mean += quadrature.weight[i] * (t1 * t1);
-    mean_square += quadrature.weight[i] * t2;
-  }
-  // Grains of one sub-sample and the next are independent; their common rate is not.
-  const double of_grains = std::max(mean_square - square_of_mean, 0.0) / cells.n_cells;
-  const double of_rate = cells.shape * std::max(square_of_mean - mean * mean, 0.0);
-  return {mean, of_grains + of_rate};
+Moments grain_moments(float lambda, const vector::SilverMoments& grains) {
+  Moments moments;
+  vector::grain_loops().silver_moments(&lambda, 1, grains, &moments.mean, &moments.variance);
+  return moments;
 }
 
 double disc_overlap(double pixel_um, double r_um) {

@@ -2,34 +2,22 @@
 // closed form: Poisson grains of a lognormal rate.
 #pragma once
 
-#include <array>
+#include "film/vector/grain_loops.h"
 
 namespace morva {
 
-// Eight points of the rate of unit mean, exp(node * sigma - sigma^2 / 2), and their weights, which
-// sum to 1: Gauss and Hermite's rule for a standard normal.
-struct RateQuadrature {
-  std::array<double, 8> rate;
-  std::array<double, 8> weight;
-};
-RateQuadrature rate_quadrature(double sigma);
-
-// A pixel of `n_cells` sub-samples, `q1` = 1 - exp(-a) and `q2` = 1 - exp(-2a) of a grain that
-// blocks the part a of its sub-sample; `shape` is disc_overlap.
-struct GrainCells {
-  double q1 = 0.0;
-  double q2 = 0.0;
-  double n_cells = 1.0;
-  double shape = 1.0;
-};
+// Grains whose rate has the deviation `sigma` in its logarithm, taken at eight points after Gauss
+// and Hermite. A grain blocks the part `a` of its sub-sample, of which a pixel has `n_cells`;
+// `shape` is disc_overlap.
+vector::SilverMoments silver_moments(double sigma, double a, double n_cells, double shape);
 
 struct Moments {
   double mean;
   double variance;
 };
 
-// `lambda` is the expected number of grains in a sub-sample times a.
-Moments grain_moments(double lambda, const GrainCells& cells, const RateQuadrature& quadrature);
+// For an expected number `lambda` of grains in a sub-sample.
+Moments grain_moments(float lambda, const vector::SilverMoments& grains);
 
 // Mean correlation, over a square pixel of side `pixel_um`, of a field whose correlation is a
 // Gaussian of reach `r_um`; 0 .. 1.

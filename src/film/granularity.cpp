@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include "film/classic_grain.h"
@@ -13,11 +14,8 @@ namespace morva {
 namespace {
 
 constexpr double kApertureRadiusUm = 24.0;
-constexpr std::int32_t kSheetSide = 512;
-constexpr double kSheetPxUm = 6.0;
 constexpr double kReferenceDensity = 1.0;  // above base
-constexpr std::int64_t kMeasurementKey = 20260827;
-constexpr std::size_t kColumns = 16;  // discs that are summed side by side
+constexpr std::size_t kColumns = 16;       // discs that are summed side by side
 
 // A plane in double whose rows end in slack, so that a block of columns may reach past the last.
 struct WidePlane {

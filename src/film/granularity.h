@@ -4,11 +4,17 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 
 #include "image/image.h"
 #include "profiles/json_access.h"
 
 namespace morva {
+
+// The sheet on which granularity is measured, and the key of its noise.
+inline constexpr int kSheetSide = 512;     // pixels
+inline constexpr double kSheetPxUm = 6.0;  // micrometres
+inline constexpr std::int64_t kMeasurementKey = 20260827;
 
 // Deviation of the disc's means over every pixel whose whole disc lies within the picture. One
 // channel; `um_per_px` is a pixel's size on the film. 0 where the disc fits nowhere.

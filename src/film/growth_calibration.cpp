@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <initializer_list>
 #include <map>
 #include <mutex>
 #include <numbers>
@@ -17,10 +18,7 @@ namespace morva {
 
 namespace {
 
-constexpr int kSheetSide = 512;     // pixels
-constexpr double kSheetPxUm = 6.0;  // micrometres
 constexpr int kSheetPerSide = 3;
-constexpr double kSpotUm = 4.0;  // sigma of the spot that reads the sheet
 constexpr double kLeastTransmission = 1e-4;
 constexpr double kTrialSilverSigma = 0.1;
 constexpr double kTrialDyeSigma = 0.08;
@@ -32,10 +30,12 @@ constexpr double kMostUnit = 0.5;
 constexpr double kRateShare = 0.35;       // of a dye's granularity that comes from its rate
 constexpr double kLeastGrainShare = 0.1;  // and the least that is left to its grains
 
+static_assert(kCalibrationSubUm * kSheetPerSide == kSheetPxUm);
+
 const SubSampling kSheet = {kSheetPerSide, kCalibrationSubUm};
 
 GrowthDraws measurement_draws() {
-  return {{20260827}, true, nullptr};
+  return {{kMeasurementKey}, true, nullptr};
 }
 
 double granularity(Image transmission) {

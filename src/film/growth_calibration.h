@@ -6,20 +6,25 @@
 
 #include <array>
 
+#include "film/classic_grain.h"
+
 namespace morva {
 
 // The side of a sub-sample on the sheet where dye grains are measured, micrometres.
 inline constexpr double kCalibrationSubUm = 2.0;
 
-// Spread of the logarithm of the rate of silver grains of diameter `size_um`.
+// Sigma of the spot that reads the film, micrometres.
+inline constexpr double kSpotUm = 4.0;
+
+// Spread of the logarithm of the rate of silver grains in clumps of `size_um`.
 double silver_sigma(double size_um, double amount, double dmin, double dmax);
 
 // What the layers R, G, B share, and what sets them apart.
 struct DyeStock {
   double size_um = 8.4;
   double amount = 0.04;
-  std::array<double, 3> layer_scale = {1.0, 0.9, 1.35};
-  std::array<double, 3> layer_size_scale = {1.0, 1.0, 1.2};
+  std::array<double, 3> layer_scale = kLayerScale;
+  std::array<double, 3> layer_size_scale = kLayerSizeScale;
   std::array<double, 3> dmin = {0.0, 0.0, 0.0};
   std::array<double, 3> dmax = {1.0, 1.0, 1.0};
 };

@@ -8,37 +8,38 @@
 #include <utility>
 #include <vector>
 
+#include "film/classic_grain.h"
 #include "film/growth_calibration.h"
 #include "film/growth_simulation.h"
 #include "film/normal_deviate.h"
 #include "image/elementary.h"
 #include "image/filters.h"
-#include "profiles/number_arrays.h"
 
 namespace morva {
 
 namespace {
 
-constexpr double kFaintestAmount = 1e-5;
 constexpr double kFogLambda = 0.05;      // optical depth of grains that need no light
 constexpr double kFinestGrain = 0.0015;  // RMS density below which grain is not seen
-constexpr double kSpotUm = 4.0;          // sigma of the spot that reads the film
 constexpr double kLeastAnalyticBlurPx = 0.3;
+constexpr double kLongestUm = 1e9;  // a kilometre of film
+constexpr double kMostOfARecord = 1e3;
 constexpr std::int64_t kAnalyticWord = 777;
 constexpr std::int64_t kLayerWord = 40;
 
-Key with_word(Key key, std::int64_t word) {
-  key.push_back(word);
-  return key;
+// Numbers of a record that pass any film are a slip; so far up nothing changes any more.
+double bounded(double value) {
+  return std::clamp(value, -kMostOfARecord, kMostOfARecord);
 }
 
-std::array<double, 3> layer_numbers(const Json& grain, const char* key,
-                                    const std::array<double, 3>& fallback) {
-  return three_numbers(get(grain, key), std::string("grain.") + key).value_or(fallback);
+// A length that no film has, an infinite one too, leaves the plan without a raster.
+bool has_raster(double long_um) {
+  return long_um > 0.0 && long_um <= kLongestUm;
 }
 
 GrowthPlan plan_raster(const Image& density, double long_um) {
   GrowthPlan plan;
+  if (!has_raster(long_um)) return plan;
   plan.um_per_px = long_um / std::max(density.w, density.h);
   plan.ss = static_cast<int>(std::clamp(std::nearbyint(plan.um_per_px * 0.5), 1.0, 1e6));
   plan.sub_um = plan.um_per_px / plan.ss;
@@ -59,15 +60,14 @@ void plan_reach(GrowthPlan& plan, double r_um) {
   plan.shape = disc_overlap(plan.um_per_px, r_um);
 }
 
-GrainCells cells_of(const GrowthPlan& plan) {
-  return {1.0 - elementary::exp(-plan.a), 1.0 - elementary::exp(-2.0 * plan.a), plan.n_cells,
-          plan.shape};
+vector::SilverMoments moments_of(const GrowthPlan& plan) {
+  return silver_moments(plan.sigma[0], plan.a, plan.n_cells, plan.shape);
 }
 
 // Too fine to be seen at a density of 1.0 above base.
 bool is_invisible(const GrowthPlan& plan) {
-  const Moments at_one = grain_moments((std::numbers::ln10 + kFogLambda) * plan.k, cells_of(plan),
-                                       rate_quadrature(plan.sigma[0]));
+  const Moments at_one = grain_moments(
+      static_cast<float>((std::numbers::ln10 + kFogLambda) * plan.k), moments_of(plan));
   const double density_per_light = std::max(at_one.mean * std::numbers::ln10, 1e-6);
   return std::sqrt(at_one.variance) / density_per_light < kFinestGrain;
 }
@@ -85,35 +85,49 @@ Image layer_above_base(const Image& density, std::int32_t channel, const GrowthP
   return above;
 }
 
-// Uniforms of one number a pixel.
-std::vector<float> pixel_uniforms(const Key& key, std::size_t pixels) {
-  std::vector<float> uniforms(pixels);
-  Rng rng = rng_from_key(key);
-  rng.fill_uniforms(uniforms.data(), pixels);
-  return uniforms;
-}
-
-void silver_by_moments(Image& lambda, const GrowthPlan& plan, const Key& key) {
-  const std::vector<float> u = pixel_uniforms(with_word(key, kAnalyticWord), lambda.pixels());
-  const GrainCells cells = cells_of(plan);
-  const RateQuadrature quadrature = rate_quadrature(plan.sigma[0]);
-  for (std::size_t i = 0; i < lambda.data.size(); ++i) {
-    const Moments m =
-        grain_moments(static_cast<double>(lambda.data[i]) * plan.k, cells, quadrature);
-    const double t = m.mean + normal_deviate(u[i]) * std::sqrt(m.variance);
-    lambda.data[i] = static_cast<float>(std::clamp(t, 1e-6, 1.0));
+// Goes through a picture's samples a block at a time, with a standard normal deviate for each.
+template <typename Change>
+void with_deviates(Image& picture, const Key& key, const RenderContext& ctx, const Change& change) {
+  constexpr std::size_t kBlock = 4096;
+  std::vector<float> u(kBlock);
+  std::vector<double> z(kBlock);
+  Rng rng = rng_from_key(with_word(key, kAnalyticWord));
+  for (std::size_t done = 0; done < picture.data.size(); done += kBlock) {
+    check_cancel(ctx);
+    const std::size_t n = std::min(kBlock, picture.data.size() - done);
+    rng.fill_uniforms(u.data(), n);
+    vector::grain_loops().deviates(u.data(), n, z.data());
+    change(&picture.data[done], z.data(), n);
   }
 }
 
-void dye_by_moments(Image& above, std::size_t layer, const GrowthPlan& plan, const Key& key) {
-  const std::vector<float> u = pixel_uniforms(with_word(key, kAnalyticWord), above.pixels());
-  for (std::size_t i = 0; i < above.data.size(); ++i) {
-    const double m = static_cast<double>(above.data[i]);
-    const double of_rate = m * plan.sigma[layer];
-    const double variance = of_rate * of_rate * plan.shape + m * plan.unit[layer] / plan.n_cells;
-    const double density = std::max(m + normal_deviate(u[i]) * std::sqrt(variance), 0.0);
-    above.data[i] = static_cast<float>(elementary::pow(10.0, -density));
-  }
+void silver_by_moments(Image& lambda, const GrowthPlan& plan, const Key& key,
+                       const RenderContext& ctx) {
+  const vector::SilverMoments grains = moments_of(plan);
+  const auto k = static_cast<float>(plan.k);
+  std::vector<double> mean, variance;
+  with_deviates(lambda, key, ctx, [&](float* t, const double* z, std::size_t n) {
+    mean.resize(n);
+    variance.resize(n);
+    for (std::size_t i = 0; i < n; ++i) t[i] *= k;
+    vector::grain_loops().silver_moments(t, n, grains, mean.data(), variance.data());
+    for (std::size_t i = 0; i < n; ++i)
+      t[i] = static_cast<float>(std::clamp(mean[i] + z[i] * std::sqrt(variance[i]), 1e-6, 1.0));
+  });
+}
+
+void dye_by_moments(Image& above, std::size_t layer, const GrowthPlan& plan, const Key& key,
+                    const RenderContext& ctx) {
+  const double sigma = plan.sigma[layer];
+  const double of_one_grain = plan.unit[layer] / plan.n_cells;
+  with_deviates(above, key, ctx, [&](float* d, const double* z, std::size_t n) {
+    for (std::size_t i = 0; i < n; ++i) {
+      const double m = static_cast<double>(d[i]);
+      const double variance = (m * sigma) * (m * sigma) * plan.shape + m * of_one_grain;
+      d[i] = -static_cast<float>(std::max(m + z[i] * std::sqrt(variance), 0.0));
+    }
+    elementary::exp10f(d, d, n);
+  });
 }
 
 Image read_by_spot(Image transmission, const GrowthPlan& plan) {
@@ -135,9 +149,9 @@ void read_density(Image& transmission, float dmin, float floor) {
 GrowthPlan growth_plan_bw(const Image& density, double dmin, double dmax, double long_um,
                           const Json& grain, double mult, double size_mult) {
   GrowthPlan plan = plan_raster(density, long_um);
-  const double size_um = get_number(grain, "size_um", 14.0);
-  const double amount = get_number(grain, "amount", 0.055) * mult;
-  if (!(amount > kFaintestAmount)) return plan;
+  const double size_um = bounded(get_number(grain, "size_um", 14.0));
+  const double amount = bounded(get_number(grain, "amount", 0.055) * mult);
+  if (!(amount > kFaintestAmount) || !has_raster(long_um)) return plan;
   plan_curve(plan, 0, dmin, dmax);
   plan.t = silver_shadow_um(size_um);
   plan_reach(plan, silver_reach_um(size_um, size_mult));
@@ -153,13 +167,17 @@ GrowthPlan growth_plan_color(const Image& density, const std::array<double, 3>& 
                              double mult, double size_mult) {
   GrowthPlan plan = plan_raster(density, long_um);
   DyeStock stock;
-  stock.size_um = get_number(grain, "size_um", stock.size_um);
-  stock.amount = get_number(grain, "amount", stock.amount) * mult;
+  stock.size_um = bounded(get_number(grain, "size_um", stock.size_um));
+  stock.amount = bounded(get_number(grain, "amount", stock.amount) * mult);
   stock.layer_scale = layer_numbers(grain, "layer_scale", stock.layer_scale);
   stock.layer_size_scale = layer_numbers(grain, "layer_size_scale", stock.layer_size_scale);
+  for (std::size_t k = 0; k < 3; ++k) {
+    stock.layer_scale[k] = bounded(stock.layer_scale[k]);
+    stock.layer_size_scale[k] = bounded(stock.layer_size_scale[k]);
+  }
   stock.dmin = dmin;
   stock.dmax = dmax;
-  if (!(stock.amount > kFaintestAmount)) return plan;
+  if (!(stock.amount > kFaintestAmount) || !has_raster(long_um)) return plan;
   plan_reach(plan, dye_reach_um(stock.size_um, size_mult));
   const DyeCalibration calibration = calibrate_dyes(stock);
   plan.sigma = calibration.sigma;
@@ -185,7 +203,7 @@ Image add_grain_growth_bw(Image density, double dmin, double dmax, double long_u
     d = static_cast<float>(std::numbers::ln10) * above_base(d, base, plan.range[0]) +
         static_cast<float>(kFogLambda);
   if (plan.analytic)
-    silver_by_moments(light, plan, key);
+    silver_by_moments(light, plan, key, ctx);
   else
     light = grow_silver(light, {plan.ss, plan.sub_um}, {plan.t, plan.r_um, plan.sigma[0]},
                         {key, false, &ctx});
@@ -204,7 +222,7 @@ Image add_grain_growth_color(Image density, const std::array<double, 3>& dmin,
     const Key layer_key = with_word(key, k + kLayerWord);
     Image light = layer_above_base(density, k, plan);
     if (plan.analytic)
-      dye_by_moments(light, static_cast<std::size_t>(k), plan, layer_key);
+      dye_by_moments(light, static_cast<std::size_t>(k), plan, layer_key, ctx);
     else
       light = grow_dye(light, {plan.ss, plan.sub_um},
                        {plan.unit[k], plan.cloud_um[k], plan.r_um, plan.sigma[k]},

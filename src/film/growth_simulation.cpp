@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <new>
+#include <stdexcept>
 #include <vector>
 
 #include "film/normal_deviate.h"
@@ -23,6 +25,7 @@ constexpr std::size_t kBlock = 1024;
 constexpr double kLeastReachPx = 0.6;
 constexpr double kLeastCloudPx = 0.05;
 constexpr double kReachSigmas = 4.0;
+constexpr double kLongestReachPx = 4096.0;
 
 // Rows y0 .. y0 + rows - 1 of the raster, which begin at row `pad` of what is drawn for them.
 struct Strip {
@@ -63,18 +66,19 @@ void reserve_field(std::vector<float>& field, std::size_t samples) {
   field.resize(samples);
 }
 
-// Smooth noise over the rows of a strip, with or without its padding; the deviation that brings its
-// spread to sigma is that of the rows without.
-void draw_rates(const Strip& strip, std::size_t width, double reach_px, double sigma,
-                bool with_padding, const GrowthDraws& draws, RateField& rates) {
-  const std::size_t kept_from = with_padding ? 0 : strip.pad;
-  const std::size_t kept_to = strip.padded_rows() - kept_from;
+// Smooth noise over a padded strip, of which `margin` rows above and below are left out; the
+// deviation that brings its spread to sigma is that of the rows without padding.
+void draw_rates(const Strip& strip, std::size_t margin, std::size_t width, double reach_px,
+                double sigma, const GrowthDraws& draws, RateField& rates) {
+  const std::size_t kept_from = margin;
+  const std::size_t kept_to = strip.padded_rows() - margin;
   reserve_field(rates.field, (kept_to - kept_from) * width);
   double sums[8] = {}, squares[8] = {};
   NoiseRows noise(draws.key, strip.first_drawn(),
                   strip.first_drawn() + static_cast<std::int64_t>(strip.padded_rows()),
                   static_cast<std::int32_t>(width), draws.counter);
-  const auto read = [&noise](const TilePlace& tile, float* out, std::size_t stride) {
+  const auto read = [&](const TilePlace& tile, float* out, std::size_t stride) {
+    if (tile.x == 0 && draws.ctx != nullptr) check_cancel(*draws.ctx);
     noise.take(tile.y, tile.rows, tile.x, tile.columns, out, stride);
   };
   const auto take = [&](const TilePlace& tile, const float* in, std::size_t stride) {
@@ -104,10 +108,10 @@ class BlockMeans {
         sums_(slots_ * width),
         out_(out) {}
 
-  // Samples of row y from column x on; a column's rows come in order.
-  void add(std::size_t y, std::size_t x, const float* row, std::size_t columns) {
-    double* sums = &sums_[(y / per_side_) % slots_ * width_ + x];
-    vector::grain_loops().add_row(row, columns, sums);
+  // The sums to which the samples of row y from column x on are added; a column's rows come in
+  // order.
+  double* sums_of(std::size_t y, std::size_t x) {
+    return &sums_[(y / per_side_) % slots_ * width_ + x];
   }
 
   // All rows before `end` are complete.
@@ -187,17 +191,22 @@ struct Raster {
 };
 
 Raster raster_of(const Image& picture, const SubSampling& sub) {
-  sample_count(static_cast<std::int64_t>(picture.h) * sub.per_side,
-               static_cast<std::int64_t>(picture.w) * sub.per_side, 1);
-  return {static_cast<std::size_t>(picture.h) * static_cast<std::size_t>(sub.per_side),
-          static_cast<std::size_t>(picture.w) * static_cast<std::size_t>(sub.per_side)};
+  const std::int64_t rows = static_cast<std::int64_t>(picture.h) * sub.per_side;
+  const std::int64_t width = static_cast<std::int64_t>(picture.w) * sub.per_side;
+  if (rows > INT32_MAX || width > INT32_MAX) throw std::bad_alloc();
+  return {static_cast<std::size_t>(rows), static_cast<std::size_t>(width)};
 }
 
-std::vector<Strip> strips_of(std::size_t rows, double reach_px) {
+// Throws before any memory is taken where a field would reach further than a kernel can.
+std::vector<Strip> strips_of(const Raster& raster, double reach_px) {
+  if (!(reach_px <= kLongestReachPx))
+    throw std::length_error("grain: a reach beyond 4096 sub-samples");
   const auto pad = static_cast<std::size_t>(std::ceil(kReachSigmas * reach_px));
+  sample_count(static_cast<std::int64_t>(kStripRows + 2 * pad),
+               static_cast<std::int64_t>(raster.width), 1);
   std::vector<Strip> strips;
-  for (std::size_t y = 0; y < rows; y += kStripRows)
-    strips.push_back({y, std::min(kStripRows, rows - y), pad});
+  for (std::size_t y = 0; y < raster.rows; y += kStripRows)
+    strips.push_back({y, std::min(kStripRows, raster.rows - y), pad});
   return strips;
 }
 
@@ -208,13 +217,12 @@ void spread_clouds(const Strip& strip, std::size_t width, double cloud_px,
     for (std::size_t j = 0; j < tile.rows; ++j)
       std::copy_n(&densities[(tile.y + j) * width + tile.x], tile.columns, out + j * stride);
   };
-  const auto take = [&](const TilePlace& tile, float* in, std::size_t stride) {
+  const auto take = [&](const TilePlace& tile, const float* in, std::size_t stride) {
     for (std::size_t j = 0; j < tile.rows; ++j) {
       const std::size_t y = tile.y + j;
       if (y < strip.pad || y >= strip.pad + strip.rows) continue;
-      float* row = in + j * stride;
-      vector::grain_loops().dye_transmission(row, tile.columns);
-      means.add(strip.y0 + y - strip.pad, tile.x, row, tile.columns);
+      vector::grain_loops().add_dye_light(in + j * stride, tile.columns,
+                                          means.sums_of(strip.y0 + y - strip.pad, tile.x));
     }
     const std::size_t seen = tile.y + tile.rows;
     if (tile.x + tile.columns == width && seen > strip.pad)
@@ -244,9 +252,8 @@ Image grow_silver(const Image& lambda, const SubSampling& sub, const SilverGrain
   BlockMeans means(static_cast<std::size_t>(sub.per_side), raster.width, transmission);
   RateField rates;
   float counts[kBlock];
-  for (const Strip& strip : strips_of(raster.rows, reach_px)) {
-    if (draws.ctx != nullptr) check_cancel(*draws.ctx);
-    draw_rates(strip, raster.width, reach_px, grains.sigma, false, draws, rates);
+  for (const Strip& strip : strips_of(raster, reach_px)) {
+    draw_rates(strip, strip.pad, raster.width, reach_px, grains.sigma, draws, rates);
     for (std::size_t y = 0; y < strip.rows; y += kChunkRows) {
       const std::size_t rows = std::min(kChunkRows, strip.rows - y);
       const std::size_t index = y * raster.width;
@@ -257,8 +264,8 @@ Image grow_silver(const Image& lambda, const SubSampling& sub, const SilverGrain
           const std::size_t n = std::min(kBlock, raster.width - x);
           const std::size_t first = j * raster.width + x;
           counter.count(&rates.field[index + first], first, n, rates, counts);
-          vector::grain_loops().silver_transmission(counts, n, static_cast<float>(area));
-          means.add(strip.y0 + y + j, x, counts, n);
+          vector::grain_loops().add_silver_light(counts, n, static_cast<float>(area),
+                                                 means.sums_of(strip.y0 + y + j, x));
         }
       means.finish(strip.y0 + y + rows);
     }
@@ -277,9 +284,8 @@ Image grow_dye(const Image& density, const SubSampling& sub, const DyeGrains& gr
   Image transmission(density.h, density.w, 1);
   BlockMeans means(static_cast<std::size_t>(sub.per_side), raster.width, transmission);
   RateField rates;
-  for (const Strip& strip : strips_of(raster.rows, std::max(reach_px, cloud_px))) {
-    if (draws.ctx != nullptr) check_cancel(*draws.ctx);
-    draw_rates(strip, raster.width, reach_px, grains.sigma, true, draws, rates);
+  for (const Strip& strip : strips_of(raster, std::max(reach_px, cloud_px))) {
+    draw_rates(strip, 0, raster.width, reach_px, grains.sigma, draws, rates);
     std::vector<float>& densities = rates.field;  // the field turns into density in place
     for (std::size_t y = 0; y < strip.padded_rows(); y += kChunkRows) {
       const std::size_t rows = std::min(kChunkRows, strip.padded_rows() - y);

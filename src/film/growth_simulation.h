@@ -11,7 +11,7 @@
 namespace morva {
 
 // Where the draws of a raster come from; `counter` takes the counter form of the generator. Between
-// two strips `ctx` may cancel.
+// two bands of rows `ctx` may cancel.
 struct GrowthDraws {
   Key key;
   bool counter = false;
@@ -48,9 +48,10 @@ double event_factor(double area);
 // Transmission of each pixel, the mean over its sub-samples. `lambda` is the optical depth, ln 10
 // times the density above base; `density` that density of one dye layer. One channel; between the
 // pixels' centres both run linearly.
-Image grow_silver(const Image& lambda, const SubSampling& raster, const SilverGrains& grains,
+// Throws Cancelled, and std::length_error for a reach of more than 4096 sub-samples.
+Image grow_silver(const Image& lambda, const SubSampling& sub, const SilverGrains& grains,
                   const GrowthDraws& draws);
-Image grow_dye(const Image& density, const SubSampling& raster, const DyeGrains& grains,
+Image grow_dye(const Image& density, const SubSampling& sub, const DyeGrains& grains,
                const GrowthDraws& draws);
 
 }  // namespace morva

@@ -1,12 +1,11 @@
-// Standard normal deviates from uniforms by inversion of the distribution.
+// Standard normal deviates and Poisson counts from uniforms, by inversion of their distributions.
 #pragma once
 
 #include <cstddef>
 
 namespace morva {
 
-// sqrt(2) erfinv(2u - 1), u clamped to 1e-7 .. 0.9999999: the rational approximation PPND7 of
-// Wichura's algorithm AS 241 (1988) and two steps of Newton, within 1e-15.
+// sqrt(2) erfinv(2u - 1), u clamped to 1e-7 .. 0.9999999; within 2e-15.
 double normal_deviate(float u);
 
 // Poisson count of the rate x by inversion of u. From a rate of 8 on the normal approximation

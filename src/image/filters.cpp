@@ -21,7 +21,6 @@ using vector::kColumnStrip;
 using vector::kLanes;
 using vector::Lanes;
 
-constexpr double kNoBlurSigma = 1e-15;
 constexpr double kTruncate = 4.0;          // sigmas that a kernel reaches
 constexpr double kMaxRadius = 1048576.0;   // samples
 constexpr double kDirectBlurSigma = 10.0;  // px; a wider blur goes through a reduced raster

@@ -13,7 +13,6 @@ namespace {
 using vector::kLanes;
 
 constexpr std::size_t kTileColumns = vector::kColumnStrip;
-constexpr double kNoBlurSigma = 1e-15;
 
 std::size_t round_up(std::size_t n, std::size_t unit) {
   return (n + unit - 1) / unit * unit;

@@ -18,9 +18,8 @@ struct TilePlace {
 // left to right, each sample once.
 using ReadTile = std::function<void(const TilePlace& place, float* out, std::size_t stride)>;
 
-// Takes a tile of the blurred plane, in the same order; the tiles have other edges. The samples are
-// the taker's to change.
-using TakeTile = std::function<void(const TilePlace& place, float* samples, std::size_t stride)>;
+// Takes a tile of the blurred plane, in the same order; the tiles have other edges.
+using TakeTile = std::function<void(const TilePlace& place, const float* in, std::size_t stride)>;
 
 // The most rows of a tile that is given out.
 inline constexpr std::size_t kStreamRows = 64;

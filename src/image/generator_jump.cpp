@@ -59,7 +59,8 @@ const std::vector<StepMatrix>& step_matrices() {
 }  // namespace
 
 void jump(std::uint64_t (&state)[4], const StepMatrix& matrix) {
-  const GeneratorState moved = product(matrix, GeneratorState{state[0], state[1], state[2], state[3]});
+  const GeneratorState moved =
+      product(matrix, GeneratorState{state[0], state[1], state[2], state[3]});
   for (std::size_t k = 0; k < moved.size(); ++k) state[k] = moved[k];
 }
 

@@ -9,6 +9,9 @@
 
 namespace morva {
 
+// A sigma up to here leaves samples as they are.
+inline constexpr double kNoBlurSigma = 1e-15;
+
 // Weights at distances 0 .. radius.
 struct HalfKernel {
   std::vector<double> weights;

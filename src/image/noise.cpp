@@ -20,11 +20,6 @@ std::int64_t band_of(std::int64_t row) {
   return row >= 0 ? row / kBandRows : -(-(row + 1) / kBandRows) - 1;
 }
 
-Key with_word(Key key, std::int64_t word) {
-  key.push_back(word);
-  return key;
-}
-
 // Normals of `count` rows, at most vector::kGenerators; room is needed for as many as that.
 void draw_side_by_side(Rng* rows, std::size_t count, std::size_t columns, float* out,
                        std::size_t stride) {

@@ -45,6 +45,11 @@ std::size_t fill_side_by_side(Rng& rng, FillStretches fill, int draws_power, flo
 
 }  // namespace
 
+Key with_word(Key key, std::int64_t added) {
+  key.push_back(added);
+  return key;
+}
+
 std::uint64_t mix64(std::uint64_t z) {
   z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9u;
   z = (z ^ (z >> 27)) * 0x94d049bb133111ebu;

@@ -12,6 +12,9 @@ namespace morva {
 // One to five words; arithmetic on them is modulo 2^64.
 using Key = std::vector<std::int64_t>;
 
+// `key` with one more word.
+Key with_word(Key key, std::int64_t word);
+
 // The finaliser of splitmix64 (Steele, Lea and Flood 2014, with Stafford's constants).
 std::uint64_t mix64(std::uint64_t z);
 

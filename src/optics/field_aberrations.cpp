@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <new>
 #include <numbers>
 #include <utility>
 #include <vector>
@@ -23,8 +24,7 @@ constexpr double kReducedSide = 24.0;    // px, its smallest side
 constexpr int kBands = 6;
 constexpr double kSharpSigma = 0.35;  // samples; less is not worth a pass
 constexpr double kTwoPi = 2.0 * std::numbers::pi;
-
-using Planes = std::array<Image, 3>;
+constexpr std::size_t kMostPolarSamples = std::size_t{1} << 28;  // of three channels: 1 GiB
 
 // Rings about the centre of the reduced copy by angles; a plane has a row for each ring.
 struct PolarGrid {
@@ -38,7 +38,7 @@ struct PolarGrid {
   double angles_per_radian() const { return angles / kTwoPi; }
 };
 
-// Rings first .. end - 1 of a plane whose row 0 is ring `top`.
+// A run of neighbouring rings: row 0 of the plane is ring `top`.
 struct Rings {
   Image plane;
   std::int32_t top;
@@ -46,10 +46,13 @@ struct Rings {
 
 // The rings about one radius are blurred alike and fade into those of the next band.
 struct Band {
-  double centre;        // of its rings, as a share of the corner's distance
   double along_angles;  // sigmas, in samples
   double along_rings;
+  std::int32_t first;           // ring
+  std::vector<double> weights;  // of that ring and those after it
 };
+
+using Bands = std::array<Band, kBands>;
 
 std::int32_t reduced_side(std::int32_t side, double reduction) {
   return static_cast<std::int32_t>(
@@ -66,56 +69,70 @@ PolarGrid polar_grid(std::int32_t w, std::int32_t h) {
   grid.angles = static_cast<std::int32_t>(std::min(4096.0, 4.0 * quarter));
   grid.centre_y = static_cast<float>(cy);
   grid.centre_x = static_cast<float>(cx);
+  if (sample_count(grid.rings, grid.angles, 3) > kMostPolarSamples) throw std::bad_alloc();
   return grid;
 }
 
-Planes to_polar(const Image& picture, const PolarGrid& grid) {
+Image to_polar(const Image& picture, std::int32_t k, const PolarGrid& grid) {
   std::vector<float> cosine, sine;
+  cosine.reserve(static_cast<std::size_t>(grid.angles));
+  sine.reserve(static_cast<std::size_t>(grid.angles));
   for (std::int32_t j = 0; j < grid.angles; ++j) {
     const double angle = j * kTwoPi / grid.angles;
     cosine.push_back(static_cast<float>(elementary::cos(angle)));
     sine.push_back(static_cast<float>(elementary::sin(angle)));
   }
-  Planes planes;
-  for (Image& plane : planes) plane = Image(grid.rings, grid.angles, 1);
+  Image plane(grid.rings, grid.angles, 1);
+  const float* channel = picture.data.data() + k;
   for (std::int32_t i = 0; i < grid.rings; ++i) {
     const auto radius = static_cast<float>((i + 0.5) * grid.corner_px / grid.rings);
     for (std::int32_t j = 0; j < grid.angles; ++j) {
       const FourPixels from(picture, between(grid.centre_y + sine[j] * radius, picture.h),
                             between(grid.centre_x + cosine[j] * radius, picture.w));
-      for (int k = 0; k < 3; ++k) planes[k].at(i, j) = from.mix(picture.data.data() + k);
+      plane.at(i, j) = from.mix(channel);
     }
   }
-  return planes;
+  return plane;
 }
 
-// A Gaussian wider than its line is flat already; the bounds keep absurd strengths from costing
-// more.
+// The weight of a ring falls to 0 at the centre of the next band.
+void choose_rings(Band& band, double centre, const PolarGrid& grid) {
+  band.first = 0;
+  for (std::int32_t ring = 0; ring < grid.rings; ++ring) {
+    const double at = (ring + 0.5) / grid.rings;
+    const double weight = std::clamp(1.0 - kBands * std::fabs(at - centre), 0.0, 1.0);
+    if (weight > 0.0) {
+      if (band.weights.empty()) band.first = ring;
+      band.weights.push_back(weight);
+    }
+  }
+}
+
+// The bounds keep absurd strengths from costing more. Around the circle a Gaussian as wide as the
+// circle is long is flat already; along the radius one of four times its length has nine tenths of
+// its weight past the ends, and a wider one would show little else.
 Band band_of(int number, const FieldBlur& field, const PolarGrid& grid, double long_px) {
   Band band;
-  band.centre = (number + 0.5) / kBands;
-  const double blur_px = long_px * elementary::pow(band.centre, field.power);
-  const double radius_px = std::max(0.5, band.centre * grid.corner_px);
+  const double centre = (number + 0.5) / kBands;
+  const double blur_px = long_px * elementary::pow(centre, field.power);
+  const double radius_px = std::max(0.5, centre * grid.corner_px);
   band.along_angles =
       std::min<double>(grid.angles, (field.astigmatism + field.curvature) * blur_px *
                                         grid.angles_per_radian() / radius_px);
   band.along_rings = std::min<double>(
-      64.0 * grid.rings, (field.coma + field.curvature) * blur_px * grid.rings_per_px());
+      4.0 * grid.rings, (field.coma + field.curvature) * blur_px * grid.rings_per_px());
+  choose_rings(band, centre, grid);
   return band;
-}
-
-// Falls to 0 at the centre of the next band.
-double ring_weight(const Band& band, std::int32_t ring, const PolarGrid& grid) {
-  const double at = (ring + 0.5) / grid.rings;
-  return std::clamp(1.0 - kBands * std::fabs(at - band.centre), 0.0, 1.0);
 }
 
 std::vector<double> kernel_of(double sigma) {
   return gaussian_kernel(sigma, gaussian_radius(sigma));
 }
 
-// The rings first .. end - 1, and as many about them as the blur along the radius needs.
-Rings blurred_rings(const Image& polar, std::int32_t first, std::int32_t end, const Band& band) {
+// The band's rings, and as many about them as the blur along the radius needs.
+Rings blurred_rings(const Image& polar, const Band& band) {
+  const std::int32_t first = band.first;
+  const std::int32_t end = first + static_cast<std::int32_t>(band.weights.size());
   const bool radial = band.along_rings > kSharpSigma;
   const auto reach = static_cast<std::int32_t>(radial ? gaussian_radius(band.along_rings) : 0);
   const std::int32_t top = std::max(0, first - reach), bottom = std::min(polar.h, end + reach);
@@ -135,47 +152,55 @@ Rings blurred_rings(const Image& polar, std::int32_t first, std::int32_t end, co
   return rings;
 }
 
-// Adds a row of a plane to ring `ring` of channel k.
-void add_row(const Image& plane, std::int32_t row, double weight, Image& sum, std::int32_t ring,
-             std::int32_t k) {
-  const float* from = plane.data.data() + static_cast<std::size_t>(row) * plane.row_samples();
-  float* to = &sum.at(ring, 0, k);
-  for (std::int32_t j = 0; j < sum.w; ++j, to += sum.c)
-    *to += static_cast<float>(weight * static_cast<double>(from[j]));
+// Adds the band's share to channel k of the sum.
+void add_band(const Image& polar, const Band& band, std::int32_t k, Image& sum) {
+  const Rings rings = blurred_rings(polar, band);
+  std::int32_t ring = band.first;
+  for (const double weight : band.weights) {
+    const float* from = &rings.plane.data[(ring - rings.top) * rings.plane.row_samples()];
+    float* to = &sum.at(ring, 0, k);
+    for (std::int32_t j = 0; j < sum.w; ++j, to += sum.c)
+      *to += static_cast<float>(weight * static_cast<double>(from[j]));
+    ++ring;
+  }
 }
 
-// The weighted mean of the bands, the three channels in one picture of the same grid.
-Image blurred_in_bands(const Planes& polar, const FieldBlur& field, const PolarGrid& grid,
-                       double long_px) {
-  Image sum(grid.rings, grid.angles, 3);
-  std::vector<double> weights(static_cast<std::size_t>(grid.rings));
-  for (int number = 0; number < kBands; ++number) {
-    const Band band = band_of(number, field, grid, long_px);
-    std::int32_t first = 0, end = grid.rings;
-    while (first < end && ring_weight(band, first, grid) == 0.0) ++first;
-    while (end > first && ring_weight(band, end - 1, grid) == 0.0) --end;
-    for (std::int32_t ring = first; ring < end; ++ring)
-      weights[ring] += ring_weight(band, ring, grid);
-    for (std::int32_t k = 0; k < 3; ++k) {
-      const Rings rings = blurred_rings(polar[k], first, end, band);
-      for (std::int32_t ring = first; ring < end; ++ring)
-        add_row(rings.plane, ring - rings.top, ring_weight(band, ring, grid), sum, ring, k);
-    }
-  }
+void divide_by_weights(Image& sum, const Bands& bands) {
+  std::vector<double> weights(static_cast<std::size_t>(sum.h));
+  for (const Band& band : bands)
+    for (std::size_t i = 0; i < band.weights.size(); ++i)
+      weights[band.first + i] += band.weights[i];
   float* sample = sum.data.data();
   for (const double weight : weights)
     for (std::size_t j = 0; j < sum.row_samples(); ++j, ++sample)
       *sample = static_cast<float>(static_cast<double>(*sample) / std::max(weight, 1e-6));
+}
+
+// The picture in polar coordinates, blurred: the weighted mean of the bands. A channel at a time,
+// so that one polar plane is held beside the result.
+Image blurred_in_bands(const Image& picture, const FieldBlur& field, const PolarGrid& grid,
+                       const RenderContext& ctx) {
+  const double long_px = std::max(picture.w, picture.h);
+  Bands bands;
+  for (int number = 0; number < kBands; ++number)
+    bands[number] = band_of(number, field, grid, long_px);
+  Image sum(grid.rings, grid.angles, 3);
+  for (std::int32_t k = 0; k < 3; ++k) {
+    const Image polar = to_polar(picture, k, grid);
+    for (const Band& band : bands) {
+      check_cancel(ctx);
+      add_band(polar, band, k, sum);
+    }
+  }
+  divide_by_weights(sum, bands);
   return sum;
 }
 
 // The angle of (dx, dy) from the x axis, 0 .. 2 pi.
 float direction(float dy, float dx) {
-  if (dy == 0.0f) return dx < 0.0f ? std::numbers::pi_v<float> : 0.0f;
-  double angle = elementary::atan(static_cast<double>(dy) / static_cast<double>(dx));
-  if (dx < 0.0f) angle += std::copysign(std::numbers::pi, static_cast<double>(dy));
-  const auto signed_angle = static_cast<float>(angle);
-  return signed_angle < 0.0f ? signed_angle + static_cast<float>(kTwoPi) : signed_angle;
+  const auto angle =
+      static_cast<float>(elementary::atan2(static_cast<double>(dy), static_cast<double>(dx)));
+  return angle < 0.0f ? angle + static_cast<float>(kTwoPi) : angle;
 }
 
 float distance(float dy, float dx) {
@@ -185,10 +210,11 @@ float distance(float dy, float dx) {
 
 // How much of the blur each pixel takes: none in the middle, where it would be too small to see,
 // all of it from where it passes some 2.5 reduced pixels. One channel.
-Image blur_mask(const Image& reduced, const PolarGrid& grid, double power, double largest_px) {
+Image blur_mask(const Image& reduced, const PolarGrid& grid, double power,
+                double largest_reduced_px) {
   Image mask(reduced.h, reduced.w, 1);
   const auto corner = static_cast<float>(grid.corner_px);
-  const auto scale = static_cast<float>(largest_px / 2.0);
+  const auto scale = static_cast<float>(largest_reduced_px / 2.0);
   for (std::int32_t y = 0; y < mask.h; ++y) {
     float* row = &mask.at(y, 0);
     for (std::int32_t x = 0; x < mask.w; ++x)
@@ -204,8 +230,9 @@ Image blur_mask(const Image& reduced, const PolarGrid& grid, double power, doubl
   return mask;
 }
 
-// The value below which `share` of the samples lie, between neighbours as numpy interpolates.
-float percentile(std::vector<float> values, double share) {
+// The value below which `share` of the samples lie, between neighbours as numpy interpolates. None
+// of them may be NaN.
+float interpolated_percentile(std::vector<float> values, double share) {
   const double position = share * static_cast<double>(values.size() - 1);
   const auto lower = values.begin() + static_cast<std::ptrdiff_t>(position);
   std::nth_element(values.begin(), lower, values.end());
@@ -225,7 +252,8 @@ void spare_detail(Image& mask, const Image& reduced, double detail_kept) {
   for (std::size_t i = 0; i < detail.data.size(); ++i)
     detail.data[i] = std::fabs(luminance.data[i] - detail.data[i]);
   detail = gaussian_filter(detail, kAreaPx, kBoundaryNearest);
-  const float rich = std::max(1e-5f, percentile(detail.data, kRichShare));
+  for (float& sample : detail.data) sample = sample > 0.0f ? sample : 0.0f;  // NaN gives 0
+  const float rich = std::max(1e-5f, interpolated_percentile(detail.data, kRichShare));
   const auto kept = static_cast<float>(detail_kept);
   for (std::size_t i = 0; i < mask.data.size(); ++i)
     mask.data[i] *= 1.0f - kept * std::clamp(detail.data[i] / rich, 0.0f, 1.0f);
@@ -263,7 +291,7 @@ void add_enlarged(Image& picture, Image difference) {
 
 }  // namespace
 
-Image blur_field(Image picture, const FieldBlur& field) {
+Image blur_field(Image picture, const FieldBlur& field, const RenderContext& ctx) {
   if (std::max({field.curvature, field.astigmatism, field.coma}) <= kLeastStrength) return picture;
   const double largest_px =
       std::max(picture.w, picture.h) * (std::max(field.coma, field.astigmatism) + field.curvature);
@@ -272,8 +300,7 @@ Image blur_field(Image picture, const FieldBlur& field) {
   Image reduced = resize_image(picture, reduced_side(picture.w, reduction),
                                reduced_side(picture.h, reduction), kResizeTriangle);
   const PolarGrid grid = polar_grid(reduced.w, reduced.h);
-  const double reduced_long_px = std::max(reduced.w, reduced.h);
-  Image polar = blurred_in_bands(to_polar(reduced, grid), field, grid, reduced_long_px);
+  Image polar = blurred_in_bands(reduced, field, grid, ctx);
   Image mask = blur_mask(reduced, grid, field.power, largest_px / reduction);
   if (field.detail_kept > 1e-3) spare_detail(mask, reduced, field.detail_kept);
   keep_difference(reduced, polar, grid, mask);

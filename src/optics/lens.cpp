@@ -48,10 +48,6 @@ void colour_by_glass(Image& picture, const std::optional<std::array<double, 3>>&
   scale_channels(picture, gains);
 }
 
-void clamp_to_light(Image& picture) {
-  for (float& sample : picture.data) sample = std::max(0.0f, sample);  // NaN gives 0
-}
-
 }  // namespace
 
 Image apply_lens(Image picture, const Json& lens, const Json& opts, const RenderContext& ctx) {
@@ -62,7 +58,7 @@ Image apply_lens(Image picture, const Json& lens, const Json& opts, const Render
   picture = add_bloom(std::move(picture), p.bloom);
   picture = add_glow(std::move(picture), p.glow);
   check_cancel(ctx);
-  picture = blur_field(std::move(picture), p.field);
+  picture = blur_field(std::move(picture), p.field, ctx);
   picture = part_colours(std::move(picture), p.lateral_colour);
   check_cancel(ctx);
   darken_corners(picture, p.vignette);

@@ -10,8 +10,8 @@
 namespace morva {
 
 // Scene-linear RGB in and out, at the same size; samples below 0, and such as are not numbers, come
-// out as 0. The strengths are those of read_lens, and so are its errors. A blur that reaches past a
-// million pixels throws std::length_error.
+// out as 0. The strengths are those of read_lens, and so are its errors. Throws Cancelled between
+// steps and within the longest of them.
 Image apply_lens(Image picture, const Json& lens, const Json& opts, const RenderContext& ctx);
 
 }  // namespace morva

@@ -1,5 +1,5 @@
 // A lens as its stage sees it: strengths at the stop in use, lengths in pixels of the picture at
-// hand. No strength of 0 costs anything.
+// hand. No strength of 0 costs anything. All numbers are finite, whatever stands in the file.
 #pragma once
 
 #include <array>
@@ -47,7 +47,7 @@ struct FieldBlur {
   double curvature;    // in both directions
   double astigmatism;  // along the circle about the centre
   double coma;         // along the radius
-  double power;        // of the growth with the distance from the centre
+  double power;        // of the growth with the distance from the centre, not negative
   double detail_kept;  // how far sharp detail is spared, 0 .. 1
 };
 
@@ -76,7 +76,8 @@ struct LensParameters {
 
 // Strengths are read from the lens's object `optics` where it has one, else from its top level.
 // Options: `stop`, `distortion` (false makes the lens straight), `glow_mult`, `glow_radius_mult`.
-// Throws OptionsError for a number of another type, the JSON library's type error for a
+// Numbers are bounded at a million either way, a sigma at four long sides of the picture and 2^18
+// px. Throws OptionsError for a number of another type, the JSON library's type error for a
 // `chroma_soft` that is no array, ProfileError for one shorter than 3.
 LensParameters read_lens(const Json& lens, const Json& opts, std::int32_t w_px, std::int32_t h_px);
 

@@ -18,12 +18,12 @@ struct Between {
 };
 
 inline Between between(float position, std::int32_t n) {
-  const auto last = static_cast<float>(n - 1);
-  const float inside = position > 0.0f ? std::min(position, last) : 0.0f;  // NaN gives 0
-  const std::int32_t lower = static_cast<std::int32_t>(inside);
-  const std::int32_t upper = std::min(lower + 1, n - 1);
-  return {static_cast<std::size_t>(lower), static_cast<std::size_t>(upper),
-          static_cast<double>(inside - static_cast<float>(lower))};
+  const std::int32_t last = n - 1;  // as a float it would round up past 2^24
+  const double inside =             // NaN gives 0
+      position > 0.0f ? std::min<double>(static_cast<double>(position), last) : 0.0;
+  const auto lower = static_cast<std::int32_t>(inside);
+  const std::int32_t upper = std::min(lower + 1, last);
+  return {static_cast<std::size_t>(lower), static_cast<std::size_t>(upper), inside - lower};
 }
 
 // The four pixels about a position and their weights.

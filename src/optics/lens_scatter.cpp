@@ -47,12 +47,16 @@ void blur_channel(Image& picture, std::int32_t k, double sigma_px) {
 
 // Takes the middle out of a disc; what is left of its light goes to the rim.
 void hollow(Image& disc, const Image& middle, double ring) {
-  const auto taken = static_cast<float>(ring), left = static_cast<float>(1.0 - ring);
+  const auto taken = static_cast<float>(ring), kept = static_cast<float>(1.0 - ring);
   for (std::size_t i = 0; i < disc.data.size(); ++i)
-    disc.data[i] = (disc.data[i] - taken * middle.data[i]) / left;
+    disc.data[i] = (disc.data[i] - taken * middle.data[i]) / kept;
 }
 
 }  // namespace
+
+void clamp_to_light(Image& picture) {
+  for (float& sample : picture.data) sample = std::max(0.0f, sample);  // NaN gives 0
+}
 
 Image add_veil(Image picture, const Veil& veil) {
   if (!(veil.strength > 0.0)) return picture;
@@ -74,13 +78,13 @@ Image add_bloom(Image picture, const Bloom& bloom) {
   if (!(bloom.strength > 0.0)) return picture;
   const auto wide_share = static_cast<float>(bloom.wide_share);
   const auto tight_share = static_cast<float>(1.0 - bloom.wide_share);
+  const auto strength = static_cast<float>(bloom.strength);
+  const auto is_dark = [](float sample) { return sample == 0.0f; };
   for (std::int32_t k = 0; k < 3; ++k) {
     Image light = light_above(picture, k, bloom.threshold);
-    const auto is_dark = [](float sample) { return sample == 0.0f; };
     if (std::all_of(light.data.begin(), light.data.end(), is_dark)) continue;
     const Image tight = blur_full_size(light, bloom.tight_sigma_px);
     const Image wide = blur_full_size(std::move(light), bloom.wide_sigma_px);
-    const auto strength = static_cast<float>(bloom.strength);
     const auto tint = static_cast<float>(bloom.tint[k]);
     float* sample = picture.data.data() + k;
     for (std::size_t i = 0; i < tight.data.size(); ++i, sample += picture.c)
@@ -99,7 +103,7 @@ Image add_glow(Image picture, const Glow& glow) {
   }
   if (glow.focus_shift_sigma_px > 0.0)
     for (std::int32_t k = 0; k < 3; ++k) blur_channel(picture, k, glow.focus_shift_sigma_px);
-  for (float& sample : picture.data) sample = std::max(0.0f, sample);
+  clamp_to_light(picture);
   return picture;
 }
 

@@ -9,6 +9,9 @@
 
 namespace morva {
 
+// A sample below 0, or one that is not a number, becomes 0.
+void clamp_to_light(Image& picture);
+
 // Adds light from everywhere: more from near by than from far, and some of the mean.
 Image add_veil(Image picture, const Veil& veil);
 

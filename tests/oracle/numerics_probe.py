@@ -59,6 +59,8 @@ class Probe:
         declare("probe_gaussian_filter", image, image, real, whole)
         declare("probe_blur", image, image, real)
         declare("probe_resize", image, image, whole, whole, whole)
+        declare("probe_grow_silver", image, image, whole, *[real] * 4)
+        declare("probe_grow_dye", image, image, whole, *[real] * 5)
         declare("probe_pairwise_sum", real, doubles, size)
         declare("probe_standard_deviation", real, floats, size)
 
@@ -97,6 +99,12 @@ class Probe:
 
     def resize(self, picture, w, h, filter_code):
         return Picture(self, self.lib.probe_resize(picture.handle, w, h, filter_code))
+
+    def grow_silver(self, depth, per_side, *grains):
+        return Picture(self, self.lib.probe_grow_silver(depth.handle, per_side, *grains))
+
+    def grow_dye(self, density, per_side, *grains):
+        return Picture(self, self.lib.probe_grow_dye(density.handle, per_side, *grains))
 
     def pairwise_sum(self, values):
         values = np.ascontiguousarray(values, np.float64)

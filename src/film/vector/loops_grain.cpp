@@ -1,6 +1,7 @@
 // Compiled once for each instruction set. Results pass through blocks on the stack, so that the
 // vectoriser need not ask whether arrays overlap. All arithmetic on samples is in single precision.
 
+#include "film/vector/deviate_formula.h"
 #include "film/vector/grain_loops.h"
 #include "image/vector/single_exponential.h"
 
@@ -76,11 +77,23 @@ inline float single_log(float y) {
   return exponent * 0.69314718f + (f + f2 * (low + f4 * high));
 }
 
+// The root of x, relative error 2^-22; the first guess of its inverse halves the exponent in the
+// bits of the number.
+inline float single_root(float x) {
+  const float raised = x < 1e-30f ? 1e-30f : x;
+  const std::uint32_t halved = 0x5f375a86u - (__builtin_bit_cast(std::uint32_t, raised) >> 1);
+  const float half = 0.5f * raised;
+  float inverse = __builtin_bit_cast(float, halved);
+  inverse = inverse * (1.5f - (half * inverse) * inverse);
+  inverse = inverse * (1.5f - (half * inverse) * inverse);
+  inverse = inverse * (1.5f - (half * inverse) * inverse);
+  return raised * inverse;
+}
+
 // The deviate that is passed with the chance v, kLeastTail <= v <= 1/2, within 3e-6: (1 - 2v) times
-// a polynomial in w = -ln(4 v (1 - v)), as with Giles (2010); minimax.
+// a polynomial in w = -ln(4 v (1 - v)) - 5, as with Giles (2010); minimax.
 constexpr float kLeastTail = 2.4e-5f;
-inline float single_tail_deviate(float v) {
-  const float w = -5.0f - single_log(4.0f * (v * (1.0f - v)));
+inline float tail_polynomial(float w) {
   const float w2 = w * w;
   const float w4 = w2 * w2;
   const float low =
@@ -88,23 +101,33 @@ inline float single_tail_deviate(float v) {
   const float middle =
       (0x1.35a66ep-14f + w * -0x1.f90d22p-17f) + w2 * (0x1.978604p-20f + w * 0x1.1f6678p-26f);
   const float high = (-0x1.e64d42p-26f + w * 0x1.ba3e42p-30f) + w2 * 0x1.8530a2p-33f;
-  const float p = low + w4 * (middle + w4 * high);
-  return (1.0f - 2.0f * v) * p;
+  return low + w4 * (middle + w4 * high);
 }
 
 // x + z sqrt(x) to the nearest whole number. `certainty` is negative where the error of single
-// precision, for which there is an upper limit, might have changed it.
+// precision, for which there is an upper limit, might have changed it. In three loops: the
+// processor sees no further than one long chain, so short chains of several elements run side by
+// side.
 void count_by_deviates(const Block& x, const Block& u, Block& count, Block& certainty) {
   constexpr float kMostRate = 0x1p20f;
+  Block w, deviate;
   for (std::size_t i = 0; i < kBlock; ++i) {
-    const float rate = x.at[i];
     const float complement = 1.0f - u.at[i];
     const float tail = u.at[i] < complement ? u.at[i] : complement;
-    const float size = single_tail_deviate(tail < kLeastTail ? kLeastTail : tail);
-    const float root = __builtin_sqrtf(rate);
-    const float value = rate + root * (u.at[i] < complement ? -size : size);
+    const float v = tail < kLeastTail ? kLeastTail : tail;
+    w.at[i] = -5.0f - single_log(4.0f * (v * (1.0f - v)));
+  }
+  for (std::size_t i = 0; i < kBlock; ++i) {
+    const float off_centre = u.at[i] + (u.at[i] - 1.0f);
+    deviate.at[i] = off_centre * tail_polynomial(w.at[i]);
+  }
+  for (std::size_t i = 0; i < kBlock; ++i) {
+    const float rate = x.at[i];
+    const float root = single_root(rate);
+    const float value = rate + root * deviate.at[i];
     const float nearest = (value + formula::kSingleRounder) - formula::kSingleRounder;
-    const float error = 3e-7f * rate + (tail < kLeastTail ? 1.0f : 4e-6f) * root;
+    const bool in_tail = u.at[i] < kLeastTail || u.at[i] > 1.0f - kLeastTail;
+    const float error = 3e-7f * rate + (in_tail ? 1.0f : 4e-6f) * root;
     count.at[i] = nearest > 0.0f ? nearest : 0.0f;
     certainty.at[i] = (rate < kMostRate ? 0.5f : 0.0f) - (error + __builtin_fabsf(value - nearest));
   }
@@ -159,16 +182,14 @@ std::size_t poisson(const float* x, const float* u, std::size_t n, float* count,
   return opened;
 }
 
-void silver_transmission(float* counts, std::size_t n, float area) {
-  for (std::size_t i = 0; i < n; ++i) counts[i] = formula::single_exp(-(counts[i] * area));
+void add_silver_light(const float* counts, std::size_t n, float area, double* sums) {
+  for (std::size_t i = 0; i < n; ++i)
+    sums[i] += static_cast<double>(formula::single_exp(-(counts[i] * area)));
 }
 
-void dye_transmission(float* densities, std::size_t n) {
-  for (std::size_t i = 0; i < n; ++i) densities[i] = formula::single_exp10(-densities[i]);
-}
-
-void add_row(const float* row, std::size_t n, double* sums) {
-  for (std::size_t i = 0; i < n; ++i) sums[i] += static_cast<double>(row[i]);
+void add_dye_light(const float* densities, std::size_t n, double* sums) {
+  for (std::size_t i = 0; i < n; ++i)
+    sums[i] += static_cast<double>(formula::single_exp10(-densities[i]));
 }
 
 void add_moments(const float* values, std::size_t n, double* sums, double* squares) {
@@ -195,8 +216,42 @@ void add_moments(const float* values, std::size_t n, double* sums, double* squar
   }
 }
 
-constexpr GrainLoops kLoops = {rates,   poisson,    silver_transmission, dye_transmission,
-                               add_row, add_moments};
+// Node by node, so that the loop over elements has nothing but one exponential in it.
+void silver_moments(const float* lambda, std::size_t n, const SilverMoments& grains, double* mean,
+                    double* variance) {
+  constexpr std::size_t kNodes = sizeof grains.rate / sizeof grains.rate[0];
+  double first[kBlock], square[kBlock], second[kBlock];
+  for (std::size_t done = 0; done < n; done += kBlock) {
+    const std::size_t count = block_size(n - done);
+    for (std::size_t i = 0; i < count; ++i) first[i] = square[i] = second[i] = 0.0;
+    for (std::size_t k = 0; k < kNodes; ++k) {
+      const double weight = grains.weight[k];
+      const double one = -(grains.rate[k] * grains.q1);
+      const double two = -(grains.rate[k] * grains.q2);
+      for (std::size_t i = 0; i < count; ++i) {
+        const double t = formula::exp_all(static_cast<double>(lambda[done + i]) * one);
+        first[i] += weight * t;
+        square[i] += weight * (t * t);
+      }
+      for (std::size_t i = 0; i < count; ++i)
+        second[i] += weight * formula::exp_all(static_cast<double>(lambda[done + i]) * two);
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+      const double of_grains = second[i] - square[i];
+      const double of_rate = square[i] - first[i] * first[i];
+      mean[done + i] = first[i];
+      variance[done + i] = (of_grains > 0.0 ? of_grains : 0.0) / grains.n_cells +
+                           grains.shape * (of_rate > 0.0 ? of_rate : 0.0);
+    }
+  }
+}
+
+void deviates(const float* u, std::size_t n, double* z) {
+  for (std::size_t i = 0; i < n; ++i) z[i] = formula::deviate_of(u[i]);
+}
+
+constexpr GrainLoops kLoops = {rates,       poisson,        add_silver_light, add_dye_light,
+                               add_moments, silver_moments, deviates};
 
 }  // namespace
 

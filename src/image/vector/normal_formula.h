@@ -8,16 +8,16 @@
 namespace morva::elementary::formula {
 
 // -2 ln x for 0 < x <= 1, x normal. With x = 2^k (1 + s) / (1 - s): -2 ln x = -2 k ln 2 - 4 s (1 +
-// s^2 / 3 + ...); minimax, relative error 2^-50.
+// s^2 / 3 + ...); minimax, relative error 2^-43.
 static inline double minus_twice_log(double x) {
   const Binary b = split_binary(x, 1023.0);
   const double f = b.mantissa - 1.0;
   const double s = f / (2.0 + f);
   const double z = s * s;
   const double w = z * z;
-  const double series = (-0x1.55555555553b8p+0 + z * -0x1.9999999b8677ap-1) +
-                        w * ((-0x1.2492462af84abp-1 + z * -0x1.c71fccd953895p-2) +
-                             w * (-0x1.7382dbfa1ce75p-2 + z * -0x1.546a3155bacbfp-2));
+  const double series = (-0x1.5555555564e96p+0 + z * -0x1.999998cafbf2ap-1) +
+                        w * ((-0x1.249323e4d7fc7p-1 + z * -0x1.c67ada017cf97p-2) +
+                             w * -0x1.8c8c11e54d389p-2);
   return b.exponent * -0x1.62e42fefa39efp+0 + s * (-4.0 + z * series);
 }
 
@@ -31,15 +31,15 @@ static inline double root(double x) {
 }
 
 // The cosine of a part of a turn, 0 <= turns < 1: the sine of |turns - 1/2| - 1/4, exact in double;
-// minimax, relative error 2^-52.
+// minimax, relative error 2^-43.
 static inline double cos_turns(double turns) {
   const double t = magnitude(turns - 0.5) - 0.25;
   const double z = t * t;
   const double w = z * z;
-  const double low = (0x1.921fb54442d17p+2 + z * -0x1.4abbce625bd83p+5) +
-                     w * (0x1.466bc677522bdp+6 + z * -0x1.32d2cce1ea145p+6);
-  const double high = (0x1.5078327046959p+5 + z * -0x1.e30631bdf732dp+3) +
-                      w * (0x1.e89f6fe44fe7bp+1 + z * -0x1.62903d02bb153p-1);
+  const double low = (0x1.921fb54442bb4p+2 + z * -0x1.4abbce624ad99p+5) +
+                     w * (0x1.466bc66ed3d1cp+6 + z * -0x1.32d2c9b2d1df5p+6);
+  const double high =
+      (0x1.50770f6a5a66bp+5 + z * -0x1.e29b82ab98ea9p+3) + w * 0x1.d53abdeb199c1p+1;
   return t * (low + (w * w) * high);
 }
 
