@@ -22,7 +22,8 @@ namespace {
 constexpr double kFogLambda = 0.05;      // optical depth of grains that need no light
 constexpr double kFinestGrain = 0.0015;  // RMS density below which grain is not seen
 constexpr double kLeastAnalyticBlurPx = 0.3;
-constexpr double kLongestUm = 1e9;  // a kilometre of film
+constexpr double kLongestUm = 1e9;        // a kilometre of film
+constexpr double kLargestGrainUm = 50.0;  // three times the coarsest of films
 constexpr double kMostOfARecord = 1e3;
 constexpr std::int64_t kAnalyticWord = 777;
 constexpr std::int64_t kLayerWord = 40;
@@ -149,7 +150,7 @@ void read_density(Image& transmission, float dmin, float floor) {
 GrowthPlan growth_plan_bw(const Image& density, double dmin, double dmax, double long_um,
                           const Json& grain, double mult, double size_mult) {
   GrowthPlan plan = plan_raster(density, long_um);
-  const double size_um = bounded(get_number(grain, "size_um", 14.0));
+  const double size_um = std::min(get_number(grain, "size_um", 14.0), kLargestGrainUm);
   const double amount = bounded(get_number(grain, "amount", 0.055) * mult);
   if (!(amount > kFaintestAmount) || !has_raster(long_um)) return plan;
   plan_curve(plan, 0, dmin, dmax);
@@ -167,7 +168,7 @@ GrowthPlan growth_plan_color(const Image& density, const std::array<double, 3>& 
                              double mult, double size_mult) {
   GrowthPlan plan = plan_raster(density, long_um);
   DyeStock stock;
-  stock.size_um = bounded(get_number(grain, "size_um", stock.size_um));
+  stock.size_um = std::min(get_number(grain, "size_um", stock.size_um), kLargestGrainUm);
   stock.amount = bounded(get_number(grain, "amount", stock.amount) * mult);
   stock.layer_scale = layer_numbers(grain, "layer_scale", stock.layer_scale);
   stock.layer_size_scale = layer_numbers(grain, "layer_size_scale", stock.layer_size_scale);

@@ -25,7 +25,7 @@ constexpr std::size_t kBlock = 1024;
 constexpr double kLeastReachPx = 0.6;
 constexpr double kLeastCloudPx = 0.05;
 constexpr double kReachSigmas = 4.0;
-constexpr double kLongestReachPx = 4096.0;
+constexpr double kLongestReachPx = 512.0;
 
 // Rows y0 .. y0 + rows - 1 of the raster, which begin at row `pad` of what is drawn for them.
 struct Strip {
@@ -200,7 +200,7 @@ Raster raster_of(const Image& picture, const SubSampling& sub) {
 // Throws before any memory is taken where a field would reach further than a kernel can.
 std::vector<Strip> strips_of(const Raster& raster, double reach_px) {
   if (!(reach_px <= kLongestReachPx))
-    throw std::length_error("grain: a reach beyond 4096 sub-samples");
+    throw std::length_error("grain: a reach beyond 512 sub-samples");
   const auto pad = static_cast<std::size_t>(std::ceil(kReachSigmas * reach_px));
   sample_count(static_cast<std::int64_t>(kStripRows + 2 * pad),
                static_cast<std::int64_t>(raster.width), 1);

@@ -48,7 +48,7 @@ double event_factor(double area);
 // Transmission of each pixel, the mean over its sub-samples. `lambda` is the optical depth, ln 10
 // times the density above base; `density` that density of one dye layer. One channel; between the
 // pixels' centres both run linearly.
-// Throws Cancelled, and std::length_error for a reach of more than 4096 sub-samples.
+// Throws Cancelled, and std::length_error for a reach of more than 512 sub-samples.
 Image grow_silver(const Image& lambda, const SubSampling& sub, const SilverGrains& grains,
                   const GrowthDraws& draws);
 Image grow_dye(const Image& density, const SubSampling& sub, const DyeGrains& grains,

@@ -3,7 +3,7 @@
 
 namespace morva::elementary {
 
-// Rational approximations of Cody (1969), relative error about 1e-16.
+// Rational approximations of Cody (1969), relative error below 1e-15.
 double erf(double x);
 double erfc(double x);
 

@@ -219,7 +219,7 @@ TEST_F(Boundary, AHugePictureIsAFailureOfMemory) {
 }
 
 TEST_F(Boundary, CancelFromAnotherThreadGivesAPictureOrNothing) {
-  const Scene scene(420, 300, 0.3f, 0.2f, 0.9f);
+  const Scene scene(150, 110, 0.3f, 0.2f, 0.9f);
   const int32_t raised = 1;
   const Rendered before = render(scene, nullptr, "everyday_400", nullptr, &raised);
   EXPECT_EQ(6, before.code);

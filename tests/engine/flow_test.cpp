@@ -33,30 +33,58 @@ TEST_F(Flow, MidGreyPrintsAsMidGreyThroughEveryFilm) {
     for (const std::string& paper : maker().list("papers", true)) {
       const Json record = maker().load("papers", paper);
       if (truthy(get(record, "tone"))) continue;
-      const Rendered r = render(Scene(5, 4, 0.18f), R"({"wb_mode": "custom", "grade": 2})",
-                                film.c_str(), paper.c_str());
+      const Rendered r =
+          render(Scene(5, 4, 0.18f), R"({"wb_mode": "custom", "grade": 2, "grain_mult": 0})",
+                 film.c_str(), paper.c_str());
       ASSERT_EQ(0, r.code) << r.message;
       for (const float v : r.pixels) ASSERT_NEAR(0.18, v, 0.0009) << film << " on " << paper;
     }
   }
 }
 
-TEST_F(Flow, TheSameCallGivesTheSameBytesOnEveryInstructionSet) {
-  Scene scene(203, 131, 0.0f);
+// Grains that need no light are a little density everywhere.
+TEST_F(Flow, GrainsFogLightensASilverPrint) {
+  for (const int width : {300, 3000}) {
+    const Rendered r = render(Scene(width, 20, 0.18f), nullptr, "silver_400", nullptr);
+    ASSERT_EQ(0, r.code) << r.message;
+    double mean = 0.0;
+    for (const float v : r.pixels) mean += v / static_cast<double>(r.pixels.size());
+    EXPECT_GT(mean, 0.19) << width;
+    EXPECT_LT(mean, 0.205) << width;
+  }
+}
+
+Scene speckled(int width, int height) {
+  Scene scene(width, height, 0.0f);
   for (std::size_t i = 0; i < scene.pixels.size(); ++i)
     scene.pixels[i] =
         static_cast<float>((i * 2654435761u) % 1000) * 0.002f + (i % 997 == 0 ? 20.0f : 0.0f);
-  const char* options = R"({"push": 1, "dev": "hand", "filter_rays": "star_four", "wb_temp": 30,
-      "filter_diffusion": "mist_dense", "filter_grad": "grad_sunset", "print_white": 0.4})";
-  const Rendered first = render(scene, options, "everyday_400", "color_gloss");
-  ASSERT_EQ(0, first.code) << first.message;
-  EXPECT_EQ(first.pixels, render(scene, options, "everyday_400", "color_gloss").pixels);
-  for (const vector::Isa isa : {vector::Isa::baseline, vector::Isa::avx2, vector::Isa::avx512}) {
-    vector::use_isa(isa);
-    EXPECT_EQ(first.pixels, render(scene, options, "everyday_400", "color_gloss").pixels)
-        << static_cast<int>(vector::active_isa());
-  }
-  vector::use_isa(vector::best_isa());
+  return scene;
+}
+
+// Pixels of 180 and of 15 micrometres: grain by its moments and grain by grain.
+TEST_F(Flow, TheSameCallGivesTheSameBytesOnEveryInstructionSet) {
+  const auto options = [](const std::string& dev) {
+    return R"({"push": 1, "filter_rays": "star_four", "wb_temp": 30, "print_white": 0.4,
+        "filter_diffusion": "mist_dense", "filter_grad": "grad_sunset", "dev": ")" +
+           dev + "\"}";
+  };
+  for (const Scene& scene : {speckled(203, 131), speckled(2400, 9)})
+    for (const auto& film : {std::pair{"everyday_400", "hand"}, {"silver_400", "stand"}}) {
+      const auto again = [&] {
+        return render(scene, options(film.second).c_str(), film.first, nullptr);
+      };
+      const Rendered first = again();
+      ASSERT_EQ(0, first.code) << first.message;
+      EXPECT_EQ(first.pixels, again().pixels);
+      for (const vector::Isa isa :
+           {vector::Isa::baseline, vector::Isa::avx2, vector::Isa::avx512}) {
+        vector::use_isa(isa);
+        EXPECT_EQ(first.pixels, again().pixels)
+            << film.first << ", " << static_cast<int>(vector::active_isa());
+      }
+      vector::use_isa(vector::best_isa());
+    }
 }
 
 TEST_F(Flow, OnePixelReachesThePrint) {

@@ -16,8 +16,9 @@
 namespace morva {
 namespace {
 
+// Films here have no grain, so that tone alone shows.
 Json color_film() {
-  return Json::parse(R"({"type": "color", "layers": {
+  return Json::parse(R"({"type": "color", "grain": {"amount": 0}, "layers": {
     "r": {"dmin": 0.2, "dmax": 2.5, "gamma": 0.6},
     "g": {"dmin": 0.5, "dmax": 2.8, "gamma": 0.62},
     "b": {"dmin": 0.8, "dmax": 3.2, "gamma": 0.65}}})");
@@ -140,8 +141,8 @@ TEST(DevelopBw, LightSpreadsAndEdgesGrowInTheNegative) {
   Image scene(41, 41, 3, 0.02f);
   for (int k = 0; k < 3; ++k) scene.at(20, 20, k) = 20.0f;
   const auto negative = [&](const char* key, const char* value, const char* options) {
-    Json film =
-        Json::parse(R"({"type": "bw", "negative": {"dmin": 0.1, "dmax": 2.2, "gamma": 0.6}})");
+    Json film = Json::parse(R"({"type": "bw", "grain": {"amount": 0},
+        "negative": {"dmin": 0.1, "dmax": 2.2, "gamma": 0.6}})");
     film[key] = Json::parse(value);
     return develop_bw(scene, film, Json::parse(options), 6.0, nullptr, ctx).density;
   };
@@ -173,7 +174,7 @@ TEST(DevelopColor, LayerExposureAndRetainedSilver) {
 }
 
 TEST(DevelopBw, MixesTheColoursTheFilmSees) {
-  Json film = Json::parse(R"({"type": "bw", "spectral_weights": [2, 1, 1],
+  Json film = Json::parse(R"({"type": "bw", "spectral_weights": [2, 1, 1], "grain": {"amount": 0},
       "negative": {"dmin": 0.1, "dmax": 2.2, "gamma": 0.6}})");
   RenderContext ctx;
   const auto density = [&](float r, float g, float b) {
@@ -207,8 +208,8 @@ TEST(Pointwise, TakesOverThePixelLoops) {
   EXPECT_EQ(develop_color(scene, color_film(), Json::object(), 6.0, nullptr, plain).density.data,
             develop_color(scene, color_film(), Json::object(), 6.0, nullptr, hooked).density.data);
   EXPECT_TRUE(hooked.pointwise_used);
-  const Json film = Json::parse(R"({"negative": {"dmin": 0, "dmax": 2, "gamma": 0.6,
-                                                 "mid_density": 0.5}})");
+  const Json film = Json::parse(R"({"grain": {"amount": 0}, "negative": {"dmin": 0, "dmax": 2,
+                                    "gamma": 0.6, "mid_density": 0.5}})");
   EXPECT_EQ(1.0f, develop_bw(scene, film, Json::object(), 6.0, nullptr, hooked).density.data[0]);
 }
 

@@ -85,7 +85,8 @@ TEST(Print, ToneColoursAndThreeEqualChannelsWithout) {
 }
 
 TEST(Print, GreyPaperSeesBlueAndGreenOfAColourNegative) {
-  const Json film = Json::parse(R"({"type": "color", "look": {"shadow_tint": [1, 0, 0]}, "layers": {
+  const Json film = Json::parse(R"({"type": "color", "look": {"shadow_tint": [1, 0, 0]},
+    "grain": {"amount": 0}, "layers": {
     "r": {"dmin": 0.2, "dmax": 2.5, "gamma": 0.6}, "g": {"dmin": 0.2, "dmax": 2.5, "gamma": 0.6},
     "b": {"dmin": 0.2, "dmax": 2.5, "gamma": 0.6}}})");
   RenderContext ctx;
