@@ -24,4 +24,8 @@ void print_error(const std::string& text) {
   std::fprintf(stderr, "morva: %s\n", line.c_str());
 }
 
+void print_warning(const std::string& text) {
+  print_error("warning: " + text);
+}
+
 }  // namespace morva::host

@@ -14,5 +14,6 @@ void print_json(const nlohmann::ordered_json& value);
 
 // "morva: ..." on stderr, always a single line.
 void print_error(const std::string& text);
+void print_warning(const std::string& text);
 
 }  // namespace morva::host

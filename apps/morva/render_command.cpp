@@ -3,6 +3,8 @@
 #include <nlohmann/json.hpp>
 
 #include "cancel_signal.h"
+#include "console.h"
+#include "framing.h"
 #include "host_error.h"
 #include "option_table.h"
 #include "output_file.h"
@@ -69,8 +71,11 @@ void run(const RenderRequest& request) {
   Json options = gather_options(request.options);
   options_text(options);
   check_input(request.input);
+  const std::string metering =
+      metering_mode(request.source_exposure, options, is_scene_linear(request.input));
 
   OrderedJson made;
+  std::string warning;
   {
     Progress progress(!request.output.quiet);
     progress.step("reading " + request.input);
@@ -79,9 +84,8 @@ void run(const RenderRequest& request) {
     check_cancelled();
 
     progress.step("rendering on " + request.film);
-    const std::string mode =
-        metering_mode(request.source_exposure, options, is_scene_linear(request.input));
-    meter_source(source, mode, options);
+    meter_source(source, metering, options);
+    warning = frame_straightened(source.width, source.height, options);
     const Picture sheet = render(source, request, options_text(options));
     source.samples.reset();
 
@@ -91,6 +95,7 @@ void run(const RenderRequest& request) {
     output.commit();
     made = report(request, options, source_size, {sheet.width, sheet.height}, progress.elapsed_s());
   }
+  if (!warning.empty()) print_warning(warning);
   announce(request.output, made);
 }
 

@@ -12,9 +12,9 @@ namespace morva::host {
 // Flags that stand for an option each.
 struct OptionFlags {
   std::optional<int64_t> seed;
-  std::vector<double> crop;  // x, y, width, height, fractions of the picture; or empty
-  std::optional<double> angle;
-  std::optional<double> rotate;
+  std::vector<double> crop;     // x, y, width, height, fractions of the picture; or empty
+  std::optional<double> angle;  // degrees clockwise
+  std::optional<int> rotate;    // degrees clockwise: 0, 90, 180 or 270
   bool mirror = false;
 };
 

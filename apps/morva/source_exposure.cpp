@@ -2,12 +2,18 @@
 
 #include <morva.h>
 
+#include "host_error.h"
+
 namespace morva::host {
 
 std::string metering_mode(const std::string& chosen, const nlohmann::json& options,
                           bool scene_linear) {
+  const bool has_gain = options.contains(kSourceGain);
+  if (has_gain && !chosen.empty())
+    throw HostError(MORVA_BAD_ARGUMENT,
+                    "--source-exposure and the option _source_gain exclude each other");
+  if (has_gain) return "off";
   if (!chosen.empty()) return chosen;
-  if (options.contains(kSourceGain)) return "off";
   const auto wanted = options.find("src_exposure");
   if (wanted != options.end() && wanted->is_string()) return *wanted;
   return scene_linear ? "off" : "auto";

@@ -56,6 +56,7 @@ Image apply_lens(Image picture, const Json& lens, const Json& opts, const Render
   picture = add_veil(std::move(picture), p.veil);
   check_cancel(ctx);
   picture = add_bloom(std::move(picture), p.bloom);
+  check_cancel(ctx);
   picture = add_glow(std::move(picture), p.glow);
   check_cancel(ctx);
   picture = blur_field(std::move(picture), p.field, ctx);
@@ -63,6 +64,7 @@ Image apply_lens(Image picture, const Json& lens, const Json& opts, const Render
   check_cancel(ctx);
   darken_corners(picture, p.vignette);
   picture = soften(std::move(picture), p.softness);
+  check_cancel(ctx);
   picture = defocus_colours(std::move(picture), p.axial_sigma_px);
   colour_by_glass(picture, p.transmission);
   clamp_to_light(picture);

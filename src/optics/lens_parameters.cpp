@@ -37,10 +37,10 @@ std::array<double, 3> three_or_ones(const Json& optics, const char* key) {
   return bounded(three_numbers(get(optics, key), key).value_or(std::array{1.0, 1.0, 1.0}));
 }
 
-// A blur's work grows with its reach. Four long sides leave of a picture hardly more than a slope
-// of light, and four times 2^18 px is the widest kernel there is (gaussian_radius).
+// A blur's work grows with its reach. A sigma of two long sides leaves of a picture hardly more
+// than a slope of light, and one of 2^18 px has the widest kernel there is (gaussian_radius).
 double bounded_sigma(double sigma_px, double long_px) {
-  return std::clamp(sigma_px, 0.0, std::min(4.0 * long_px, 0x1p18));
+  return std::clamp(sigma_px, 0.0, std::min(2.0 * long_px, 0x1p18));
 }
 
 Distortion read_distortion(const Json& optics, const Json& opts) {

@@ -76,7 +76,7 @@ struct LensParameters {
 
 // Strengths are read from the lens's object `optics` where it has one, else from its top level.
 // Options: `stop`, `distortion` (false makes the lens straight), `glow_mult`, `glow_radius_mult`.
-// Numbers are bounded at a million either way, a sigma at four long sides of the picture and 2^18
+// Numbers are bounded at a million either way, a sigma at two long sides of the picture and 2^18
 // px. Throws OptionsError for a number of another type, the JSON library's type error for a
 // `chroma_soft` that is no array, ProfileError for one shorter than 3.
 LensParameters read_lens(const Json& lens, const Json& opts, std::int32_t w_px, std::int32_t h_px);

@@ -86,11 +86,23 @@ class CommandLine(HostCase):
             ["render", source, "another", "-o", target],
             ["render", source, "-o", target, "--crop", "0,0,1"],
             ["render", source, "-o", target, "--crop", "0,0,nan,1"],
-            ["render", source, "-o", target, "--angle", "inf"],
             ["render", source, "-o", target, "--source-exposure", "bright"],
+            ["render", source, "-o", target, "--source-exposure", "off", "--set", "_source_gain=2"],
         ):
             with self.subTest(arguments=arguments):
                 self.fail_with(USAGE, *arguments)
+
+    def test_wrong_framing(self):
+        """The complaint names the flag and what it was given."""
+        source, target = self.small_picture(), self.out / "a.png"
+        for flag, words in (("--crop", ("0,0,1", "0,0,1,1,", "0,0,,1", " ", "0,0,nan,1", "0,0,0,1",
+                                        "6,4,18,12", "0,0,36,24", "-0.1,0,1,1", "0,+-0.1,1,1")),
+                            ("--angle", ("inf", "abc", " ", "1.5deg", "+-1", "++1")),
+                            ("--rotate", ("45", "-90", "360", "left"))):
+            for word in words:
+                with self.subTest(flag=flag, word=word):
+                    self.fail_with(USAGE, "render", source, "-o", target, f"{flag}={word}",
+                                   saying=f"{flag} takes")
 
     def test_full_standard_output_is_a_failure(self):
         with open("/dev/full", "wb") as full:
@@ -301,6 +313,41 @@ class Rendering(HostCase):
         np.testing.assert_array_equal(sheet, self.rendered(source, *settings))
         np.testing.assert_array_equal(sheet, self.rendered(source, *flags, "--set", "crop=null",
                                                            "--set", "rotate=180"))
+        spaced = ["--crop", " +0.25, 0 ,0.9, 1", "--rotate", "+0"]  # to the right side, no further
+        self.assertEqual(self.rendered(source, *spaced).shape, (24, 27, 3))
+        self.assertEqual(self.rendered(source, "--set", "rotate=-89").shape, (36, 24, 3))
+
+    def test_straightening(self):
+        """Clockwise, and without a crop no corner is left that the turn emptied."""
+        slope = np.full((300, 450), 0.05)
+        for x in range(450):  # a line that climbs to the right by 4 degrees
+            slope[round(150 - (x - 225) * np.tan(np.radians(4))) + np.arange(-2, 3), x] = 0.8
+        source = self.folder / "slope.exr"
+        files.write_exr(source, {name: slope for name in "RGB"})
+        plain = ["--film", "silver_50", "--set", "grain_mult=0", "--set", "master_cap=false"]
+        sheet = self.rendered(source, "--angle", "4", *plain).mean(axis=2)
+        self.assertLess(sheet.shape[0], 290)
+        self.assertLess(sheet.shape[1], 435)
+        for columns in (slice(20, 60), slice(-60, -20)):
+            brightest = sheet[:, columns].argmax(axis=0)
+            self.assertLess(abs(brightest.mean() - sheet.shape[0] / 2), 2.5)
+
+        result = run_host("render", source, "-o", self.out / "a.exr", "--angle", "4", "--crop",
+                          "0,0,1,1", *plain)
+        self.assertEqual(result.returncode, 0)
+        self.assertRegex(result.stderr, rb"\Amorva: warning: the crop [^\n]+\n\Z")
+        self.succeed("render", source, "-o", self.out / "b.exr", "--angle", "-1.5", "--crop",
+                     "0.1,0.1,0.8,0.8", *plain)
+
+    def test_stopping_down_lights_the_corners(self):
+        """`stop` counts stops closed down, not an f-number: 0 is the lens fully open."""
+        grey = self.folder / "grey.exr"
+        files.write_exr(grey, {name: np.full((60, 90), 0.18) for name in "RGB"})
+        chosen = ["--lens", "fast_coma", "--set", "grain_mult=0"]
+        corner = [self.rendered(grey, *chosen, *more)[:4, :4].mean()
+                  for more in ([], ["--set", "stop=0"], ["--set", "stop=4"])]
+        self.assertEqual(corner[0], corner[1])
+        self.assertGreater(corner[2], 1.1 * corner[0])
 
     def test_source_exposure(self):
         dark = self.folder / "dark.png"
