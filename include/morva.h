@@ -7,7 +7,8 @@
  *
  * All text, both ways, is UTF-8. No exception leaves the library and it prints nothing: every export that
  * can fail returns a result code and fills a MorvaError. Pictures that leave the library are freed with
- * morva_free, byte blocks with morva_free_bytes. The library starts no thread; it may be called from any.
+ * morva_free, byte blocks with morva_free_bytes. The library starts no thread of its own; it may be
+ * called from any. (The codec behind HEIF files keeps a worker while it decodes.)
  */
 #ifndef MORVA_H
 #define MORVA_H

@@ -87,7 +87,8 @@ std::vector<std::uint8_t> read_bytes(const ByteSource& source, std::uint64_t off
 }
 
 std::vector<std::uint8_t> read_all(const ByteSource& source) {
-  std::vector<std::uint8_t> bytes = read_bytes(source, 0, source.size);
+  std::vector<std::uint8_t> bytes;
+  if (source.size <= kMaxFileBytes) bytes = read_bytes(source, 0, source.size);
   if (bytes.size() != source.size) {
     fail_imaging(ImagingStep::kDecoder, ImagingCode::kStreamRead);
   }
@@ -100,7 +101,8 @@ std::vector<std::uint8_t> read_file(const std::string& path) {
   if (!source) {
     throw std::runtime_error("cannot open " + path);
   }
-  std::vector<std::uint8_t> bytes = read_bytes(*source, 0, std::min(source->size, kMaxFileBytes));
+  std::vector<std::uint8_t> bytes;
+  if (source->size <= kMaxFileBytes) bytes = read_bytes(*source, 0, source->size);
   if (bytes.size() != source->size) {
     throw std::runtime_error("cannot read " + path);
   }

@@ -31,7 +31,7 @@ std::vector<std::uint8_t> read_bytes(const ByteSource& source, std::uint64_t off
                                      std::uint64_t n);
 
 // The whole source. Throws the imaging error "stream read" at "decoder" when it is shorter than it
-// says.
+// says or longer than any picture.
 std::vector<std::uint8_t> read_all(const ByteSource& source);
 
 // The whole file at a UTF-8 path, for the decoders that take nothing less. Throws

@@ -24,6 +24,9 @@ struct Metadata {
   double iso = 0.0;
 };
 
+// The camera's block is a few kilobytes, tens with a maker's own notes; a longer one is not read.
+inline constexpr std::uint64_t kMaxExifBytes = std::uint64_t{1} << 24;
+
 // Reads a block that begins with a TIFF header, with or without the "Exif" signature of JPEG before
 // it.
 Metadata read_exif(std::span<const std::uint8_t> block);

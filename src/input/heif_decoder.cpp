@@ -17,14 +17,12 @@ namespace {
 constexpr int kMaxSide = 16384;
 static_assert(std::uint64_t{kMaxSide} * kMaxSide == kMaxPixels);
 
-// The camera's block is a few kilobytes, tens with a maker's own notes.
-constexpr std::size_t kMaxExifBytes = std::size_t{1} << 24;
-
 void require(const heif_error& result) {
   if (result.code == heif_error_Ok) {
     return;
   }
-  throw std::runtime_error(std::string("libheif: ") + result.message);
+  throw std::runtime_error(std::string("libheif: ") +
+                           (result.message != nullptr ? result.message : "no message"));
 }
 
 struct FreeContext {

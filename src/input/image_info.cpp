@@ -24,8 +24,8 @@ void copy_cut(std::string_view text, char (&field)[N]) {
 
 // A file's numbers come in 32 bits and more; the record's fields end at 2^31 - 1.
 std::int32_t to_int32(double value) {
-  return static_cast<std::int32_t>(std::min(
-      std::nearbyint(value), static_cast<double>(std::numeric_limits<std::int32_t>::max())));
+  return static_cast<std::int32_t>(
+      std::min(std::round(value), static_cast<double>(std::numeric_limits<std::int32_t>::max())));
 }
 
 std::string camera_name(const Metadata& metadata) {

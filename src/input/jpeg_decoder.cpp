@@ -17,11 +17,6 @@
 namespace morva {
 namespace {
 
-// Each scan of a progressive file costs a pass over the whole picture, and an empty one takes a few
-// bytes of the file. Encoders write about ten; a hundred over the largest picture take minutes, and
-// more than that only a hostile file asks for.
-constexpr int kMaxScans = 100;
-
 // The library reports failure by a jump. The functions between setjmp and the jump hold nothing
 // with a destructor: all that they need stands here.
 struct JpegReader {
@@ -59,7 +54,7 @@ void on_message(j_common_ptr state, int level) {
 void on_print(j_common_ptr) {}
 
 void on_progress(j_common_ptr state) {
-  if (reinterpret_cast<j_decompress_ptr>(state)->input_scan_number > kMaxScans) {
+  if (reinterpret_cast<j_decompress_ptr>(state)->input_scan_number > kMaxJpegScans) {
     leave(state);
   }
 }

@@ -10,6 +10,11 @@
 
 namespace morva {
 
+// Each scan of a progressive file costs a pass over the whole picture, and an empty one takes a few
+// bytes of the file. Encoders write about ten; a hundred over the largest picture take minutes, and
+// more than that only a hostile file asks for.
+inline constexpr int kMaxJpegScans = 100;
+
 // Size and EXIF block from the markers before the first scan. Throws as read_picture_header.
 PictureHeader read_jpeg_header(const ByteSource& source);
 

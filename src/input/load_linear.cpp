@@ -58,6 +58,10 @@ Pixels8 load_pixels(const std::string& path) {
                 turn_of_orientation(header.metadata.orientation));
 }
 
+Pixels8 load_heif_pixels(const std::string& path) {
+  return decode_heif(read_file(path), PixelForm::kRgb);
+}
+
 }  // namespace
 
 FileKind kind_of_file(const std::string& path) {
@@ -76,7 +80,7 @@ LoadedPicture load_linear(const std::string& path, const std::string& wb_mode, b
     case FileKind::kCameraRaw:
       return LoadedPicture{load_raw(path, wb_mode, half_size), true};
     case FileKind::kHeif:
-      return LoadedPicture{linear_light(decode_heif(read_file(path), PixelForm::kRgb)), false};
+      return LoadedPicture{linear_light(load_heif_pixels(path)), false};
     case FileKind::kPicture:
       break;
   }

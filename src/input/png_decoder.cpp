@@ -110,7 +110,8 @@ PictureHeader read_png_header(const ByteSource& source) {
       header.w = big32(frame + 8);
       header.h = big32(frame + 12);
     } else if (is_chunk(frame, "eXIf")) {
-      header.metadata = read_exif(read_bytes(source, offset + 8, length));
+      if (length <= kMaxExifBytes)
+        header.metadata = read_exif(read_bytes(source, offset + 8, length));
       break;
     }
     offset += length + kChunkFrameBytes;

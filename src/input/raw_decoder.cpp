@@ -23,8 +23,9 @@ constexpr std::uint64_t kMegabyte = std::uint64_t{1} << 20;
 constexpr std::uint64_t kMaxMegabytes = 4096;
 
 // What the library holds of a picture when it is done: four 16-bit channels, and the result's
-// three.
-constexpr std::uint64_t kBytesPerPixel = 8 + 6;
+// three; and of one with oblong pixels while it is stretched, four before and four after.
+constexpr double kBytesPerPixel = 8 + 6;
+constexpr double kStretchBytesPerPixel = 8;
 
 // Sensors with oblong pixels are stretched to square ones; none is longer than this.
 constexpr double kMaxPixelAspect = 10.0;
@@ -102,8 +103,8 @@ bool limit_memory(RawLibrary& raw, bool half_size) {
     return false;
   }
   const bool halved = half_size && raw.imgdata.idata.filters != 0;
-  const double bytes =
-      aspect * static_cast<double>((halved ? picture / 4 : picture) * kBytesPerPixel);
+  const double bytes = std::max(aspect * kBytesPerPixel, kStretchBytesPerPixel * (1.0 + aspect)) *
+                       static_cast<double>(halved ? picture / 4 : picture);
   const std::uint64_t megabytes = static_cast<std::uint64_t>(bytes) / kMegabyte + 1;
   if (megabytes >= kMaxMegabytes) {
     return false;

@@ -5,6 +5,10 @@
 // jpeglib.h needs FILE and size_t declared before it.
 #include <jpeglib.h>
 
+#include <new>
+
+#include "input/jpeg_decoder.h"
+
 // The OpenMP interface, declared here because its header comes with one compiler's own runtime: the
 // one that the raw library is linked with, whichever compiler builds this file.
 extern "C" {
@@ -38,6 +42,20 @@ class GuardedReads {
  private:
   RawStream& stream_;
 };
+
+// Ends a JPEG inside a raw file where it asks for more passes or more memory than any camera's: its
+// size is its own, whatever the raw file says. The record lives and dies with the decoder.
+void limit_jpeg(jpeg_decompress_struct& jpeg) {
+  constexpr long kMaxCoefficientBytes = 1L << 30;
+  jpeg.mem->max_memory_to_use = kMaxCoefficientBytes;
+  void* record = jpeg.mem->alloc_small(reinterpret_cast<j_common_ptr>(&jpeg), JPOOL_PERMANENT,
+                                       sizeof(jpeg_progress_mgr));
+  jpeg.progress = new (record) jpeg_progress_mgr{};
+  jpeg.progress->progress_monitor = [](j_common_ptr decoder) {
+    if (reinterpret_cast<j_decompress_ptr>(decoder)->input_scan_number > kMaxJpegScans)
+      decoder->err->error_exit(decoder);
+  };
+}
 
 // The parameter has moved to a record of its own in later versions.
 template <class Data>
@@ -79,6 +97,7 @@ int RawStream::jpeg_src(void* decoder) {
     library_leaves_jpeg_ = jpeg.err->error_exit;
     jpeg.err->error_exit = leave_jpeg;
     jpeg.err->output_message = [](j_common_ptr) {};
+    limit_jpeg(jpeg);
   }
   return LibRaw_buffer_datastream::jpeg_src(decoder);
 }

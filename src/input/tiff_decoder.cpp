@@ -71,6 +71,7 @@ using TiffHandle = std::unique_ptr<TIFF, CloseTiff>;
 TiffHandle open_tiff(TiffStream& stream) {
   const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> options(
       TIFFOpenOptionsAlloc(), TIFFOpenOptionsFree);
+  if (!options) throw std::bad_alloc();
   TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kMaxAllocation);
   TIFFOpenOptionsSetErrorHandlerExtR(options.get(), on_message, nullptr);
   TIFFOpenOptionsSetWarningHandlerExtR(options.get(), on_message, nullptr);

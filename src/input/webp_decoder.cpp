@@ -108,7 +108,7 @@ PictureHeader read_webp_header(const ByteSource& source) {
   PictureHeader header;
   header.w = static_cast<std::uint64_t>(features.width);
   header.h = static_cast<std::uint64_t>(features.height);
-  if (chunks.exif.size > 0) {
+  if (chunks.exif.size > 0 && chunks.exif.size <= kMaxExifBytes) {
     header.metadata = read_exif(read_bytes(source, chunks.exif.offset, chunks.exif.size));
   }
   return header;

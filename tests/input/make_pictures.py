@@ -258,6 +258,15 @@ def hostile_raw():
             262: (SHORT, [34892]), 271: BODY[271], 277: (SHORT, [3]), 322: (SHORT, [96]), 323: (SHORT, [64]),
             50706: (1, [1, 4, 0, 0])}
     write("short.dng", tiff(tags, data=coded.getvalue()[:-200], places=(324,)))
+    # A progressive JPEG of another size than the raw file says, and one of passes without end.
+    coded = io.BytesIO()
+    Image.fromarray(patches(32)).save(coded, "JPEG", progressive=True)
+    jpeg = coded.getvalue()
+    sides = jpeg.index(b"\xff\xc2") + 5
+    huge = jpeg[:sides] + struct.pack(">2H", 20000, 20000) + jpeg[sides + 4:]
+    write("huge.dng", tiff(tags, data=huge, places=(324,)))
+    empty_scan = bytes.fromhex("ffda 0008 01 01 00 01 05 00")
+    write("scans.dng", tiff(tags, data=jpeg[:-2] + empty_scan * 300 + jpeg[-2:], places=(324,)))
 
 
 def camera_files():
