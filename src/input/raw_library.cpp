@@ -87,14 +87,14 @@ int RawStream::read(void* out, size_t size, size_t count) {
 void RawStream::leave_jpeg(jpeg_common_struct* decoder) {
   const RawStream& stream = *static_cast<const RawStream*>(decoder->client_data);
   jpeg_destroy(decoder);
-  stream.library_leaves_jpeg_(decoder);
+  stream.own_jpeg_exit_(decoder);
 }
 
 int RawStream::jpeg_src(void* decoder) {
   jpeg_decompress_struct& jpeg = *static_cast<jpeg_decompress_struct*>(decoder);
   if (jpeg.err->error_exit != leave_jpeg) {
     jpeg.client_data = this;
-    library_leaves_jpeg_ = jpeg.err->error_exit;
+    own_jpeg_exit_ = jpeg.err->error_exit;
     jpeg.err->error_exit = leave_jpeg;
     jpeg.err->output_message = [](j_common_ptr) {};
     limit_jpeg(jpeg);

@@ -28,7 +28,7 @@ class RawStream : public LibRaw_buffer_datastream {
  private:
   static void leave_jpeg(jpeg_common_struct* decoder);
 
-  void (*library_leaves_jpeg_)(jpeg_common_struct*) = nullptr;
+  void (*own_jpeg_exit_)(jpeg_common_struct*) = nullptr;
 };
 
 // The library shares its loops out among threads by OpenMP. Two things speak against that here: the
