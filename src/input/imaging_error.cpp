@@ -12,8 +12,6 @@ const char* step_name(ImagingStep step) {
       return "decoder";
     case ImagingStep::kFrame:
       return "frame";
-    case ImagingStep::kConverter:
-      return "converter";
     case ImagingStep::kConvert:
       return "convert";
     case ImagingStep::kSize:

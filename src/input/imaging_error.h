@@ -9,12 +9,11 @@ namespace morva {
 
 // How far a file came, in the order in which it is read.
 enum class ImagingStep {
-  kDecoder,    // the file is opened and its format recognised
-  kFrame,      // the first picture's header is read
-  kConverter,  // a conversion to 24-bit RGB is looked for
-  kConvert,    // and set up
-  kSize,       // the size is taken and memory is measured out
-  kPixels,     // the pixels are decoded
+  kDecoder,  // the file is opened and its format recognised
+  kFrame,    // the first picture's header is read
+  kConvert,  // a conversion to 24-bit RGB is set up
+  kSize,     // the size is taken and memory is measured out
+  kPixels,   // the pixels are decoded
 };
 
 // The imaging component's and the system's own result codes.

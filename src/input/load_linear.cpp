@@ -4,12 +4,10 @@
 #include <array>
 #include <cstdint>
 #include <string_view>
-#include <vector>
 
 #include "image/growing_image.h"
 #include "input/byte_source.h"
 #include "input/heif_decoder.h"
-#include "input/orientation.h"
 #include "input/picture_file.h"
 #include "input/raw_decoder.h"
 #include "input/srgb_table.h"
@@ -51,11 +49,8 @@ Image linear_light(const Pixels8& pixels) {
 // that picture is made.
 Pixels8 load_pixels(const std::string& path) {
   const ByteSource source = file_source(path);
-  const PictureHeader header = read_picture_header(source);
-  require_decodable_size(header.w, header.h);
-  const std::vector<std::uint8_t> file = read_all(source);
-  return turned(decode_picture(file, PixelForm::kRgb),
-                turn_of_orientation(header.metadata.orientation));
+  const Turn turn = turn_of_decodable(source);
+  return turned(decode_picture(read_all(source), PixelForm::kRgb), turn);
 }
 
 Pixels8 load_heif_pixels(const std::string& path) {

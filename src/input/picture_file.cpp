@@ -73,4 +73,10 @@ Pixels8 decode_picture(std::span<const std::uint8_t> file, PixelForm form) {
   return decode_heif(file, form);
 }
 
+Turn turn_of_decodable(const ByteSource& source) {
+  const PictureHeader header = read_picture_header(source);
+  require_decodable_size(header.w, header.h);
+  return turn_of_orientation(header.metadata.orientation);
+}
+
 }  // namespace morva

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "input/byte_source.h"
+#include "input/orientation.h"
 #include "input/picture_header.h"
 #include "input/pixels8.h"
 
@@ -21,5 +22,9 @@ PictureHeader read_picture_header(const ByteSource& source);
 // format" at "convert", "value overflow" at "size" for more than kMaxPixels, and "bad image" at
 // "pixels" for a file that is cut off or corrupted; of a HEIF as above.
 Pixels8 decode_picture(std::span<const std::uint8_t> file, PixelForm form);
+
+// What turns the file's first picture upright, when its header tells of a size that decode_picture
+// takes. Throws as both of the above.
+Turn turn_of_decodable(const ByteSource& source);
 
 }  // namespace morva

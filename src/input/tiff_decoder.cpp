@@ -1,9 +1,6 @@
 #include "input/tiff_decoder.h"
 
-#include <tiffio.h>
-
 #include <algorithm>
-#include <cstdarg>
 #include <functional>
 #include <memory>
 #include <string>
@@ -11,78 +8,13 @@
 
 #include "input/imaging_error.h"
 #include "input/srgb_table.h"
+#include "input/tiff_stream.h"
 
 namespace morva {
 namespace {
 
 // Colours, alphas and masks of the most generous file; a hostile one may claim 65535.
 constexpr std::uint16_t kMaxSamplesPerPixel = 64;
-
-// One strip or tile of the largest picture, four channels of 16 bits.
-constexpr tmsize_t kMaxAllocation = static_cast<tmsize_t>(kMaxPixels * 8);
-
-// The library reads through a file position; a source has none.
-struct TiffStream {
-  const ByteSource& source;
-  std::uint64_t position = 0;
-};
-
-TiffStream& stream_of(thandle_t handle) {
-  return *static_cast<TiffStream*>(handle);
-}
-
-tmsize_t on_read(thandle_t handle, void* out, tmsize_t n) {
-  TiffStream& stream = stream_of(handle);
-  const std::size_t count = stream.source.read(stream.position, out, static_cast<std::size_t>(n));
-  stream.position += count;
-  return static_cast<tmsize_t>(count);
-}
-
-tmsize_t on_write(thandle_t, void*, tmsize_t) {
-  return 0;
-}
-
-toff_t on_seek(thandle_t handle, toff_t offset, int whence) {
-  TiffStream& stream = stream_of(handle);
-  const std::uint64_t from = whence == SEEK_SET   ? 0
-                             : whence == SEEK_CUR ? stream.position
-                                                  : stream.source.size;
-  return stream.position = from + offset;
-}
-
-int on_close(thandle_t) {
-  return 0;
-}
-
-toff_t on_size(thandle_t handle) {
-  return stream_of(handle).source.size;
-}
-
-int on_message(TIFF*, void*, const char*, const char*, va_list) {
-  return 1;
-}  // silent
-
-struct CloseTiff {
-  void operator()(TIFF* tiff) const { TIFFClose(tiff); }
-};
-using TiffHandle = std::unique_ptr<TIFF, CloseTiff>;
-
-// Opens the file and its first directory. `stream` must outlive the handle.
-TiffHandle open_tiff(TiffStream& stream) {
-  const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> options(
-      TIFFOpenOptionsAlloc(), TIFFOpenOptionsFree);
-  if (!options) throw std::bad_alloc();
-  TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kMaxAllocation);
-  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), on_message, nullptr);
-  TIFFOpenOptionsSetWarningHandlerExtR(options.get(), on_message, nullptr);
-  // "m": read, not mapped. "O": strip tables are fetched in the parts that are needed.
-  TiffHandle tiff(TIFFClientOpenExt("", "rmO", &stream, on_read, on_write, on_seek, on_close,
-                                    on_size, nullptr, nullptr, options.get()));
-  if (!tiff) {
-    fail_imaging(ImagingStep::kFrame, ImagingCode::kBadHeader);
-  }
-  return tiff;
-}
 
 template <class Value>
 Value tag_or(TIFF* tiff, std::uint32_t tag, Value absent) {
@@ -186,7 +118,7 @@ void read_plain_rows(TIFF* tiff, Pixels8& pixels, ToCode to_code, ToAlpha to_alp
   if (row_bytes <= 0 || static_cast<std::size_t>(row_bytes) != row_samples * sizeof(Sample)) {
     fail_imaging(ImagingStep::kPixels, ImagingCode::kBadImage);
   }
-  if (row_bytes > kMaxAllocation) {
+  if (row_bytes > kMaxTiffAllocation) {
     fail_imaging(ImagingStep::kSize, ImagingCode::kValueOverflow);
   }
   const auto row = std::make_unique_for_overwrite<Sample[]>(row_samples);

@@ -1,5 +1,5 @@
-"""Picture files taken apart and put together by hand: what the peers cannot read (16-bit RGB) or
-write (EXR), so that the host is held against the formats and not against its own codecs."""
+"""Picture files taken apart and put together by hand: what the peers cannot read (TIFF of 16 and 32
+bits) or write (EXR), so that the host is held against the formats and not against its own codecs."""
 
 import struct
 import zlib
@@ -16,11 +16,8 @@ def _attribute(name, kind, payload):
 
 
 def _channel_list(channels):
-    entries = b"".join(
-        name.encode() + b"\0" + struct.pack("<iiii", pixel_type, 0, 1, 1)
-        for name, pixel_type in channels
-    )
-    return entries + b"\0"
+    return b"".join(name.encode() + b"\0" + struct.pack("<iiii", pixel_type, 0, 1, 1)
+                    for name, pixel_type in channels) + b"\0"
 
 
 def exr_header(channels, width, height, origin=(0, 0), chromaticities=None):
@@ -54,12 +51,8 @@ def write_exr(path, planes, half=False, **header):
     for y in range(height):
         data = b"".join(planes[name][y].astype(dtype).tobytes() for name in names)
         rows.append(struct.pack("<ii", first_row + y, len(data)) + data)
-    offset = len(head) + 8 * height
-    table = b""
-    for row in rows:
-        table += struct.pack("<Q", offset)
-        offset += len(row)
-    path.write_bytes(head + table + b"".join(rows))
+    places = len(head) + 8 * height + len(rows[0]) * np.arange(height, dtype="<u8")
+    path.write_bytes(head + places.astype("<u8").tobytes() + b"".join(rows))
 
 
 def _c_string(data, at):
@@ -103,57 +96,6 @@ def read_exr(path):
         lines = block.view("<f4").reshape(rows, 3, width)
         picture[y - top:y - top + rows] = lines[:, ::-1, :].transpose(0, 2, 1)
     return picture, attributes
-
-
-def _unfilter_png(rows, bpp):
-    previous = np.zeros(rows.shape[1] - 1, np.int64)
-    result = np.empty((rows.shape[0], rows.shape[1] - 1), np.uint8)
-    for y, row in enumerate(rows):
-        kind, line = row[0], row[1:].astype(np.int64)
-        if kind == 1:
-            line = np.cumsum(line.reshape(-1, bpp), axis=0).reshape(-1)
-        elif kind == 2:
-            line = line + previous
-        elif kind in (3, 4):
-            line = _predicted(line, previous, bpp, kind)
-        previous = line & 255
-        result[y] = previous
-    return result
-
-
-def _predicted(line, above, bpp, kind):
-    out, up = line.tolist(), above.tolist()
-    for i in range(len(out)):
-        a = out[i - bpp] if i >= bpp else 0
-        if kind == 3:
-            out[i] = (out[i] + (a + up[i]) // 2) & 255
-            continue
-        c = up[i - bpp] if i >= bpp else 0
-        b = up[i]
-        pa, pb, pc = abs(b - c), abs(a - c), abs(a + b - 2 * c)
-        nearest = a if pa <= pb and pa <= pc else b if pb <= pc else c
-        out[i] = (out[i] + nearest) & 255
-    return np.array(out, np.int64)
-
-
-def read_png(path):
-    """RGB samples as they stand in the file, 8 or 16 bits, with the names of its chunks."""
-    data = path.read_bytes()
-    at, chunks, packed = 8, [], b""
-    while at < len(data):
-        size, kind = struct.unpack_from(">I4s", data, at)
-        body = data[at + 8:at + 8 + size]
-        chunks.append(kind.decode())
-        if kind == b"IHDR":
-            width, height, depth, colour = struct.unpack_from(">IIBB", body)
-        if kind == b"IDAT":
-            packed += body
-        at += 12 + size
-    assert colour == 2
-    bpp = 3 * depth // 8
-    rows = np.frombuffer(zlib.decompress(packed), np.uint8).reshape(height, 1 + width * bpp)
-    samples = _unfilter_png(rows, bpp).view(">u2" if depth == 16 else np.uint8)
-    return samples.reshape(height, width, 3), chunks
 
 
 def read_tiff(path):

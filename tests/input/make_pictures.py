@@ -252,16 +252,15 @@ def hostile_raw():
     head = (RAF_MAKER.encode() + b"CCD-RAW ").ljust(84, b"\0") + struct.pack(">6I", 0, 0, 108, 0, 128, 0)
     write("short.raf", head + sizes + block + strips)
     # A JPEG that ends early: its decoder would print.
-    coded = io.BytesIO()
+    coded, passes = io.BytesIO(), io.BytesIO()
     Image.fromarray(patches(32)).save(coded, "JPEG")
+    Image.fromarray(patches(32)).save(passes, "JPEG", progressive=True)
     tags = {256: (SHORT, [96]), 257: (SHORT, [64]), 258: (SHORT, [8] * 3), 259: (SHORT, [34892]),
             262: (SHORT, [34892]), 271: BODY[271], 277: (SHORT, [3]), 322: (SHORT, [96]), 323: (SHORT, [64]),
             50706: (1, [1, 4, 0, 0])}
     write("short.dng", tiff(tags, data=coded.getvalue()[:-200], places=(324,)))
     # A progressive JPEG of another size than the raw file says, and one of passes without end.
-    coded = io.BytesIO()
-    Image.fromarray(patches(32)).save(coded, "JPEG", progressive=True)
-    jpeg = coded.getvalue()
+    jpeg = passes.getvalue()
     sides = jpeg.index(b"\xff\xc2") + 5
     huge = jpeg[:sides] + struct.pack(">2H", 20000, 20000) + jpeg[sides + 4:]
     write("huge.dng", tiff(tags, data=huge, places=(324,)))
@@ -287,55 +286,24 @@ def camera_files():
     write("giant.dng", dng(scene, tags={256: (LONG, [60000]), 257: (LONG, [60000])}))
 
 
-def box(kind, data):
-    return struct.pack(">I4s", len(data) + 8, kind) + data
-
-
-def turned_by_container(data, properties):
-    """Adds turns to the one picture of a HEIF: properties of the container, and their links to the item."""
-
-    def widened(data, kind, extra, place=None):
-        start = data.index(kind) - 4
-        size = struct.unpack(">I", data[start : start + 4])[0]
-        place = place or start + size
-        return (data[:start] + struct.pack(">I", size + len(extra)) + data[start + 4 : place] + extra
-                + data[place:])
-
-    links = data.index(b"ipma") + 4 + 4 + 4 + 2  # behind version, count of items and the item's number
-    known = data[links]
-    present = max(byte & 0x7F for byte in data[links + 1 : links + 1 + known])
-    data = data[:links] + bytes([known + len(properties)]) + data[links + 1 :]
-    added = bytes(0x80 | (present + 1 + i) for i in range(len(properties)))
-    packed = b"".join(properties)
-    data = widened(data, b"ipma", added, links + 1 + known)
-    data = widened(data, b"ipco", packed)
-    for outer in (b"iprp", b"meta"):
-        start = data.index(outer) - 4
-        size = struct.unpack(">I", data[start : start + 4])[0] + len(packed) + len(added)
-        data = data[:start] + struct.pack(">I", size) + data[start + 4 :]
-    # Where the items lie in the file: eighteen bytes each, the base offset behind number and reference.
-    start = data.index(b"iloc") + 4
-    for item in range(struct.unpack(">H", data[start + 6 : start + 8])[0]):
-        at = start + 8 + 18 * item + 4
-        base = struct.unpack(">I", data[at : at + 4])[0] + len(packed) + len(added)
-        data = data[:at] + struct.pack(">I", base) + data[at + 4 :]
-    return data
-
-
 def heif_files():
     upright = patches(32)
     turns = {3: 2, 6: 3, 8: 1}  # quarters against the clock
-    jobs = {f"o{o}.heic": (stored(upright, o), exif(o), [], [box(b"irot", bytes([n]))]) for o, n in turns.items()}
+    jobs = {f"o{o}.heic": (stored(upright, o), exif(o), [], n) for o, n in turns.items()}
     # The container alone says how the picture stands, whatever the camera's block has.
-    jobs["info.heic"] = (upright, exif(8, CAMERA, BODY), [], [])
-    jobs["deep.HIF"] = (upright, exif(1), ["-b", "10"], [])
+    jobs["info.heic"] = (upright, exif(8, CAMERA, BODY), [], 0)
+    jobs["deep.HIF"] = (upright, exif(1), ["-b", "10"], 0)
     for name, (picture, block, more, turn) in jobs.items():
         source, target = OUT / "source.jpg", OUT / "target.heic"
         Image.fromarray(np.ascontiguousarray(picture)).save(source, quality=100, subsampling=0,
                                                             exif=b"Exif\0\0" + block)
         subprocess.run(["heif-enc", "-q", "95", "-p", "chroma=444", *more, "-o", target, source], check=True,
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        write(name, turned_by_container(target.read_bytes(), turn), upright, 6)
+        data = target.read_bytes()
+        if turn:  # in the place of a property that nobody misses, the depth of its channels
+            depth = data.index(b"pixi") - 4
+            data = data[:depth] + struct.pack(">I4sB7x", 16, b"irot", turn) + data[depth + 16 :]
+        write(name, data, upright, 6)
 
 
 every_orientation()

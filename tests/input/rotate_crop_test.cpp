@@ -73,36 +73,5 @@ TEST(RotateCrop, ACropIsAPartOfTheTurnedPicture) {
   EXPECT_EQ(samples, rotate_crop_input(std::move(kept), {0, 0, 1, 1}, 0.0).data.data());
 }
 
-// A bright line, tilted, is straightened by its own ends.
-TEST(RotateCrop, AStraightenedLineIsLevel) {
-  for (const double tilt : {4.0, -23.0, 70.0}) {
-    const bool plumb = tilt > 45.0;
-    const double radians = tilt * std::acos(-1.0) / 180.0;
-    Image image(201, 301, 1);
-    for (int y = 0; y < image.h; ++y)
-      for (int x = 0; x < image.w; ++x) {
-        const double off = (y - 90.0) * std::cos(radians) - (x - 150.0) * std::sin(radians);
-        image.at(y, x) = static_cast<float>(std::exp(-off * off / 4.0));
-      }
-    const double angle = morva_straighten_angle(150.0, 90.0, 150.0 + 10.0 * std::cos(radians),
-                                                90.0 + 10.0 * std::sin(radians));
-    EXPECT_NEAR(plumb ? 90.0 - tilt : -tilt, angle, 1e-9);
-    const Image level = rotate_crop_input(image, Json(), angle);
-    double lowest = 1e9, highest = -1e9;  // of the line's middle, along 80 pixels
-    for (int along = -40; along <= 40; ++along) {
-      double sum = 0.0, moment = 0.0;
-      for (int off = -50; off <= 50; ++off) {
-        const double light =
-            plumb ? level.at(100 + along, 150 + off) : level.at(100 + off, 150 + along);
-        sum += light;
-        moment += light * off;
-      }
-      lowest = std::min(lowest, moment / sum);
-      highest = std::max(highest, moment / sum);
-    }
-    EXPECT_LT(highest - lowest, 0.02) << tilt;
-  }
-}
-
 }  // namespace
 }  // namespace morva

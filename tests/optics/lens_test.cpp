@@ -72,10 +72,9 @@ Spot spot_at(double rn, const Json& lens) {
 
 TEST(Lens, WithoutStrengthsLeavesThePicture) {
   const Image picture = noise(23, 31);
-  const Json zeros = {{"distortion", 0}, {"veil", 0},       {"bloom", 0.0},
-                      {"glow", 0},       {"coma", 0},       {"astigmatism", 0},
-                      {"ca", 0},         {"vignette", 0},   {"field_curvature", 0},
-                      {"soften", 0},     {"cast", nullptr}, {"chroma_soft", {0, 0, 0}}};
+  const Json zeros = Json::parse(R"({"distortion": 0, "veil": 0, "bloom": 0, "glow": 0, "coma": 0,
+      "astigmatism": 0, "ca": 0, "vignette": 0, "field_curvature": 0, "soften": 0, "cast": null,
+      "chroma_soft": [0, 0, 0]})");
   for (const Json& lens : {Json::object(), zeros, Json(nullptr), Json{{"ca", -0.1}, {"veil", -1}}})
     EXPECT_EQ(through(picture, lens).data, clamped(picture).data) << lens;
   EXPECT_EQ(through(picture, {{"optics", Json::object()}, {"vignette", 1.0}}).data,
@@ -87,23 +86,13 @@ TEST(Lens, WithoutStrengthsLeavesThePicture) {
 }
 
 TEST(Lens, StoppingDownFadesEachFaultAtItsOwnRate) {
-  const Json junk = {{"aperture_response", {{"vignette_tau", "junk"}}}};
-  for (const double stop : {0.0, -2.0, 1e-6}) {
-    const ApertureResponse open = aperture_response(junk, stop);
-    EXPECT_EQ(open.vignetting * open.spherical * open.field, 1.0);
-  }
-  EXPECT_THROW(aperture_response(junk, 1.0), OptionsError);
-  const ApertureResponse plain = aperture_response({{"aperture_response", 5}}, 2.0);
-  EXPECT_NEAR(plain.vignetting, 0.3 + 0.7 * std::exp(-2.0 / 1.4), 1e-12);
-  EXPECT_NEAR(plain.spherical, std::exp2(-2.2), 1e-12);
-  EXPECT_NEAR(plain.field, std::exp2(-1.1), 1e-12);
-  const auto with_tau = [](double tau) {
-    return aperture_response({{"aperture_response", {{"vignette_tau", tau}}}}, 0.3).vignetting;
-  };
-  EXPECT_EQ(with_tau(0.0), with_tau(0.1));
+  const ApertureResponse two = aperture_response(Json::object(), 2.0);
+  EXPECT_NEAR(two.vignetting, 0.3 + 0.7 * std::exp(-2.0 / 1.4), 1e-12);
+  EXPECT_NEAR(two.spherical, std::exp2(-2.2), 1e-12);
+  EXPECT_NEAR(two.field, std::exp2(-1.1), 1e-12);
   const Image grey(40, 40, 3, 0.18f);
-  const Json lens = {{"vignette", 0.8}, {"aperture_response", {{"vignette_residual", 0.0}}}};
-  EXPECT_EQ(through(grey, lens, {{"stop", nullptr}}).data, through(grey, lens).data);
+  const Json lens = {{"vignette", 0.8},
+                     {"aperture_response", {{"vignette_residual", 0.0}, {"vignette_tau", 0.0}}}};
   EXPECT_NEAR(through(grey, lens, {{"stop", 20}}).at(0, 0, 0), 0.18, 1e-6);
 }
 
@@ -122,24 +111,18 @@ TEST(Lens, GlowMovesLightAndMakesNone) {
   };
   const Image ring = with("glow_ring", 0.3);
   EXPECT_GT(ring.at(150, 209, 1), ring.at(150, 203, 1));
-  EXPECT_EQ(with("glow_ring", 7.0).data, with("glow_ring", 0.95).data);
-  EXPECT_EQ(with("glow_ring", -7.0).data, after.data);
   EXPECT_GT(spot_of(with("glow_focus_shift", 0.02)).sigma_x, spot_of(after).sigma_x);
-  EXPECT_EQ(through(picture, lens, {{"glow_mult", nullptr}}).data, after.data);
   EXPECT_EQ(through(picture, lens, {{"glow_mult", 0}}).data, picture.data);
   EXPECT_NEAR(spot_of(through(picture, lens, {{"glow_radius_mult", 2.0}}), 1).sigma_x,
               spot_of(after, 2).sigma_x, 0.01);
 }
 
-TEST(Lens, GlowOfAPictureKeepsItsLight) {
-  Image picture = clamped(noise(200, 300));
-  for (float& sample : picture.data) sample += 0.1f;
-  for (int k = 0; k < 3; ++k) picture.at(90, 120, k) = 30.0f;
-  for (const double ring : {0.0, 0.3, 0.6}) {
-    const Image after = through(picture, {{"glow", 0.4}, {"glow_ring", ring}});
-    for (int k = 0; k < 3; ++k)
-      EXPECT_NEAR(spot_of(after, k).light / spot_of(picture, k).light, 1.0, 0.005) << ring;
-  }
+// The ring takes its light from the middle: on a lit ground none is cut off at black.
+TEST(Lens, GlowWithARingKeepsTheLight) {
+  Image picture(200, 300, 3, 0.4f);
+  picture.at(90, 120, 1) = 30.0f;
+  const Image after = through(picture, {{"glow", 0.4}, {"glow_ring", 0.6}});
+  EXPECT_NEAR(spot_of(after).light / spot_of(picture).light, 1.0, 0.005);
 }
 
 TEST(Lens, VeilAndBloomAddTheirShare) {
@@ -164,11 +147,9 @@ TEST(Lens, FieldCurvatureGrowsTowardsTheCorner) {
   // 12 px of 601 in the corner.
   EXPECT_NEAR(sigma_at(0.75, 2.0), 12.0 * 0.5625, 1.0);
   EXPECT_NEAR(sigma_at(0.5, 2.0), 12.0 * 0.25, 0.6);
-  EXPECT_NEAR(sigma_at(0.75, 1.0), 12.0 * 0.75, 1.0);
   EXPECT_NEAR(sigma_at(0.75, 4.0), 12.0 * 0.3164, 1.0);
   const Image middle = lamp(101, 601, 50, 300);
   EXPECT_EQ(through(middle, {{"field_curvature", 0.02}}).at(50, 300, 1), 1000.0f);
-  EXPECT_EQ(through(middle, {{"field_curvature", 0.0009}}).data, middle.data);  // below 0.6 px
 }
 
 TEST(Lens, AstigmatismBlursAlongTheCircleAndComaAlongTheRadius) {
@@ -199,23 +180,14 @@ TEST(Lens, DetailInFocusIsSparedFromFieldBlur) {
 TEST(Lens, DistortionMovesLightAlongTheRadius) {
   const Image picture = lamp(201, 301, 100, 250);
   const double corner = std::hypot(100.0, 150.0);
-  const auto radius = [&](const Json& lens, const Json& opts = Json::object()) {
-    return spot_of(through(picture, lens, opts)).x - 150.0;
-  };
   // r (1 + k1 r^2 + k2 r^4) = 100 px at the lamp.
-  const auto source = [&](double r, double k1, double k2) {
-    const double u = r / corner;
-    return r * (1.0 + k1 * u * u + k2 * u * u * u * u);
-  };
-  const double barrel = radius({{"distortion", 0.2}, {"distortion_k5", 0.1}});
-  EXPECT_LT(barrel, 98.0);
-  EXPECT_NEAR(source(barrel, 0.2, 0.1), 100.0, 0.5);
-  const double pincushion = radius({{"distortion", -0.2}});
-  EXPECT_GT(pincushion, 102.0);
-  EXPECT_NEAR(source(pincushion, -0.2, 0.0), 100.0, 0.5);
-  EXPECT_EQ(radius({{"distortion", 0.2}}, {{"distortion", false}}), 100.0);
-  EXPECT_LT(radius({{"distortion", 0.2}}, {{"distortion", "false"}}), 98.0);
-  EXPECT_EQ(radius({{"distortion", 1e-5}, {"distortion_k5", -1e-5}}), 100.0);
+  for (const auto& [k1, k2] : {std::pair{0.2, 0.1}, {-0.2, 0.0}}) {
+    const Json lens = {{"distortion", k1}, {"distortion_k5", k2}};
+    const double r = spot_of(through(picture, lens)).x - 150.0, u = r / corner;
+    EXPECT_TRUE(k1 > 0.0 ? r < 98.0 : r > 102.0) << r;
+    EXPECT_NEAR(r * (1.0 + k1 * u * u + k2 * u * u * u * u), 100.0, 0.5);
+    EXPECT_EQ(through(picture, lens, {{"distortion", false}}).data, picture.data);
+  }
 }
 
 TEST(Lens, LateralColourMagnifiesRedAndShrinksBlue) {
@@ -246,35 +218,22 @@ TEST(Lens, SoftnessAndGlassActByChannel) {
   const Image warm = through(picture, {{"cast", {1.0, 0.5, -2.0}}});
   EXPECT_EQ(warm.at(100, 100, 1), 500.0f);
   EXPECT_EQ(warm.at(100, 100, 2), 0.0f);
-  for (const Json& other : {Json("warm"), Json{1, 2}, Json{1, 2, "3"}, Json{1, 2, 3, 4}, Json(7)})
-    EXPECT_EQ(through(picture, {{"cast", other}}).data, picture.data) << other;
 }
 
 // A lens file is not to stop a render, whatever it asks for: blurs wider than any kernel, fields
 // that grow towards the middle, strengths past a float's range.
 TEST(Lens, AbsurdStrengthsEndSoonInAPicture) {
-  const auto all_finite = [](const Image& image) {
-    return std::all_of(image.data.begin(), image.data.end(),
-                       [](float sample) { return std::isfinite(sample); });
-  };
   const Image picture = clamped(noise(60, 90));
-  for (const char* key : {"bloom_sigma1", "bloom_sigma2", "glow_radius", "soften"}) {
-    Json lens = {{"bloom", 0.5}, {"glow", 0.5}, {"soften", 1.0}};
-    lens[key] = 1e300;
-    EXPECT_TRUE(all_finite(through(picture, lens, {{"glow_radius_mult", 1e300}}))) << key;
-  }
   const Json field = {{"field_curvature", 0.02}, {"coma", 0.02}, {"field_power", 0.0}};
   Json negative = field;
   negative["field_power"] = -300.0;
   EXPECT_EQ(through(picture, negative).data, through(picture, field).data);
-  Json dazzling = {{"field_curvature", 0.02}, {"defocus_bias", 1e308}};
-  for (const char* key : {"veil", "bloom", "glow"}) {
-    Json lens = dazzling;
-    lens[key] = dazzling[key] = 1e308;
-    const Image after = through(picture, lens);
-    EXPECT_TRUE(all_finite(after) && spot_of(after).light > 0.0) << key;
-  }
   // All of them together overflow a float; what is no number comes out black.
+  const Json dazzling = {{"field_curvature", 0.02},
+                         {"defocus_bias", 1e308},
+                         {"veil", 1e308},
+                         {"bloom", 1e308},
+                         {"glow", 1e308}};
   for (const float sample : through(lamp(60, 90, 20, 9, 1e9f), dazzling).data)
     ASSERT_GE(sample, 0.0f);
   EXPECT_THROW(through(Image(1, 100'000, 3, 0.5f), {{"coma", 1e-4}}), std::bad_alloc);
@@ -301,65 +260,31 @@ TEST(Lens, SamplingStaysWithinTheLongestLine) {
 }
 
 TEST(Lens, DamagedFilesGiveAnErrorOrAPicture) {
-  const Json sound = {{"distortion", 0.05},
-                      {"distortion_k5", 0.01},
-                      {"veil", 0.1},
-                      {"bloom", 0.2},
-                      {"bloom_threshold", 0.3},
-                      {"bloom_tint", {1, 1, 1}},
-                      {"bloom_sigma1", 0.01},
-                      {"bloom_sigma2", 0.05},
-                      {"bloom_halo_mix", 0.4},
-                      {"glow", 0.3},
-                      {"glow_radius", 0.05},
-                      {"glow_ring", 0.2},
-                      {"glow_chroma", {1, 1, 1}},
-                      {"glow_focus_shift", 0.01},
-                      {"field_curvature", 0.03},
-                      {"astigmatism", 0.03},
-                      {"coma", 0.03},
-                      {"field_power", 2},
-                      {"defocus_bias", 0.5},
-                      {"ca", 0.01},
-                      {"vignette", 0.5},
-                      {"vignette_power", 2},
-                      {"soften", 10},
-                      {"soften_mix", 0.5},
-                      {"chroma_soft", {9, 9, 9}},
-                      {"cast", {1, 1, 1}},
-                      {"aperture_response", {{"sa_falloff", 1}}}};
+  const Json sound = Json::parse(R"({"distortion": 0.05, "distortion_k5": 0.01, "veil": 0.1,
+      "bloom": 0.2, "bloom_threshold": 0.3, "bloom_tint": [1, 1, 1], "bloom_sigma1": 0.01,
+      "bloom_sigma2": 0.05, "bloom_halo_mix": 0.4, "glow": 0.3, "glow_radius": 0.05,
+      "glow_ring": 0.2, "glow_chroma": [1, 1, 1], "glow_focus_shift": 0.01,
+      "field_curvature": 0.03, "astigmatism": 0.03, "coma": 0.03, "field_power": 2,
+      "defocus_bias": 0.5, "ca": 0.01, "vignette": 0.5, "vignette_power": 2, "soften": 10,
+      "soften_mix": 0.5, "chroma_soft": [9, 9, 9], "cast": [1, 1, 1],
+      "aperture_response": {"sa_falloff": 1}})");
   const Image picture = noise(30, 40);
-  const Json strange[] = {"soft",      nullptr,        true,       Json::array(), {1, 2},
-                          {1, 2, "x"}, Json::object(), {{"a", 1}}, 1e300,         -1e300,
-                          1e5,         -1e5,           -0.0,       "0.5"};
+  const Json strange = Json::parse(R"(["soft", null, true, [], [1, 2], [1, 2, "x"], {}, {"a": 1},
+      1e300, -1e300, 1e5, -1e5, -0.0, "0.5"])");
   for (const auto& [key, value] : sound.items())
     for (const Json& other : strange) {
       Json lens = sound;
       lens[key] = other;
       try {
         for (const float sample : through(picture, lens, {{"stop", 0.5}}).data)
-          ASSERT_GE(sample, 0.0f) << key << " " << other;
+          ASSERT_TRUE(sample >= 0.0f && std::isfinite(sample)) << key << " " << other;
       } catch (const OptionsError&) {
       } catch (const ProfileError&) {
       } catch (const Json::type_error&) {
       }
     }
-  const auto refused = [&](const Json& lens) { through(picture, lens); };
-  EXPECT_THROW(refused({{"glow", "much"}}), OptionsError);
-  EXPECT_THROW(refused({{"glow", nullptr}}), OptionsError);
-  try {
-    refused({{"chroma_soft", 3}});
-    FAIL() << "a number for chroma_soft passed";
-  } catch (const Json::type_error& error) {
-    EXPECT_NE(std::string(error.what()).find("cannot use operator[] with a numeric argument with "),
-              std::string::npos);
-  }
-  for (const char* key : {"bloom_tint", "glow_chroma"}) {
-    const Json lens = {{"bloom", 0.5}, {"glow", 0.5}};
-    Json with_junk = lens;
-    with_junk[key] = Json{1, 2};
-    EXPECT_EQ(through(picture, with_junk).data, through(picture, lens).data) << key;
-  }
+  EXPECT_THROW(through(picture, {{"glow", "much"}}), OptionsError);
+  EXPECT_THROW(through(picture, {{"chroma_soft", 3}}), Json::type_error);
 }
 
 }  // namespace

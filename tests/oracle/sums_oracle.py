@@ -26,6 +26,7 @@ def main():
         values = (1000.0 + rng.standard_normal(n)).astype(np.float32)
         theirs = np.std(values.astype(np.float64))
         worst = max(worst, abs(probe.standard_deviation(values) - theirs) / max(theirs, 1e-30))
+    held.check(probe.standard_deviation([]) == 0.0, "standard_deviation of nothing")
     held.check(worst <= 1e-13, f"standard_deviation is {worst} from numpy's, relative")
     print(f"standard_deviation: within {worst:.1e} of numpy's, relative")
     held.finish()
