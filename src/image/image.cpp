@@ -50,4 +50,12 @@ void scale_channels(Image& image, const float gains[3]) {
     for (int k = 0; k < 3; ++k) p[k] *= gains[k];
 }
 
+void mix_rows(Image& image, const std::array<float, 9>& m) {
+  float* p = image.data.data();
+  for (std::size_t i = 0; i < image.pixels(); ++i, p += 3) {
+    const float r = p[0], g = p[1], b = p[2];
+    for (int k = 0; k < 3; ++k) p[k] = (m[k * 3] * r + m[k * 3 + 1] * g) + m[k * 3 + 2] * b;
+  }
+}
+
 }  // namespace morva

@@ -2,6 +2,7 @@
 // row-major and interleaved, single precision, no stride and no padding.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -43,6 +44,10 @@ Image mix_channels(const Image& image, float w0, float w1, float w2);
 
 // Every pixel of a three-channel image times three gains, in place.
 void scale_channels(Image& image, const float gains[3]);
+
+// Every pixel of a three-channel image by a 3 x 3 matrix in row order: channel k becomes
+// (m[3k] * R + m[3k + 1] * G) + m[3k + 2] * B, in place.
+void mix_rows(Image& image, const std::array<float, 9>& m);
 
 // Rec. 709 luminance weights, as single-precision values.
 inline constexpr float kLumaR = 0.2126f;

@@ -42,8 +42,8 @@ double sum_from_first(const double* values, std::size_t n) {
   return n == 0 ? 0.0 : values[0] + pairwise_sum(values + 1, n - 1);
 }
 
-double standard_deviation(const float* values, std::size_t n) {
-  if (n == 0) return 0.0;
+MeanAndDeviation mean_and_deviation(const float* values, std::size_t n) {
+  if (n == 0) return {};
   const double count = static_cast<double>(n);
   const auto value = [values](std::size_t i) { return static_cast<double>(values[i]); };
   const double mean = sum_terms(value, 0, n) / count;
@@ -51,7 +51,11 @@ double standard_deviation(const float* values, std::size_t n) {
     const double deviation = value(i) - mean;
     return deviation * deviation;
   };
-  return std::sqrt(sum_terms(squared_deviation, 0, n) / count);
+  return {mean, std::sqrt(sum_terms(squared_deviation, 0, n) / count)};
+}
+
+double standard_deviation(const float* values, std::size_t n) {
+  return mean_and_deviation(values, n).deviation;
 }
 
 }  // namespace morva

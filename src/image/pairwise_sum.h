@@ -15,7 +15,15 @@ double pairwise_sum(const double* values, std::size_t n);
 // the rest.
 double sum_from_first(const double* values, std::size_t n);
 
-// Standard deviation about the mean, divisor n, in double; both sums are pairwise. 0 for n = 0.
+struct MeanAndDeviation {
+  double mean = 0.0;
+  double deviation = 0.0;
+};
+
+// The mean and the standard deviation about it, divisor n, in double; both sums are pairwise. 0 for
+// n = 0.
+MeanAndDeviation mean_and_deviation(const float* values, std::size_t n);
+
 double standard_deviation(const float* values, std::size_t n);
 
 }  // namespace morva

@@ -1,8 +1,8 @@
 #include "optics/lens_parameters.h"
 
 #include <algorithm>
-#include <cmath>
 
+#include "image/held.h"
 #include "optics/aperture_response.h"
 #include "optics/filter_values.h"
 #include "profiles/number_arrays.h"
@@ -14,27 +14,21 @@ namespace {
 constexpr double kVeilSigma = 0.22;  // of the long side
 constexpr double kPerMille = 1e-3;
 
-// No lens comes near a strength of a million; the bound keeps light finite. NaN gives 0.
-double bounded(double value) {
-  constexpr double kMost = 1e6;
-  return std::isnan(value) ? 0.0 : std::clamp(value, -kMost, kMost);
-}
-
-std::array<double, 3> bounded(std::array<double, 3> values) {
-  for (double& value : values) value = bounded(value);
+std::array<double, 3> each_finite(std::array<double, 3> values) {
+  for (double& value : values) value = held_finite(value);
   return values;
 }
 
 double bounded_number(const Json& optics, const char* key, double fallback) {
-  return bounded(get_number(optics, key, fallback));
+  return held_finite(get_number(optics, key, fallback));
 }
 
 double option_or(const Json& opts, const char* key, double fallback) {
-  return bounded(get(opts, key).is_null() ? fallback : get_number(opts, key, fallback));
+  return held_finite(get(opts, key).is_null() ? fallback : get_number(opts, key, fallback));
 }
 
 std::array<double, 3> three_or_ones(const Json& optics, const char* key) {
-  return bounded(three_numbers(get(optics, key), key).value_or(std::array{1.0, 1.0, 1.0}));
+  return each_finite(three_numbers(get(optics, key), key).value_or(std::array{1.0, 1.0, 1.0}));
 }
 
 // A blur's work grows with its reach. A sigma of two long sides leaves of a picture hardly more
@@ -52,7 +46,7 @@ Distortion read_distortion(const Json& optics, const Json& opts) {
 }
 
 Bloom read_bloom(const Json& optics, double spherical, double long_px) {
-  return {bounded(bounded_number(optics, "bloom", 0.0) * spherical),
+  return {held_finite(bounded_number(optics, "bloom", 0.0) * spherical),
           static_cast<float>(bounded_number(optics, "bloom_threshold", 0.75)),
           three_or_ones(optics, "bloom_tint"),
           bounded_sigma(bounded_number(optics, "bloom_sigma1", 0.004) * long_px, long_px),
@@ -63,8 +57,8 @@ Bloom read_bloom(const Json& optics, double spherical, double long_px) {
 Glow read_glow(const Json& optics, const Json& opts, double spherical, double long_px) {
   constexpr double kLeastSigmaPx = 0.5, kLeastFocusShiftPx = 0.4, kLeastFocusShift = 1e-5;
   Glow glow;
-  glow.strength =
-      bounded(bounded_number(optics, "glow", 0.0) * spherical * option_or(opts, "glow_mult", 1.0));
+  glow.strength = held_finite(bounded_number(optics, "glow", 0.0) * spherical *
+                              option_or(opts, "glow_mult", 1.0));
   const double radius_px = bounded_number(optics, "glow_radius", 0.02) * long_px *
                            option_or(opts, "glow_radius_mult", 1.0);
   glow.sigma_px = three_or_ones(optics, "glow_chroma");
@@ -97,7 +91,8 @@ Softness read_softness(const Json& optics, double spherical, double long_px) {
 }
 
 std::array<double, 3> read_axial_colour(const Json& optics, double spherical, double long_px) {
-  std::array<double, 3> sigma_px = bounded(channel_values(optics, "chroma_soft", {0.0, 0.0, 0.0}));
+  std::array<double, 3> sigma_px =
+      each_finite(channel_values(optics, "chroma_soft", {0.0, 0.0, 0.0}));
   for (double& sigma : sigma_px)
     sigma = bounded_sigma(sigma * kPerMille * long_px * spherical, long_px);
   return sigma_px;
@@ -111,13 +106,14 @@ std::optional<std::array<double, 3>> read_transmission(const Json& optics) {
                                      [](const Json& element) { return element.is_number(); });
   const auto shares = plain ? three_numbers(cast, "cast") : std::nullopt;
   if (!shares) return std::nullopt;
-  return bounded(*shares);
+  return each_finite(*shares);
 }
 
 // The shares that the stop leaves, finite whatever the file says of them.
 ApertureResponse read_response(const Json& optics, double stop) {
   const ApertureResponse response = aperture_response(optics, stop);
-  return {bounded(response.vignetting), bounded(response.spherical), bounded(response.field)};
+  return {held_finite(response.vignetting), held_finite(response.spherical),
+          held_finite(response.field)};
 }
 
 }  // namespace

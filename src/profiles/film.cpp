@@ -12,8 +12,6 @@ namespace morva {
 
 namespace {
 
-constexpr const char* kLayers[] = {"r", "g", "b"};
-
 // The machine bath runs at 37.8 C; a hand tank cools, and at 30 C the "hand" preset is as tabled.
 constexpr double kMachineBathC = 37.8;
 constexpr double kHandBathDropC = 7.799999999999997;
@@ -34,7 +32,7 @@ std::string preset_name(const std::string& type, const std::string& dev) {
 Json hand_preset_at(const Json& preset, double c41_temp_c) {
   const double t = std::clamp((kMachineBathC - c41_temp_c) / kHandBathDropC, 0.0, kCoolestBath);
   Json cooled = preset;
-  for (const char* layer : kLayers)
+  for (const char* layer : kLayerNames)
     cooled["layer_gamma"][layer] = elementary::pow(preset["layer_gamma"][layer].get<double>(), t);
   cooled["fog"] = preset["fog"].get<double>() * t;
   cooled["grain_amount"] = (preset["grain_amount"].get<double>() - 1.0) * t + 1.0;
@@ -58,7 +56,7 @@ void develop_curves(Json& film, const std::string& type, const Json& preset, dou
   }
   Json& layers = film.at("layers");
   const Json& layer_gamma = get_object(preset, "layer_gamma");
-  for (const char* layer : kLayers)
+  for (const char* layer : kLayerNames)
     apply_curve_factors(layers.at(layer), get_number(layer_gamma, layer, 1.0) * gamma_mult,
                         dmax_mult, fog, slide ? 1.0 : mid_mult, "layer");
 }
@@ -78,10 +76,6 @@ void carry_silver_and_edge_effect(Json& film, const Json& preset) {
   if (const Json& sat = get(preset, "adjacency_sat"); truthy(sat)) film["_adjacency_sat"] = sat;
 }
 
-void scale_where_present(Json& record, const char* key, double factor) {
-  if (has(record, key)) record[key] = as_number(record[key], key) * factor;
-}
-
 Json& texture_of(Json& film) {
   if (!get(film, "texture").is_object()) film["texture"] = Json::object();
   return film["texture"];
@@ -98,29 +92,23 @@ void develop_pack_at(Json& film, double dev_temp_c) {
   constexpr double layer_loss[] = {0.03, 0.09, 0.20};
   for (int c = 0; c < 3; ++c) {
     const double w = mono ? 0.1 : layer_loss[c];
-    apply_curve_factors(film.at("layers").at(kLayers[c]), 1.0 + 0.3 * t, 1.0 + (w + 0.14) * t, 0.0,
-                        1.0, "layer");
+    apply_curve_factors(film.at("layers").at(kLayerNames[c]), 1.0 + 0.3 * t, 1.0 + (w + 0.14) * t,
+                        0.0, 1.0, "layer");
   }
   const double cold = std::max(-t, 0.0);
   const double warm = std::max(t, 0.0);
   const double roughness = 1.0 + 0.9 * cold + 0.25 * warm;
   Json& texture = texture_of(film);
-  scale_where_present(texture, "mottle_amp", roughness);
-  scale_where_present(texture, "streaks_amp", roughness);
-  scale_where_present(texture, "fine_amp", 1.0 + 0.3 * cold);
+  scale_where_present(texture, {"mottle_amp", "streaks_amp"}, roughness);
+  scale_where_present(texture, {"fine_amp"}, 1.0 + 0.3 * cold);
   film["_temp_rough"] = roughness;
 }
 
 void mottle_pack(Json& film, double dev_mottle) {
   film["_dev_mottle"] = dev_mottle;
   if (std::fabs(dev_mottle - 1.0) <= 1e-6) return;
-  Json& texture = texture_of(film);
-  for (const char* key : {"mottle_amp", "fine_amp", "streaks_amp"})
-    scale_where_present(texture, key, dev_mottle);
-  if (truthy(get(film, "tone_mottle"))) {
-    Json& tone_mottle = film["tone_mottle"];
-    tone_mottle["amp"] = get_number(tone_mottle, "amp", 0.0) * dev_mottle;
-  }
+  texture_of(film);
+  scale_mottle(film, dev_mottle);
 }
 
 }  // namespace
@@ -170,6 +158,20 @@ std::array<float, 3> panchromatic_weights(const Json& film) {
 
 bool is_mono_instant(const Json& film) {
   return get_text_or(film, "type", "") == "instant" && !get(film, "spectral_weights").is_null();
+}
+
+void scale_where_present(Json& record, std::initializer_list<const char*> keys, double factor) {
+  for (const char* key : keys)
+    if (has(record, key)) record[key] = as_number(record[key], key) * factor;
+}
+
+void scale_mottle(Json& film, double factor) {
+  if (get(film, "texture").is_object())
+    scale_where_present(film["texture"], {"mottle_amp", "fine_amp", "streaks_amp"}, factor);
+  if (!truthy(get(film, "tone_mottle"))) return;
+  Json& tone_mottle = film["tone_mottle"];
+  if (!tone_mottle.is_object()) tone_mottle = Json::object();
+  tone_mottle["amp"] = get_number(tone_mottle, "amp", 0.0) * factor;
 }
 
 }  // namespace morva

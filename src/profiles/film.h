@@ -3,11 +3,15 @@
 #pragma once
 
 #include <array>
+#include <initializer_list>
 #include <string>
 
 #include "profiles/json_access.h"
 
 namespace morva {
+
+// Of the layers in a film's `layers`: what records red, green and blue.
+inline constexpr std::array<const char*, 3> kLayerNames = {"r", "g", "b"};
 
 // The film with its development folded in: preset `dev`, `push` in stops, the temperatures of the
 // black-and-white or instant bath and of the colour bath in degrees C, and the strength of
@@ -31,5 +35,12 @@ std::array<float, 3> panchromatic_weights(const Json& film);
 
 // One silver layer in an instant pack.
 bool is_mono_instant(const Json& film);
+
+// Multiplies those numbers of an object that it has.
+void scale_where_present(Json& record, std::initializer_list<const char*> keys, double factor);
+
+// How unevenly an instant pack's paste develops: the amplitudes of mottle, fine and streaks of
+// `texture` where present, and of `tone_mottle` where the film has one.
+void scale_mottle(Json& film, double factor);
 
 }  // namespace morva

@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "profiles/peel_sizes.h"
+
 namespace morva {
 
 namespace {
@@ -167,10 +169,13 @@ int master_cap_px(double cap_um) {
   return whole_pixels(cap_um / kFinestPitchUm);
 }
 
-double instant_image_long_um(const Json& film, const std::string&) {
-  const double frame_mm = get_number_or(get_object(film, "frame"), "image_long_mm", 0, 0);
-  if (frame_mm > 0.0) return frame_mm * 1000.0;
-  return get_number(get_object(film, "texture"), "card_um", 79000.0) / 1000.0 * 1000.0;
+double instant_image_long_um(const Json& film, const std::string& size_name) {
+  const Json& frame = get_object(film, "frame");
+  double long_mm = is_peel_apart(frame) ? peel_size(frame, size_name).image_long_mm
+                                        : get_number_or(frame, "image_long_mm", 0, 0);
+  if (!(long_mm > 0.0))
+    long_mm = get_number(get_object(film, "texture"), "card_um", 79000.0) / 1000.0;
+  return long_mm * 1000.0;
 }
 
 int instant_cap_px(const Json& film, double long_um) {

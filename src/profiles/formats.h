@@ -46,7 +46,8 @@ FramePlan frame_plan(const std::string& family, const std::optional<std::string>
 // Pixels on the long side at which the raster is 5.5 um a pixel, finer than any stock resolves.
 int master_cap_px(double cap_um);
 
-// Long side of an instant picture, micrometres.
+// Long side of an instant picture, micrometres. `peel_size` names the sheet of peel-apart film;
+// throws ProfileError for one that the film was not made in.
 double instant_image_long_um(const Json& film, const std::string& peel_size);
 
 // The master cap of instant film: a quarter of the period at which the stock's response has halved,

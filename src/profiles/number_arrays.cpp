@@ -36,6 +36,13 @@ std::optional<std::array<double, 9>> nine_numbers(const Json& value, const std::
   return matrix;
 }
 
+std::array<float, 9> nine_floats(const std::array<double, 9>& matrix) {
+  std::array<float, 9> rounded;
+  std::transform(matrix.begin(), matrix.end(), rounded.begin(),
+                 [](double element) { return static_cast<float>(element); });
+  return rounded;
+}
+
 std::array<float, 3> normalised_weights(const Json& value, const std::array<double, 3>& fallback,
                                         const std::string& name) {
   const std::array<double, 3> weights = three_numbers(value, name).value_or(fallback);

@@ -19,6 +19,9 @@ std::optional<std::array<double, 3>> three_numbers(const Json& value, const std:
 // Nine numbers in row order, flat or as three rows; nothing for any other count.
 std::optional<std::array<double, 9>> nine_numbers(const Json& value, const std::string& name);
 
+// A matrix as the pixel loops take it.
+std::array<float, 9> nine_floats(const std::array<double, 9>& matrix);
+
 // Three weights divided by their sum: `value` where it is an array of exactly three, else
 // `fallback`. Each is rounded to float first.
 std::array<float, 3> normalised_weights(const Json& value, const std::array<double, 3>& fallback,

@@ -20,6 +20,7 @@ inline constexpr int kDevelopStream = 5;  // uneven development
 // Tags that keep one stock's noise apart from another's within the film stream.
 inline constexpr std::int64_t kDryPlateTag = 87;
 inline constexpr std::int64_t kCollodionTag = 78;
+inline constexpr std::int64_t kPeelTag = 29;
 
 // [seed, stream, variant of the stream's name], and `extra` as a fourth word when given. A stream
 // number without a name has the variant 0. Throws OptionsError when a seed or variant is not a

@@ -94,6 +94,13 @@ TEST(ResolveFilm, PushOfASlideIsExposureAndPresetsReachTheStages) {
   EXPECT_EQ(0.30, resolve(silver(), 0.0, "stand")["_adjacency"]);
 }
 
+TEST(ResolveFilm, PyroStainsTheSilverOfAPlate) {
+  Json plate = silver();
+  plate["type"] = "collodion";
+  EXPECT_EQ(Json::parse("[0.90, 0.84, 0.74]"), resolve(plate, 0.0, "pyro")["_silver_tint"]);
+  EXPECT_FALSE(has(resolve(plate), "_silver_tint"));
+}
+
 TEST(ResolveFilm, HandBathFollowsItsTemperature) {
   const auto gamma_b = [](double c41_c) {
     return resolve(layers_of("color"), 0.0, "hand", 21.0, 1.0, c41_c)["layers"]["b"]["gamma"]
@@ -110,7 +117,9 @@ TEST(ResolveFilm, InstantPackFollowsTheWeather) {
   const Json mild = resolve(film, 3.0, "x");
   EXPECT_FALSE(mild.contains("_temp_rough"));
   EXPECT_EQ(0.6, mild["layers"]["r"]["gamma"]);
+  film["tone_mottle"] = 5;  // wrong, and true
   const Json cold = resolve(film, 0.0, "standard", 4.0, 2.0);
+  EXPECT_EQ(Json::parse(R"({"amp": 0.0})"), cold["tone_mottle"]);
   EXPECT_NEAR(0.2 + 2.0 * (1.0 - 0.17), cold["layers"]["r"]["dmax"].get<double>(), 1e-12);
   EXPECT_NEAR(0.6 + 2.0 * (1.0 - 0.34), cold["layers"]["b"]["dmax"].get<double>(), 1e-12);
   EXPECT_NEAR(1.9, cold["_temp_rough"].get<double>(), 1e-12);
