@@ -18,13 +18,6 @@ Image spread_to_three(const Image& plane) {
   return print;
 }
 
-// Density of each layer weighted by what the paper sees of it.
-Image density_on_paper(const Image& density, const Json& paper) {
-  const std::array<float, 3> w =
-      normalised_weights(get(paper, "spectral_weights"), {0.1, 0.45, 0.45}, "spectral_weights");
-  return mix_channels(density, w[0], w[1], w[2]);
-}
-
 Image expose_paper(const PrintParams& params, Image density) {
   float* samples = density.data.data();
   paper_response(params.curve, samples, samples, density.data.size(), params.print_ev,
@@ -35,6 +28,12 @@ Image expose_paper(const PrintParams& params, Image density) {
 }
 
 }  // namespace
+
+Image density_on_paper(const Image& density, const Json& paper) {
+  const std::array<float, 3> w =
+      normalised_weights(get(paper, "spectral_weights"), {0.1, 0.45, 0.45}, "spectral_weights");
+  return mix_channels(density, w[0], w[1], w[2]);
+}
 
 Image print_bw(const PrintParams& params, Negative negative, RenderContext& ctx) {
   if (ctx.pointwise != nullptr) {

@@ -8,6 +8,10 @@
 
 namespace morva {
 
+// A colour negative's three layer densities as one, each layer weighted by what the paper sees of
+// it.
+Image density_on_paper(const Image& density, const Json& paper);
+
 // Reflectance, linear, 0..1, three channels.
 Image print_bw(const PrintParams& params, Negative negative, RenderContext& ctx);
 

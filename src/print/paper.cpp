@@ -26,8 +26,8 @@ void veil(float* exposure, std::size_t n, double flare) {
     exposure[i] = static_cast<float>(elementary::log10(added + light_through(exposure[i])));
 }
 
-// Bends an end of the curve back by the square of the way from a mid grey to it. `direction` is 1 towards
-// black and -1 towards white.
+// Bends an end of the curve back by the square of the way from a mid grey to it. `direction` is 1
+// towards black and -1 towards white.
 void soften_end(float* density, std::size_t n, double dmid, double end, double strength,
                 float direction) {
   if (strength <= 1e-6) return;
@@ -47,11 +47,15 @@ HdCurve paper_curve(const Json& paper, double grade, double print_black, double 
   HdCurve curve = make_curve(get_number(paper, "dmin", 0.05), get_number(paper, "dmax", 2.1),
                              get_number(paper, "gamma", 1.8) * (0.6 + 0.2 * g),
                              get_number(paper, "toe", 1.25), kGreyDensity);
+  set_soft_ends(curve, print_black, print_white);
+  return curve;
+}
+
+void set_soft_ends(HdCurve& curve, double print_black, double print_white) {
   curve.shoulder_cut =
       std::clamp(print_black, 0.0, 1.0) * kSoftestEnd * std::max(curve.dmax - curve.dmid, 1e-6);
   curve.toe_lift =
       std::clamp(print_white, 0.0, 1.0) * kSoftestEnd * std::max(curve.dmid - curve.dmin, 1e-6);
-  return curve;
 }
 
 PrintParams print_params_bw(const Json& paper, const Json& options) {
@@ -71,17 +75,26 @@ PrintParams print_params_color(const Json& film, const Json& paper, const Json& 
   return params;
 }
 
-void paper_response(const HdCurve& curve, const float* density, float* out, std::size_t n,
-                    double print_ev, double flare) {
+void paper_density(const HdCurve& curve, const float* density, float* out, std::size_t n,
+                   double print_ev, double flare) {
   const auto exposure = static_cast<float>(print_ev * kLog10Stop);
   for (std::size_t i = 0; i < n; ++i) out[i] = exposure - density[i];
   if (flare > 0.0) veil(out, n, flare);
   curve.density(out, out, n);
-  soften_end(out, n, curve.dmid, curve.dmax, curve.shoulder_cut, 1.0f);
-  soften_end(out, n, curve.dmid, curve.dmin, curve.toe_lift, -1.0f);
+  soften_ends(curve, out, n);
+}
+
+void paper_response(const HdCurve& curve, const float* density, float* out, std::size_t n,
+                    double print_ev, double flare) {
+  paper_density(curve, density, out, n, print_ev, flare);
   const auto white = static_cast<float>(curve.dmin);
   for (std::size_t i = 0; i < n; ++i) out[i] = -(out[i] - white);
   elementary::exp10f(out, out, n);
+}
+
+void soften_ends(const HdCurve& curve, float* density, std::size_t n) {
+  soften_end(density, n, curve.dmid, curve.dmax, curve.shoulder_cut, 1.0f);
+  soften_end(density, n, curve.dmid, curve.dmin, curve.toe_lift, -1.0f);
 }
 
 std::optional<std::array<float, 3>> paper_tone(const Json& paper) {
@@ -91,10 +104,13 @@ std::optional<std::array<float, 3>> paper_tone(const Json& paper) {
                     static_cast<float>((*tone)[2])};
 }
 
+void clamp_to_sheet(Image& print) {
+  for (float& v : print.data) v = v > 0.0f ? std::min(v, 1.0f) : 0.0f;
+}
+
 void apply_tone(Image& print, const std::optional<std::array<float, 3>>& tone) {
   if (tone) scale_channels(print, tone->data());
-  for (float& v : print.data)
-    v = v > 0.0f ? std::min(v, 1.0f) : 0.0f;  // what is no number is black
+  clamp_to_sheet(print);
 }
 
 }  // namespace morva

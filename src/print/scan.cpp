@@ -1,0 +1,173 @@
+#include "print/scan.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "film/couplers.h"
+#include "image/elementary.h"
+#include "image/filters.h"
+#include "image/held.h"
+#include "image/resample.h"
+#include "print/paper.h"
+
+namespace morva {
+
+namespace {
+
+constexpr double kLeast = 1e-6;
+constexpr double kOrdinaryDmax = 3.6;  // of a scanner that states none
+constexpr double kMostStops = 60.0;    // of exposure, either way
+constexpr double kMostStrength = 1e6;  // of anything else; no scanner comes near
+constexpr double kSoftest = 0.01;      // exponent of contrast; at none black would be white
+constexpr float kDarkestLight = 1e-6f;
+
+double strength(const Json& scan, const char* key, double fallback) {
+  return held(get_number(scan, key, fallback), 0.0, kMostStrength);
+}
+
+void add_flare(Image& positive, double flare) {
+  if (flare <= kLeast) return;
+  const auto added = static_cast<float>(flare), white = static_cast<float>(1.0 + flare);
+  for (float& v : positive.data) v = (v + added) / white;
+}
+
+// What is darker than the scanner's Dmax drowns in it; the colour of the rest is kept.
+void take_off_darkest(Image& positive, double darkest) {
+  constexpr float least_mean = 1e-9f;
+  const auto black = static_cast<float>(darkest);
+  const auto range = static_cast<float>(std::max(1.0 - darkest, 1e-9));
+  float* p = positive.data.data();
+  for (std::size_t i = 0; i < positive.pixels(); ++i, p += 3) {
+    const float mean = layer_mean(p);
+    const float kept = std::max(mean - black, 0.0f) / std::max(mean, least_mean);
+    for (int k = 0; k < 3; ++k) p[k] = p[k] * kept / range;
+  }
+}
+
+void expose(Image& positive, double gain) {
+  if (gain == 1.0) return;
+  const auto factor = static_cast<float>(gain);
+  for (float& v : positive.data) v *= factor;
+}
+
+void bend_contrast(float* row, std::size_t n, float exponent) {
+  for (std::size_t i = 0; i < n; ++i) row[i] = std::clamp(row[i], 0.0f, 1.0f);
+  elementary::powf(row, exponent, row, n);
+}
+
+void bend_ends(float* row, std::size_t n, const HdCurve& ends) {
+  const auto dmax = static_cast<float>(ends.dmax);
+  for (std::size_t i = 0; i < n; ++i) row[i] = std::max(row[i], kDarkestLight);
+  elementary::log10f(row, row, n);
+  for (std::size_t i = 0; i < n; ++i) row[i] = std::clamp(-row[i], 0.0f, dmax);
+  soften_ends(ends, row, n);
+  for (std::size_t i = 0; i < n; ++i) row[i] = -row[i];
+  elementary::exp10f(row, row, n);
+}
+
+void bend(Image& positive, const ScanParams& params) {
+  const bool has_contrast = std::fabs(params.contrast - 1.0) > kLeast;
+  const bool has_ends = params.ends.shoulder_cut > 0.0 || params.ends.toe_lift > 0.0;
+  const std::size_t n = positive.row_samples();
+  for (int y = 0; y < positive.h; ++y) {
+    float* row = &positive.data[static_cast<std::size_t>(y) * n];
+    if (has_contrast) bend_contrast(row, n, static_cast<float>(params.contrast));
+    if (has_ends) bend_ends(row, n, params.ends);
+  }
+}
+
+// A blur of more than the picture's long side would leave no picture.
+Image blurred(const Image& image, double sigma_px) {
+  return blur_image(image, std::min<double>(sigma_px, std::max(image.h, image.w)));
+}
+
+Image blur_by_optics(Image image, const Json& scan) {
+  constexpr double sigma_of_height = 0.0016;
+  constexpr double least_sigma_px = 0.4;
+  const double mtf = strength(scan, "mtf", 0.0);
+  if (mtf <= 0.001) return image;
+  return blurred(image, std::max(least_sigma_px, mtf * sigma_of_height * image.h));
+}
+
+Image to_file_size(Image image, const Json& scan) {
+  const double wanted = std::trunc(strength(scan, "long_px", 0.0));
+  const int long_side = std::max(image.h, image.w);
+  if (wanted < 1.0 || wanted >= long_side) return image;
+  const auto scaled = [&](int side) {
+    return std::max(1, static_cast<int>(std::nearbyint(side * wanted / long_side)));
+  };
+  return resize_image(image, scaled(image.w), scaled(image.h), kResizeLanczos);
+}
+
+// Unsharp masking.
+void sharpen(Image& image, const Json& scan) {
+  constexpr double least_sigma_px = 0.5;
+  constexpr double gain = 1.5;
+  const double amount = strength(scan, "sharpen", 0.0);
+  if (amount <= 0.001) return;
+  const double sigma_px =
+      std::max(least_sigma_px, strength(scan, "sharpen_frac", 0.0007) * image.h);
+  const Image soft = blurred(image, sigma_px);
+  const auto factor = static_cast<float>(gain * amount);
+  for (std::size_t i = 0; i < image.data.size(); ++i) {
+    float& v = image.data[i];
+    v = std::max(0.0f, v + (v - soft.data[i]) * factor);
+  }
+}
+
+void press_highlights(Image& image, const Json& scan) {
+  constexpr float slope = 0.25f;
+  const double clip = strength(scan, "highlight_clip", 0.0);
+  if (clip <= 0.0001) return;
+  const auto knee = static_cast<float>(1.0 - clip);
+  for (float& v : image.data)
+    if (v > knee) v = knee + (v - knee) * slope;
+}
+
+}  // namespace
+
+ScanParams scan_params(const Json& paper, const Json& options) {
+  const Json& scan = get_object(paper, "scan");
+  ScanParams params;
+  params.flare = strength(scan, "flare", 0.0);
+  double dmax = kOrdinaryDmax;
+  if (!get(scan, "positive_dmax").is_null()) {
+    dmax = strength(scan, "positive_dmax", 0.0);
+    params.darkest = elementary::pow(10.0, -dmax);
+  }
+  const double print_ev = held(get_number(options, "print_ev", 0.0), -kMostStops, kMostStops);
+  if (!truthy(get(paper, "fixed_exposure")) && std::fabs(print_ev) > kLeast)
+    params.gain = elementary::pow(2.0, -print_ev);
+  params.contrast = held(get_number(scan, "positive_gamma", 1.0), kSoftest, kMostStrength);
+  params.ends.dmax = dmax;
+  params.ends.dmid = kGreyDensity;
+  if (truthy(get(paper, "fixed_grade"))) return params;
+  const double of_grade = 0.6 + 0.2 * get_number(options, "grade", 2.0);
+  params.contrast = held(params.contrast * of_grade, kSoftest, kMostStrength);
+  const double black = get_number(options, "print_black", 0.0);
+  const double white = get_number(options, "print_white", 0.0);
+  if (black > kLeast || white > kLeast) set_soft_ends(params.ends, black, white);
+  return params;
+}
+
+Image scan_positive(Image positive, const Json& paper, const Json& options) {
+  const ScanParams params = scan_params(paper, options);
+  add_flare(positive, params.flare);
+  if (params.darkest) take_off_darkest(positive, *params.darkest);
+  expose(positive, params.gain);
+  bend(positive, params);
+  clamp_to_sheet(positive);
+  return positive;
+}
+
+Image scan_finish(Image positive, const Json& paper) {
+  const Json& scan = get_object(paper, "scan");
+  positive = to_file_size(blur_by_optics(std::move(positive), scan), scan);
+  sharpen(positive, scan);
+  press_highlights(positive, scan);
+  clamp_to_sheet(positive);
+  return positive;
+}
+
+}  // namespace morva

@@ -1,0 +1,245 @@
+// Three plates on one screen: their filters and exposures, their register, their grain and the
+// lanterns.
+
+#include "plates/tricolor.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "image/errors.h"
+#include "plates/registration.h"
+#include "profiles/seeds.h"
+
+namespace morva {
+namespace {
+
+Json plates_film() {
+  return Json::parse(R"({"type": "tricolor", "grain": {"amount": 0},
+    "negative": {"dmin": 0.1, "dmax": 2.4, "gamma": 0.8},
+    "tricolor": {"filters": {"r": [1, 1, 1], "g": [1, 1, 1], "b": [2, 2, 2]}}})");
+}
+
+Json plate_options(double plate_shift) {
+  return {{"seed", 7}, {"plate_shift", plate_shift}, {"grain_engine", "classic"}};
+}
+
+Image on_screen(const Image& scene, const Json& film, const Json& options, double px_um = 60.0) {
+  RenderContext ctx;
+  return develop_tricolor(scene, film, options, px_um, nullptr, ctx);
+}
+
+Image grey_scene(int h, int w) {
+  Image scene(h, w, 3);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x)
+      for (int k = 0; k < 3; ++k)
+        scene.at(y, x, k) = 0.02f + 0.9f * static_cast<float>((x * 7 + y * 13) % 41) / 41.0f;
+  return scene;
+}
+
+// Correlation of two channels about their means.
+double correlation(const Image& image, int a, int b) {
+  const auto mean_of = [&](int k, int l) {
+    double sum = 0.0;
+    for (std::size_t i = 0; i < image.pixels(); ++i)
+      sum += static_cast<double>(image.data[3 * i + k]) * (l < 0 ? 1.0 : image.data[3 * i + l]);
+    return sum / static_cast<double>(image.pixels());
+  };
+  const auto covariance = [&](int k, int l) {
+    return mean_of(k, l) - mean_of(k, -1) * mean_of(l, -1);
+  };
+  return covariance(a, b) / std::sqrt(covariance(a, a) * covariance(b, b));
+}
+
+TEST(Tricolor, WithoutShiftThePlatesFallTogetherToTheBit) {
+  const Image scene = grey_scene(40, 60);
+  const Image screen = on_screen(scene, plates_film(), plate_options(0.0));
+  for (std::size_t i = 0; i < screen.pixels(); ++i) {
+    ASSERT_EQ(screen.data[3 * i], screen.data[3 * i + 1]);
+    ASSERT_EQ(screen.data[3 * i], screen.data[3 * i + 2]);
+  }
+  // And every pixel stands where it stood.
+  for (int x = 1; x < 60; ++x)
+    EXPECT_EQ(scene.at(5, x) > scene.at(5, x - 1), screen.at(5, x) > screen.at(5, x - 1));
+  const Image apart = on_screen(scene, plates_film(), plate_options(1.0));
+  EXPECT_LT(correlation(apart, 0, 2), 0.99);
+}
+
+TEST(Tricolor, APositiveOfAMidGreyHasThePositivesMidDensity) {
+  const Image scene(4, 4, 3, 0.18f);
+  Json film = plates_film();
+  EXPECT_NEAR(std::pow(10.0, -0.9), on_screen(scene, film, plate_options(1.0)).at(2, 2), 1e-4);
+  film["positive"] = {{"mid_density", 0.7}};
+  EXPECT_NEAR(std::pow(10.0, -0.7), on_screen(scene, film, plate_options(1.0)).at(2, 2), 1e-4);
+  film["tricolor"]["positive"] = {{"mid_density", 0.8}};
+  EXPECT_NEAR(std::pow(10.0, -0.8), on_screen(scene, film, plate_options(1.0)).at(2, 2), 1e-4);
+}
+
+TEST(Tricolor, EachPlateSeesThroughItsOwnGlass) {
+  Json film = plates_film();
+  film["tricolor"]["filters"] = {{"r", {3, 0, 0}}, {"g", {0, 2, 0}}, {"b", {0, 0, 1}}};
+  Image scene(4, 4, 3, 0.05f);
+  for (std::size_t i = 0; i < scene.pixels(); ++i) scene.data[3 * i + 1] = 0.18f;
+  Image screen = on_screen(scene, film, plate_options(1.0));
+  EXPECT_NEAR(std::pow(10.0, -0.9), screen.at(1, 1, 1), 1e-4);
+  EXPECT_LT(screen.at(1, 1, 0), 0.5f * screen.at(1, 1, 1));
+  EXPECT_EQ(screen.at(1, 1, 0), screen.at(1, 1, 2));
+  film["tricolor"]["plate_ev"] = {{"b", 1.0}};
+  EXPECT_GT(on_screen(scene, film, plate_options(1.0)).at(1, 1, 2), screen.at(1, 1, 2));
+  film["tricolor"]["projection"] = {{0, 1, 0}, {0, 0, 0}, {0, 0, 9}};
+  film["tricolor"]["cast"] = {1.0, 0.5, 1.0};
+  const Image mixed = on_screen(scene, film, plate_options(1.0));
+  EXPECT_EQ(screen.at(1, 1, 1) * 0.5f, mixed.at(1, 1, 0));
+  EXPECT_EQ(0.0f, mixed.at(1, 1, 1));
+  EXPECT_LE(mixed.at(1, 1, 2), 1.0f);
+}
+
+TEST(Tricolor, TheLanternsDarkenTheCorners) {
+  Json film = plates_film();
+  film["tricolor"]["vignette"] = 0.5;
+  const Image screen = on_screen(Image(41, 61, 3, 0.5f), film, plate_options(0.0));
+  const float centre = screen.at(20, 30);
+  EXPECT_NEAR(0.5, screen.at(0, 0) / centre, 0.04);
+  EXPECT_GT(screen.at(20, 0) / centre, 0.7f);
+}
+
+// A fifth more development is a fifth more density in the negative, and so less in the positive.
+TEST(Tricolor, UnevenDevelopmentOfThePlatesLightensTheScreen) {
+  RenderContext ctx;
+  const Image more(4, 4, 1, 0.2f);
+  const Image screen =
+      develop_tricolor(Image(4, 4, 3, 0.18f), plates_film(), plate_options(0.0), 60.0, &more, ctx);
+  const double mid_density = 0.95;
+  const HdCurve positive = make_curve(0.05, 2.8, 1.6, 1.3, 0.9);
+  const double density = positive.density(-0.2 * mid_density) - 0.05;
+  EXPECT_LT(density, 0.7);
+  for (const float v : screen.data) ASSERT_NEAR(std::pow(10.0, -density), v, 1e-5);
+}
+
+TEST(Tricolor, EachPlateHasItsOwnGrain) {
+  Json film = plates_film();
+  film["grain"] = {{"amount", 0.1}, {"size_um", 8.0}};
+  const Image even(96, 96, 3, 0.18f);
+  Json options = plate_options(0.0);
+  for (const char* engine : {"classic", "growth"}) {
+    options["grain_engine"] = engine;
+    options["_format_long_um"] = 96 * 10.0;
+    const Image screen = on_screen(even, film, options, 10.0);
+    const auto [least, most] = std::minmax_element(screen.data.begin(), screen.data.end());
+    EXPECT_GT(*most, 1.1f * *least) << engine;
+    EXPECT_NEAR(0.0, correlation(screen, 0, 1), 0.1) << engine;
+    EXPECT_NEAR(0.0, correlation(screen, 1, 2), 0.1) << engine;
+    EXPECT_EQ(screen.data, on_screen(even, film, options, 10.0).data) << engine;
+  }
+}
+
+TEST(Registration, IsOfTheFilmStreamAndTheSameInMillimetresAtEverySize) {
+  const Json tricolor = {{"registration", {{"warp_mm", 0.1}}}};
+  const auto plan = [&](int w, int h, double px_um, const Json& options) {
+    Rng rng = seeded_rng(options, kFilmStream);
+    return registration_plan(tricolor, options, w, h, px_um, rng);
+  };
+  const Json options = {{"seed", 5}};
+  const auto small = plan(600, 400, 60.0, options), large = plan(2400, 1600, 15.0, options);
+  for (int p = 0; p < 3; ++p) {
+    EXPECT_NEAR(4.0 * small[p].shift_px[0], large[p].shift_px[0], 1e-9);
+    EXPECT_EQ(small[p].turn, large[p].turn);
+    EXPECT_EQ(small[p].columns, large[p].columns);
+    EXPECT_NEAR(4.0f * small[p].creep_y[1], large[p].creep_y[1], 1e-4);
+  }
+  EXPECT_NE(small[0].shift_px, small[1].shift_px);
+  const auto twice = plan(600, 400, 60.0, {{"seed", 5}, {"plate_shift", 2.0}});
+  EXPECT_NEAR(2.0 * small[1].shift_px[1], twice[1].shift_px[1], 1e-9);
+  const auto of = [&](const Json& variants) {
+    return plan(600, 400, 60.0, {{"seed", 5}, {"seed_variants", variants}})[0].shift_px;
+  };
+  EXPECT_EQ(small[0].shift_px, of({{"frame", 3}, {"print", 1}}));
+  EXPECT_NE(small[0].shift_px, of({{"film", 1}}));
+}
+
+TEST(Registration, TheMarginIsCroppedByZooming) {
+  const Json still = {
+      {"shift_mm", 0}, {"rotate_deg", 0}, {"scale", 0}, {"warp_mm", 0}, {"margin", 0.1}};
+  const auto turn = [&](double plate_shift) {
+    Rng rng = rng_from_key({1});
+    return registration_plan({{"registration", still}}, {{"plate_shift", plate_shift}}, 60, 40,
+                             60.0, rng)[1]
+        .turn;
+  };
+  EXPECT_EQ((std::array{0.8, 0.0}), turn(1.0));
+  EXPECT_EQ((std::array{1.0, 0.0}), turn(0.0));
+}
+
+TEST(Registration, AJitterOfTheExposureMovesTheStream) {
+  const auto jittered = [&](double jitter) {
+    Json film = plates_film();
+    film["tricolor"]["ev_jitter"] = jitter;
+    Rng rng = seeded_rng(plate_options(1.0), kFilmStream);
+    TricolorParams params = tricolor_params(film, Json::object(), 60.0);
+    jitter_exposures(params, rng);
+    return std::pair(params, rng.uniform());
+  };
+  const auto [still, first] = jittered(0.0);
+  const auto [moved, next] = jittered(0.5);
+  EXPECT_EQ(0.0, still.plates[2].ev);
+  EXPECT_NE(moved.plates[0].ev, moved.plates[1].ev);
+  EXPECT_NE(first, next);
+}
+
+// A plate that is a slope of light shows where each pixel came from.
+TEST(Registration, AWarpMovesTheSlopeAndNoEdgeShows) {
+  Image across(60, 90, 1), down(60, 90, 1);
+  for (int y = 0; y < 60; ++y)
+    for (int x = 0; x < 90; ++x)
+      across.at(y, x) = static_cast<float>(x), down.at(y, x) = static_cast<float>(y);
+  PlateWarp warp;
+  warp.shift_px = {1.25, -0.5};
+  warp.turn = {0.9, 0.1};
+  warp.columns = 2;
+  warp.creep_x.assign(6, 0.0f);
+  warp.creep_y.assign(6, 0.0f);
+  warp.creep_x[1] = warp.creep_x[4] = 0.75f;
+  Image screen(60, 90, 3);
+  project_plate(across, warp, screen, 0);
+  project_plate(down, warp, screen, 1);
+  const double x = 30 - 44.5, y = 20 - 29.5;
+  const double t = (30.5 / 45.0), creep = 0.75 * t * t * (3.0 - 2.0 * t);
+  EXPECT_NEAR(44.5 + 0.9 * x - 0.1 * y + 1.25 + creep, screen.at(20, 30, 0), 1e-3);
+  EXPECT_NEAR(29.5 + 0.1 * x + 0.9 * y - 0.5, screen.at(20, 30, 1), 1e-3);
+  warp.shift_px = {1e6, -1e6};
+  project_plate(across, warp, screen, 2);
+  EXPECT_EQ(89.0f, screen.at(7, 11, 2));
+}
+
+TEST(Tricolor, SaysWhatAFilmLacks) {
+  Json film = plates_film();
+  film["negative"].erase("gamma");
+  EXPECT_THROW(on_screen(Image(2, 2, 3), film, plate_options(1.0)), ProfileError);
+  film = plates_film();
+  film["tricolor"]["filters"].erase("b");
+  EXPECT_THROW(on_screen(Image(2, 2, 3), film, plate_options(1.0)), ProfileError);
+}
+
+TEST(Tricolor, NoNumberInAFileBreaksIt) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const Image scene = grey_scene(9, 13);
+  for (const double bad : {std::nan(""), inf, -inf, 1e30, -1e30, -1.0, 0.0})
+    for (const char* path :
+         {"/registration/shift_mm", "/registration/rotate_deg", "/registration/scale",
+          "/registration/warp_mm", "/registration/warp_cell_mm", "/registration/margin",
+          "/ev_jitter", "/plate_ev/g", "/positive/gamma", "/positive/dmax", "/filters/r/0",
+          "/vignette", "/soften", "/cast/1", "/projection/4"}) {
+      Json film = plates_film();
+      film["tricolor"]["cast"] = {1, 1, 1};
+      film["tricolor"]["projection"] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+      film["tricolor"][Json::json_pointer(path)] = bad;
+      for (const float v : on_screen(scene, film, plate_options(bad)).data)
+        ASSERT_TRUE(v >= 0.0f && v <= 1.0f) << path << bad;
+    }
+}
+
+}  // namespace
+}  // namespace morva

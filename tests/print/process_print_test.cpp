@@ -1,0 +1,366 @@
+// Prints made by hand: the ink's scale, what each stage does to it, the coat, the colour and the
+// relief, and blocks that are not what they should be.
+
+#include "print/process_print.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "image/errors.h"
+#include "image/noise.h"
+#include "image/pairwise_sum.h"
+#include "image/random.h"
+#include "print/coat.h"
+#include "print/ink_deposit.h"
+#include "print/pigment.h"
+#include "print/print_relief.h"
+#include "print/process_block.h"
+#include "print/process_texture.h"
+#include "print/smooth_field.h"
+#include "profiles/seeds.h"
+
+namespace morva {
+namespace {
+
+const Json kFilm = Json::parse(R"({"type": "bw", "grain": {"amount": 0},
+    "negative": {"dmin": 0.2, "dmax": 2.4, "gamma": 0.65}})");
+
+Json paper_with(const char* process) {
+  Json paper = {{"dmin", 0.05}, {"dmax", 1.55}, {"gamma", 1.6}, {"toe", 1.2}};
+  paper["process"] = Json::parse(process);
+  return paper;
+}
+
+Image printed(const Json& paper, const Json& options, float light, const Image* mask = nullptr,
+              int w = 24, int h = 16) {
+  RenderContext ctx;
+  return print_process(Image(h, w, 3, light), kFilm, paper, options, 6.0, nullptr, mask, ctx);
+}
+
+double spread(const Image& field) {
+  return standard_deviation(field.data.data(), field.data.size());
+}
+
+// The sigma of the Gaussian that made a field, along its rows: neighbours at the distance d
+// correlate as exp(-d^2 / 4 sigma^2).
+double sigma_of(const Image& field, int distance) {
+  double square = 0.0;
+  for (int y = 0; y < field.h; ++y)
+    for (int x = 0; x + distance < field.w; ++x) {
+      const double step = static_cast<double>(field.at(y, x + distance) - field.at(y, x));
+      square += step * step;
+    }
+  const double variance = spread(field) * spread(field);
+  const double unlike = square / (2.0 * variance * field.h * (field.w - distance));
+  return distance / std::sqrt(-4.0 * std::log(1.0 - unlike));
+}
+
+TEST(ProcessPrint, InkRunsFromThePapersWhiteToItsBlack) {
+  const Json paper = paper_with(R"({"pigment": {"density": [1.5, 1.5, 1.5]}})");
+  Image density(1, 4, 1);
+  density.data = {9.0f, 0.0f, -9.0f, NAN};
+  const Image ink = ink_of_negative(density, paper, Json::object());
+  EXPECT_NEAR(0.0, ink.data[0], 1e-3);
+  EXPECT_NEAR(0.744727 / 1.5, ink.data[1], 1e-5);  // a mid grey, on a scale of 1.5
+  EXPECT_NEAR(1.0, ink.data[2], 1e-3);
+  EXPECT_EQ(0.0f, ink.data[3]);
+  // So a stain as deep as that scale prints a mid grey as one.
+  EXPECT_NEAR(0.18 * 0.875, printed(paper, Json::object(), 0.18f).at(3, 3, 1), 1e-3);
+  const Image gate(16, 24, 1, 0.0f);
+  EXPECT_FLOAT_EQ(0.8909f, printed(paper, Json::object(), 0.01f, &gate).at(3, 3, 0));
+}
+
+TEST(ProcessPrint, FloorPlugAndTransfer) {
+  const auto after = [](float ink, double floor, double plug) {
+    Image plane(1, 1, 1, ink);
+    floor_and_plug(plane, floor, plug);
+    return plane.data[0];
+  };
+  EXPECT_EQ(0.0f, after(0.2f, 0.25, 0.0));
+  EXPECT_FLOAT_EQ(0.2f, after(0.4f, 0.25, 0.0));
+  EXPECT_EQ(0.0f, after(1.0f, 1.0, 0.0));  // nothing prints, and it is a number
+  EXPECT_NEAR(1.0 - std::pow(0.4, 1.5), after(0.6f, 0.0, 0.5), 1e-6);
+  const auto taken = [](float ink, double pickup) {
+    Image plane(1, 1, 1, ink);
+    transfer_ink(plane, {pickup, 0.0}, 10.0);
+    return plane.data[0];
+  };
+  EXPECT_EQ(0.7f, taken(0.7f, 1.0));
+  EXPECT_EQ(0.7f, taken(0.7f, 1.7));
+  EXPECT_NEAR((1.0 - 0.7 * 0.4) * 0.7 * 0.6, taken(0.7f, 0.6), 1e-6);
+  EXPECT_GT(taken(0.2f, 0.6) / 0.2f, taken(0.9f, 0.6) / 0.9f);  // a thin layer goes over better
+}
+
+TEST(ProcessPrint, FieldsHaveUnitDeviationAndTheSizeAsked) {
+  for (const double sigma : {0.1, 1.0, 2.4, 2.6, 9.0, 1e9}) {
+    Rng rng = rng_from_key({7});
+    const Image field = smooth_field(rng, 320, 240, sigma);
+    EXPECT_NEAR(1.0, spread(field), 1e-4) << sigma;
+    if (sigma < 1.0 || sigma > 10.0) continue;
+    EXPECT_NEAR(sigma, sigma_of(field, static_cast<int>(sigma)), 0.08 * sigma);
+  }
+  // A fine field is what the noise gives, its mean with it.
+  Rng rng = rng_from_key({7}), same = rng;
+  const Image fine = smooth_field(rng, 40, 30, 1.3), noise = normalised_noise(same, 40, 30, 1.3);
+  for (std::size_t i = 0; i < fine.data.size(); ++i) ASSERT_NEAR(noise.data[i], fine.data[i], 1e-5);
+  EXPECT_EQ(0.0f, smooth_field(rng, 1, 1, 5.0).data[0]);
+  for (const char* kind : {"raster", "fibre", "wood", "", "unheard of"}) {
+    Json paper = paper_with(R"({"texture": {"amount": 0.3, "cell_um": 400}})");
+    paper["process"]["texture"]["kind"] = kind;
+    const ProcessBlock block = read_process_block(paper, Json::object());
+    for (const int w : {1, 2, 3, 17, 61}) {
+      const Image field = texture_field(rng, w, 23, block.texture, 10.0);
+      EXPECT_NEAR(1.0, spread(field), 1e-3) << kind << w;
+    }
+  }
+}
+
+TEST(ProcessPrint, LengthsOnThePrintAreThoseOfTheirBlocks) {
+  constexpr double px_per_mm = 20.0;
+  const auto texture = [&](double wide_amp) {
+    Rng rng = rng_from_key({11});
+    TextureBlock block;
+    block.fine_um = 100.0;
+    block.wide_um = 600.0;
+    block.wide_amp = wide_amp;
+    return texture_field(rng, 480, 360, block, px_per_mm);
+  };
+  EXPECT_NEAR(2.0, sigma_of(texture(0.0), 2), 0.1);
+  EXPECT_NEAR(12.0, sigma_of(texture(1e4), 8), 1.5);
+  // Of the fine field's variance and the wide one's, 1 and 4, at a distance that tells them apart.
+  EXPECT_NEAR(0.2 * (1.0 - std::exp(-4.0)) + 0.8 * (1.0 - std::exp(-64.0 / 576.0)),
+              1.0 - std::exp(-16.0 / std::pow(sigma_of(texture(2.0), 8), 2)), 0.05);
+  // The harder the roller, the further it drags: half of (1 + 1.6 r). Past r of 1.25 it takes the
+  // fine layer off where it laid it before.
+  const auto rolled = [&](double r, double brush_mm, double fine_amp) {
+    Rng rng = rng_from_key({12});
+    RollerBlock block;
+    block.ink.strength = r;
+    block.brush_mm = brush_mm;
+    block.fine_mm = 0.2;
+    block.fine_amp = fine_amp;
+    return roller_field(rng, 480, 360, block, px_per_mm);
+  };
+  EXPECT_NEAR(0.9 * 0.5 * px_per_mm, sigma_of(rolled(0.5, 0.5, 0.0), 6), 0.9);
+  EXPECT_NEAR(1.3 * 0.5 * px_per_mm, sigma_of(rolled(1.0, 0.5, 0.0), 8), 1.3);
+  EXPECT_NEAR(0.9 * 0.2 * px_per_mm, sigma_of(rolled(0.5, 30.0, 1e5), 3), 0.2);
+  const Image before = rolled(1.0, 0.5, 1e6), after = rolled(1.5, 0.5, 1e6);
+  double together = 0.0;
+  for (std::size_t i = 0; i < before.data.size(); ++i)
+    together += static_cast<double>(before.data[i] * after.data[i]);
+  EXPECT_LT(together, 0.0);
+}
+
+TEST(ProcessPrint, TextureThenRollerThenCoatDrawFromOneGenerator) {
+  const Json paper = paper_with(R"({"texture": {"amount": 0.6}, "ink_roller": {"roller": 0.3},
+      "coat": {"style": "brush"}, "pigment": {"density": [1, 1, 1]}, "base_rgb": [1, 1, 1]})");
+  const Json options = {{"print_px_um", 200.0}};
+  const ProcessBlock block = read_process_block(paper, options);
+  const float light = printed(paper_with("{}"), Json::object(), 0.2f).data[1] / 0.875f;
+  Image ink(40, 60, 1, -std::log10(light) / 1.6f);
+  Rng rng = seeded_rng(options, kPrintStream);
+  show_in_ink(ink, texture_field(rng, 60, 40, block.texture, 5.0), block.texture.ink);
+  show_in_ink(ink, roller_field(rng, 60, 40, block.roller, 5.0), block.roller.ink);
+  brush_coat(ink, block.coat, rng);
+  const Image expected = colour_of_ink(ink, block.pigment, block.paper);
+  const Image print = printed(paper, options, 0.2f, nullptr, 60, 40);
+  for (std::size_t i = 0; i < print.data.size(); ++i)
+    ASSERT_NEAR(expected.data[i], print.data[i], 1e-4);
+}
+
+TEST(ProcessPrint, TheGateFadesInkAndUnevennessAlike) {
+  const Json even = paper_with(R"({"plug": 0.5, "pigment": {"mode": "ink"}})");
+  Json uneven = even;
+  uneven["process"]["texture"] = {{"amount", 8}, {"specks", 1}};
+  uneven["process"]["ink_roller"] = {{"roller", 2}};
+  Image gate(16, 24, 1, 1.0f);
+  for (int y = 0; y < 16; ++y)
+    for (int x = 0; x < 12; ++x) gate.at(y, x) = x < 6 ? 0.0f : 0.25f;
+  const Image smooth = printed(even, Json::object(), 0.1f, &gate);
+  const Image rough = printed(uneven, Json::object(), 0.1f, &gate);
+  int lighter = 0, darker = 0;
+  for (int y = 0; y < 16; ++y)
+    for (int x = 0; x < 12; ++x) {
+      if (x < 6) {
+        EXPECT_EQ(smooth.at(0, 0, 0), rough.at(y, x, 0));
+        continue;
+      }
+      lighter += rough.at(y, x, 0) > smooth.at(y, x, 0) ? 1 : 0;
+      darker += rough.at(y, x, 0) < smooth.at(y, x, 0) ? 1 : 0;
+    }
+  EXPECT_FLOAT_EQ(0.8909f, smooth.at(0, 0, 0));
+  EXPECT_GT(lighter, 20);  // where the gate fades, too, there is more ink here and less there
+  EXPECT_GT(darker, 20);
+  const Image other(4, 4, 1, 1.0f);
+  EXPECT_THROW(printed(even, Json::object(), 0.1f, &other), std::logic_error);
+}
+
+TEST(ProcessPrint, TheProbeOfBlackMeetsFullInk) {
+  const Json plain = paper_with(R"({"pigment": {"mode": "ink"}})");
+  Json uneven = plain;
+  uneven["process"].update(Json::parse(R"({"texture": {"amount": 3}, "ink_roller": {"roller": 1},
+      "coat": {"style": "brush", "margin": 0.3}})"));
+  const Json probe = {{"_black_probe", true}};
+  const Image full = printed(plain, Json::object(), 0.0f, nullptr, 8, 8);
+  EXPECT_EQ(full.data, printed(uneven, probe, 0.0f, nullptr, 8, 8).data);
+  EXPECT_NE(full.data, printed(uneven, Json::object(), 0.0f, nullptr, 8, 8).data);
+}
+
+TEST(ProcessPrint, AFieldShowsMostInTheMidTones) {
+  const Image field(1, 1, 1, 1.0f);
+  const auto change = [&](float ink) {
+    Image plane(1, 1, 1, ink);
+    show_in_ink(plane, field, {0.1, 0.22, 0.16});
+    return plane.data[0] - ink;
+  };
+  const double b = 0.5;
+  const double tone = (1.0 - 0.4 * b * b * b) * std::pow(b, 0.85) / 0.62;
+  EXPECT_NEAR(tone * 0.022, change(0.5f), 1e-6);
+  EXPECT_NEAR(0.16 * 0.022, change(0.0f), 1e-7);  // specks on bare paper
+  EXPECT_EQ(0.0f, change(1.0f));
+  EXPECT_GT(change(0.6f), change(0.1f));
+}
+
+TEST(ProcessPrint, TheCoatEndsRaggedInsideTheSheet) {
+  const int w = 300, h = 200;
+  CoatBlock coat;
+  coat.style = CoatStyle::brush;
+  const auto coated = [&](std::int64_t seed) {
+    Image ink(h, w, 1, 0.8f);
+    Rng rng = rng_from_key({seed});
+    brush_coat(ink, coat, rng);
+    return ink;
+  };
+  const Image ink = coated(3);
+  EXPECT_EQ(ink.data, coated(3).data);
+  EXPECT_NE(ink.data, coated(4).data);
+  EXPECT_NEAR(0.8, ink.at(100, 150), 0.08);
+  int first_of_row[2] = {w, 0};
+  for (int y = 60; y < 140; ++y) {
+    EXPECT_EQ(0.0f, ink.at(y, 0));
+    int x = 0;
+    while (x < w && ink.at(y, x) < 0.2f) ++x;
+    first_of_row[0] = std::min(first_of_row[0], x);
+    first_of_row[1] = std::max(first_of_row[1], x);
+  }
+  EXPECT_GT(first_of_row[1] - first_of_row[0], 2);  // ragged
+  EXPECT_NEAR(0.045 * w, 0.5 * (first_of_row[0] + first_of_row[1]), 10.0);
+  coat.rough = 0.0;
+  const Image straight = coated(3);
+  for (int y = 60; y < 140; ++y) EXPECT_NEAR(straight.at(60, 16), straight.at(y, 16), 1e-6);
+  for (const auto& [tiny_w, tiny_h] : {std::pair{1, 1}, {1, 40}, {40, 1}, {2, 3}}) {
+    Image tiny(tiny_h, tiny_w, 1, 0.5f);
+    Rng rng = rng_from_key({3});
+    brush_coat(tiny, coat, rng);
+    for (const float v : tiny.data) EXPECT_TRUE(v >= 0.0f && v <= 1.0f);
+  }
+}
+
+TEST(ProcessPrint, StainTakesLightAndInkCoversIt) {
+  PigmentBlock pigment;
+  pigment.density = {2.0f, 1.0f, 0.5f};
+  const Image half(1, 1, 1, 0.5f);
+  const Image blue = colour_of_ink(half, pigment, {0.8f, 0.9f, 1.0f});
+  EXPECT_NEAR(0.8 * 0.1, blue.data[0], 1e-6);
+  EXPECT_NEAR(std::pow(10.0, -0.25), blue.data[2], 1e-6);
+  pigment.opaque = true;
+  pigment.rgb = {0.1f, 0.2f, 0.3f};
+  pigment.opacity = 0.5;
+  EXPECT_NEAR(0.75 * 0.8 + 0.25 * 0.1, colour_of_ink(half, pigment, {0.8f, 0.9f, 1.0f}).data[0],
+              1e-6);
+}
+
+TEST(ProcessPrint, ReliefIsLitFromTheUpperLeft) {
+  Image ink(40, 40, 1);
+  for (int y = 10; y < 30; ++y)
+    for (int x = 10; x < 30; ++x) ink.at(y, x) = 0.9f;
+  const auto lit = [&](double amount, double sheen) {
+    Image print(40, 40, 3, 0.4f);
+    ReliefBlock relief;
+    relief.amount = amount;
+    relief.sheen = sheen;
+    light_relief(print, ink, relief, 10.0);
+    return print;
+  };
+  const Image strong = lit(0.5, 0.0), weak = lit(0.1, 0.0);
+  EXPECT_GT(strong.at(20, 10, 0), 0.45f);  // climbs towards the light
+  EXPECT_LT(strong.at(20, 29, 0), 0.35f);
+  EXPECT_EQ(0.4f, strong.at(20, 20, 0));
+  EXPECT_LT(weak.at(20, 10, 0), strong.at(20, 10, 0));
+  const Image glossy = lit(0.0, 0.03);
+  EXPECT_NEAR(0.4 + 0.03 * std::pow(0.9, 0.7), glossy.at(20, 20, 1), 1e-6);
+  EXPECT_EQ(0.4f, glossy.at(2, 2, 1));
+  EXPECT_EQ(0.4f, lit(0.0001, 0.00001).at(20, 10, 0));
+}
+
+TEST(ProcessPrint, OptionsOverrideOrScaleAndNullLeavesTheBlock) {
+  const Json paper = paper_with(R"({"base": "buff", "texture": {"amount": 0.4},
+    "ink_roller": {"roller": 0.3}, "transfer": {"pickup": 0.8}, "relief": {"amount": 0.2},
+    "coat": {"style": "brush", "rough": 2.0}})");
+  const auto read = [&](const char* options) {
+    return read_process_block(paper, Json::parse(options));
+  };
+  const ProcessBlock own = read(R"({"ink_roller": null, "pickup": null, "coat": null,
+    "coat_rough": null, "relief": null, "paper_base": null})");
+  EXPECT_EQ(0.4, own.texture.ink.strength);
+  EXPECT_EQ(0.3, own.roller.ink.strength);
+  EXPECT_EQ(0.8, own.transfer.pickup);
+  EXPECT_EQ(0.2, own.relief.amount);
+  EXPECT_EQ(2.0, own.coat.rough);
+  EXPECT_EQ(0.7392f, own.paper[1]);
+  const ProcessBlock set = read(R"({"print_texture": 0.5, "ink_roller": 0, "pickup": 0.5,
+    "coat": "none", "coat_rough": 0.5, "relief": 3, "paper_base": "cream"})");
+  EXPECT_EQ(0.2, set.texture.ink.strength);
+  EXPECT_EQ(0.0, set.roller.ink.strength);
+  EXPECT_EQ(0.5, set.transfer.pickup);
+  EXPECT_NEAR(0.6, set.relief.amount, 1e-12);
+  EXPECT_EQ(CoatStyle::none, set.coat.style);
+  EXPECT_EQ(1.0, set.coat.rough);
+  EXPECT_EQ(0.7996f, set.paper[1]);
+  const CoatBlock whole = read(R"({"coat": {"style": "rod", "margin": 0.1}})").coat;
+  EXPECT_EQ(CoatStyle::rod, whole.style);
+  EXPECT_EQ(0.1, whole.margin);
+  EXPECT_EQ(1.0, whole.rough);  // and nothing of the paper's own
+  EXPECT_EQ(CoatStyle::none, read(R"({"coat": {"margin": 0.1}})").coat.style);
+  EXPECT_EQ(0.25f, read(R"({"paper_base": [0.5, 0.25, 0.1]})").paper[1]);
+  for (const char* option : {R"({"paper_base": [0.5, 0.25]})", R"({"paper_base": []})"}) try {
+      read(option);
+      ADD_FAILURE() << option;
+    } catch (const OptionsError& error) {
+      EXPECT_NE(std::string::npos, std::string(error.what()).find("paper_base"));
+    }
+  EXPECT_THROW(read(R"({"pickup": "much"})"), OptionsError);
+}
+
+TEST(ProcessPrint, NoBlockLeavesThePrintWithoutNumbers) {
+  for (const char* process :
+       {"true", "[1]", R"("gum")", R"({"texture": 3, "coat": [1], "relief": "x", "pigment": true})",
+        R"({"ink_floor": 1, "plug": 1e30})", R"({"ink_floor": 1e30, "plug": -5})",
+        R"({"texture": {"amount": 1e30, "fine_um": 1e30, "wide_um": -1, "raster": 1e30}})",
+        R"({"texture": {"kind": "raster", "amount": 1, "cell_um": 1e-30}})",
+        R"({"texture": {"kind": "raster", "amount": 1, "cell_um": 1e30}})",
+        R"({"ink_roller": {"roller": 1e30, "brush_mm": 1e30, "fine_mm": -1e30}})",
+        R"({"transfer": {"pickup": -1e30, "soften_mm": 1e30}})",
+        R"({"coat": {"style": "rod", "margin": 1e30, "band": -1e30, "rough": 1e30}})",
+        R"({"pigment": {"density": [1e30, -1e30, 0], "mode": "stain"}})",
+        R"({"pigment": {"mode": "ink", "opacity": 1e30, "rgb": [1, 2]}})",
+        R"({"relief": {"amount": 1e30, "sheen": 1e30, "smooth_mm": 1e30, "slope_floor": -1}})"})
+    for (const double print_px_um : {100.0, 1e30, 1e-30, 0.0, -4.0})
+      for (const float v : printed(paper_with(process), {{"print_px_um", print_px_um}}, 0.2f).data)
+        ASSERT_TRUE(v >= 0.0f && v <= 1.0f) << process << " " << print_px_um << ": " << v;
+  EXPECT_THROW(printed(paper_with(R"({"texture": {"amount": [1]}})"), Json::object(), 0.2f),
+               OptionsError);
+}
+
+TEST(ProcessPrint, OnlyTheStreamOfThePrintMovesIt) {
+  const Json paper = paper_with(R"({"texture": {"amount": 0.3}, "coat": {"style": "brush"}})");
+  const auto of_variant = [&](const char* stream) {
+    return printed(paper, {{"seed_variants", {{stream, 1}}}}, 0.2f).data;
+  };
+  EXPECT_EQ(of_variant("film"), of_variant("table"));
+  EXPECT_NE(of_variant("film"), of_variant("print"));
+}
+
+}  // namespace
+}  // namespace morva
