@@ -1,0 +1,341 @@
+// Instant cards: sizes to the pixel, which way the card lies, its corners, and the peel-apart
+// sheet.
+
+#include "finish/instant_card.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <new>
+#include <numbers>
+#include <vector>
+
+#include "finish/card_window.h"
+#include "image/errors.h"
+#include "profiles/formats.h"
+#include "profiles/peel_sizes.h"
+
+namespace morva {
+namespace {
+
+const Json kNone = Json::object();
+
+Json card_film() {
+  return Json::parse(R"({"type": "instant", "frame": {"crop": "square", "image_long_mm": 80,
+    "side_frac": 0.06, "top_ratio": 1.5, "bottom_ratio": 4, "base_tint": [0.9, 0.8, 0.7]}})");
+}
+
+Json peel_film() {
+  return Json::parse(R"({"type": "instant", "frame": {"style": "peel", "crop": "aspect",
+    "sizes": ["3x4", "8x10"], "base_tint": [0.9, 0.8, 0.7]}})");
+}
+
+// Three channels, each pixel told apart by its place.
+Image picture(int h, int w) {
+  Image image(h, w, 3);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      image.at(y, x, 0) = 0.1f + 0.5f * static_cast<float>(y) / static_cast<float>(h);
+      image.at(y, x, 1) = 0.1f + 0.5f * static_cast<float>(x) / static_cast<float>(w);
+      image.at(y, x, 2) = 0.3f;
+    }
+  return image;
+}
+
+TEST(PeelSizes, TheFilmsOwnAndNoOthers) {
+  EXPECT_EQ(95000.0, instant_image_long_um(peel_film(), "3x4"));
+  EXPECT_EQ(237500.0, instant_image_long_um(peel_film(), "8x10"));
+  for (const char* name : {"4x5", "", "10x12"}) {
+    try {
+      plan_instant_card(peel_film(), {{"peel_size", name}}, {730, 950});
+      if (*name != '\0') ADD_FAILURE() << name;  // an empty name is the default
+    } catch (const ProfileError& error) {
+      EXPECT_EQ(std::string("пил-апарт: неизвестный размер ") + name, error.what());
+    }
+  }
+  EXPECT_THROW(peel_size(kNone, "8x10"), ProfileError);  // sold as 3x4 alone
+  EXPECT_EQ(95.0, peel_size({{"sizes", Json::array()}}, "3x4").image_long_mm);
+  for (const char* name : {"3x4", "8x10"}) {
+    const PeelSize& s = peel_size(peel_film()["frame"], name);
+    EXPECT_NEAR(s.card_long_mm, s.image_long_mm + s.top_mm + s.bottom_mm, 1e-9);
+    EXPECT_NEAR(s.card_short_mm, s.image_short_mm + 2.0 * s.side_mm, 1e-9);
+  }
+}
+
+TEST(InstantOpening, CentredCropInThePicturesOrientation) {
+  const auto size = [](const Json& film, int w, int h) {
+    const PixelSize open = instant_opening(film, kNone, {w, h});
+    return std::pair(open.w, open.h);
+  };
+  EXPECT_EQ(std::pair(200, 200), size(card_film(), 300, 200));
+  EXPECT_EQ(std::pair(260, 200), size(peel_film(), 300, 200));  // 200 * 95 / 73 = 260.27
+  EXPECT_EQ(std::pair(200, 260), size(peel_film(), 200, 300));
+  EXPECT_EQ(std::pair(400, 307), size(peel_film(), 400, 390));
+  EXPECT_EQ(std::pair(231, 300), size(peel_film(), 300, 300));  // a square lies the film's way
+  Json lying = peel_film();
+  lying["frame"]["native_orientation"] = "landscape";
+  EXPECT_EQ(std::pair(300, 231), size(lying, 300, 300));
+  EXPECT_EQ(std::pair(1, 1), size(card_film(), 1, 1));
+  const Image cut = instant_opening_crop(picture(5, 10), card_film(), kNone);
+  EXPECT_EQ(5, cut.w);
+  EXPECT_EQ(picture(5, 10).at(0, 2, 1), cut.at(0, 0, 1));
+  Json open = card_film();
+  open["frame"].erase("crop");
+  EXPECT_EQ(0.0, instant_aspect(open, kNone));
+  EXPECT_EQ(std::pair(300, 200), size(open, 300, 200));
+}
+
+TEST(InstantCard, MarginsToThePixelAndThePictureInPlace) {
+  Json film = card_film();
+  const Image shot = picture(100, 80);  // upright, as the film lies
+  const Image card = instant_finish(shot, film, kNone);
+  EXPECT_EQ(100 + 9 + 24, card.h);
+  EXPECT_EQ(80 + 12, card.w);
+  for (int k = 0; k < 3; ++k) {
+    EXPECT_EQ(shot.at(0, 0, k), card.at(9, 6, k));
+    EXPECT_EQ(shot.at(99, 79, k), card.at(108, 85, k));
+  }
+  EXPECT_EQ(0.9f, card.at(0, 0, 0));
+  EXPECT_EQ(0.7f, card.at(109, 6, 2));
+
+  // Lying, the card is turned with the picture: its top is at the left.
+  const Image wide = picture(80, 100);
+  const Image lying = instant_finish(wide, film, kNone);
+  EXPECT_EQ(133, lying.w);
+  EXPECT_EQ(92, lying.h);
+  EXPECT_EQ(wide.at(0, 0, 0), lying.at(6, 9, 0));
+  EXPECT_EQ(wide.at(79, 99, 1), lying.at(85, 108, 1));
+  film["frame"]["native_orientation"] = "landscape";
+  EXPECT_EQ(112, instant_finish(wide, film, kNone).w);
+
+  const auto plan = plan_instant_card(peel_film(), kNone, {950, 730});
+  EXPECT_TRUE(plan->turned);
+  EXPECT_EQ(65, plan->margins.top);
+  EXPECT_EQ(65, plan->margins.bottom);
+  EXPECT_EQ(60, plan->margins.left);
+  EXPECT_EQ(1080, plan->size.w);
+  EXPECT_EQ(850, plan->size.h);
+  EXPECT_EQ(4, plan_instant_card(peel_film(), kNone, {8, 10})->margins.left);
+}
+
+TEST(InstantCard, NoneWithoutAFrameOrTheWish) {
+  const Image shot = picture(20, 20);
+  EXPECT_EQ(shot.data, instant_finish(shot, card_film(), {{"instant_frame", false}}).data);
+  EXPECT_EQ(shot.data, instant_finish(shot, {{"type", "instant"}}, kNone).data);
+  const Image plain =
+      instant_finish(shot, Json::parse(R"({"type": "instant", "frame": {}})"), kNone);
+  EXPECT_EQ(28, plain.w);
+  EXPECT_EQ(0.975f, plain.at(0, 0, 2));
+}
+
+TEST(InstantCard, ATintOfAnythingButThreeNumbersIsNone) {
+  Json film = card_film();
+  for (const Json& tint : {Json({"a", "b", "c"}), Json({0.5, 0.5}), Json(0.5)}) {
+    film["frame"]["base_tint"] = tint;
+    EXPECT_EQ(0.99f, instant_finish(picture(20, 20), film, kNone).at(0, 0, 1)) << tint;
+  }
+}
+
+TEST(InstantCard, ABoundIsFoundBeforeMemoryIs) {
+  for (const double wild : {1e30, 1000.0, std::numeric_limits<double>::quiet_NaN()}) {
+    Json film = card_film();
+    film["frame"]["side_frac"] = wild;
+    EXPECT_THROW(plan_instant_card(film, kNone, {100, 100}), std::bad_alloc) << wild;
+  }
+  Json film = card_film();
+  film["frame"]["top_ratio"] = -5.0;
+  EXPECT_EQ(0, plan_instant_card(film, kNone, {100, 100})->margins.top);
+  film["frame"]["corner"] = {{"mm", 1e30}};
+  film["frame"]["window_line"] = {{"gain", 1e30}, {"emboss_um", 1e30}};
+  for (const int side : {1, 2, 30})
+    for (const float v : instant_finish(picture(side, side), film, {{"card_outside", "grey"}}).data)
+      ASSERT_TRUE(v >= 0.0f && v <= 1.0f);
+  film["frame"]["side_frac"] = "wide";
+  EXPECT_THROW(plan_instant_card(film, kNone, {100, 100}), OptionsError);
+}
+
+TEST(InstantCard, SurroundingsGrowTheCardByACentimetre) {
+  const Json opts = {{"card_outside", "black"}};
+  const Image alone = instant_finish(picture(160, 160), card_film(), kNone);
+  const Image shown = instant_finish(picture(160, 160), card_film(), opts);
+  ASSERT_EQ(alone.w + 40, shown.w);
+  ASSERT_EQ(alone.h + 40, shown.h);
+  EXPECT_EQ(shown.w, plan_instant_card(card_film(), opts, {160, 160})->size.w);
+  EXPECT_NEAR(0.025, shown.at(0, 0, 0), 1e-3);
+  EXPECT_EQ(alone.at(100, 0, 1), shown.at(120, 20, 1));
+  EXPECT_LT(shown.at(shown.h - 19, 60, 0), 0.02f);  // its shadow
+  EXPECT_EQ(alone.data,
+            instant_finish(picture(160, 160), card_film(), {{"card_outside", "none"}}).data);
+  EXPECT_EQ(instant_finish(picture(160, 160), card_film(), {{"card_outside", "white"}}).data,
+            instant_finish(picture(160, 160), card_film(), {{"card_outside", "teak"}}).data);
+}
+
+// Distances just outside a round corner come out a rounding error short of a pixel's half: the
+// pixel is the ground's all the same, not one beside the card's row.
+TEST(InstantCard, ThePixelsBesideTheCardAreTheGrounds) {
+  Json film = card_film();
+  const Json opts = {{"card_outside", "black"}};
+  const auto expect_dark_beside = [&](const Image& shown, int margin, int side) {
+    for (int x = 0; x < shown.w; ++x) {
+      ASSERT_LT(shown.at(margin - 1, x, 0), 0.03f) << side;
+      ASSERT_LT(shown.at(shown.h - margin, x, 0), 0.03f) << side;
+    }
+    for (int y = 0; y < shown.h; ++y) {
+      ASSERT_LT(shown.at(y, margin - 1, 0), 0.03f) << side;
+      ASSERT_LT(shown.at(y, shown.w - margin, 0), 0.03f) << side;
+    }
+  };
+  for (int side = 50; side <= 300; ++side)
+    expect_dark_beside(instant_finish(picture(side, side), film, opts),
+                       plan_instant_card(film, opts, {side, side})->outside_px, side);
+  film["frame"]["image_long_mm"] = 79;  // a corner of 15.5544 px
+  expect_dark_beside(instant_finish(picture(1024, 1024), film, opts), 130, 1024);
+}
+
+TEST(CardWindow, CornersLoseWhatGeometrySays) {
+  const auto lost = [](const WindowCorner& corner) {
+    double area = 0.0;
+    for (int y = 0; y < 60; ++y)
+      for (int x = 0; x < 90; ++x)
+        area += 1.0 - share_inside(distance_to_edge(x + 0.5, y + 0.5, 60, 90, corner).px);
+    return area / 4.0;
+  };
+  EXPECT_EQ(0.0, lost({0.0, 0.0}));
+  EXPECT_NEAR(20.0 * 20.0 / 2.0, lost({20.0, 0.0}), 0.5);
+  EXPECT_NEAR(20.0 * 20.0 * (1.0 - std::numbers::pi / 4.0), lost({0.0, 20.0}), 0.5);
+  const double rounded = lost({12.0, 4.0});  // more than the chamfer, less than the corner's square
+  EXPECT_GT(rounded, 72.0);
+  EXPECT_LT(rounded, 82.0);
+  // Distances grow by a pixel a pixel, outwards.
+  for (int i = 0; i < 40; ++i) {
+    const double x = -5.0 + i * 0.7, y = 17.0 - i * 0.6;
+    const EdgeDistance here = distance_to_edge(x, y, 60, 90, {12.0, 4.0});
+    EXPECT_NEAR(1.0, std::hypot(here.nx, here.ny), 1e-9);
+    const EdgeDistance there =
+        distance_to_edge(x + 0.01 * here.nx, y + 0.01 * here.ny, 60, 90, {12.0, 4.0});
+    if (here.px > 0.0) {
+      EXPECT_NEAR(0.01, there.px - here.px, 1e-5) << i;
+    }
+  }
+}
+
+TEST(CardWindow, LightComesFromTheUpperLeft) {
+  Json film = card_film();
+  film["frame"]["window_line"] = {{"gain", 0.25}};
+  const Image flat = Image(800, 800, 3, 0.5f);
+  const Image card = instant_finish(flat, film, kNone);
+  const int m = 48, top = 72;  // px; 10 px to the millimetre
+  const auto shade = [&](int y, int x) { return card.at(y, x, 0); };
+  EXPECT_LT(shade(top + 400, m + 1), shade(top + 400, m + 798));  // the left edge casts a shadow
+  EXPECT_LT(shade(top + 1, m + 400), shade(top + 798, m + 400));
+  EXPECT_EQ(0.5f, shade(top + 20, m + 20));
+  EXPECT_EQ(0.9f, shade(2, 2));
+  EXPECT_NE(0.9f, shade(top + 400, m - 4));  // the groove
+}
+
+Image peeled(const Json& film, const Json& opts = Json::object()) {
+  Json stock = film;
+  instant_seeds(stock, film, opts);
+  return instant_finish(Image(475, 365, 3, 0.2f), stock, opts);
+}
+
+double white_share(const Image& sheet) {
+  double white = 0.0;
+  for (std::size_t i = 0; i < sheet.pixels(); ++i) white += sheet.data[3 * i] > 0.55f ? 1.0 : 0.0;
+  return white / static_cast<double>(sheet.pixels());
+}
+
+TEST(PeelSheet, ChipsEatThePictureAndNothingElse) {
+  Json film = peel_film();
+  const Image whole = peeled(film);
+  EXPECT_EQ(475 + 2 * 32, whole.h);  // 6.5 mm are 32.5 px, and halves go to the even
+  EXPECT_EQ(425, whole.w);
+  film["frame"]["chips"] = 30;
+  const Image chipped = peeled(film);
+  EXPECT_GT(white_share(chipped), white_share(whole));
+  film["frame"]["chips_by_size"] = {{"3x4", 0}};
+  EXPECT_EQ(whole.data, peeled(film).data);
+  EXPECT_NEAR(0.2f, chipped.at(270, 212, 0), 1e-6);
+  EXPECT_EQ(0.9f, chipped.at(3, 3, 0));
+  EXPECT_NE(whole.data, peeled(film, {{"seed_variants", {{"film", 1}}}}).data);
+  EXPECT_EQ(whole.data, peeled(film, {{"seed_variants", {{"frame", 1}}}}).data);
+  film["frame"]["chips"] = 1e30;
+  film["frame"].erase("chips_by_size");
+  film["_temp_rough"] = 1e30;
+  for (const float v : peeled(film).data) ASSERT_TRUE(v >= 0.0f && v <= 1.0f);
+}
+
+TEST(PeelSheet, RimsYellowWithoutLossOfRed) {
+  Json film = peel_film();
+  const Image fresh = peeled(film);
+  film["frame"]["edge_yellow"] = 1.0;
+  const Image yellow = peeled(film);
+  double rim = 0.0, middle = 0.0;
+  for (int y = 0; y < fresh.h; ++y)
+    for (int x = 0; x < fresh.w; ++x) {
+      ASSERT_EQ(fresh.at(y, x, 0), yellow.at(y, x, 0));
+      const double blue = 1.0 - yellow.at(y, x, 2) / fresh.at(y, x, 2);
+      const double green = 1.0 - yellow.at(y, x, 1) / fresh.at(y, x, 1);
+      ASSERT_NEAR(0.3 * blue, green, 1e-5);
+      ASSERT_LE(blue, 0.1 + 1e-6);
+      (y < 5 ? rim : middle) = std::max(y < 5 ? rim : middle, y > 200 && x > 200 ? 0.0 : blue);
+    }
+  EXPECT_GT(rim, 0.01);
+  film["_dev_mottle"] = 0.0;
+  EXPECT_EQ(fresh.data, peeled(film).data);
+}
+
+// Each field of a sheet has a generator of its own: a rougher edge moves no chip and no stain.
+TEST(PeelSheet, ChipsAndStainsStayWhenTheEdgeRoughens) {
+  Json film = peel_film();
+  film["frame"]["chips"] = 30;
+  Json rough = film;
+  film["_temp_rough"] = 0.0;
+  rough["_temp_rough"] = 3.0;
+  const Image smooth_edge = peeled(film), rough_edge = peeled(rough);
+  for (std::size_t i = 0; i < smooth_edge.data.size(); ++i)
+    ASSERT_GE(rough_edge.data[i], smooth_edge.data[i] - 0.01f);
+  film["frame"]["edge_yellow"] = rough["frame"]["edge_yellow"] = 1.0;
+  const Image stained = peeled(film), rough_stained = peeled(rough);
+  for (int y = 0; y < 20; ++y)
+    for (int x = 0; x < stained.w; ++x) ASSERT_EQ(stained.at(y, x, 2), rough_stained.at(y, x, 2));
+}
+
+TEST(PeelSheet, ALyingPictureIsTurnedWithItsSheet) {
+  Json film = peel_film();
+  film["frame"]["chips"] = 20;
+  film["frame"]["edge_yellow"] = 1.0;
+  instant_seeds(film, film, kNone);
+  const Image upright = picture(475, 365);
+  Image lying(365, 475, 3);  // the same picture turned counter-clockwise, so that its top is left
+  const auto turned = [](const Image& from, Image& to) {
+    for (int y = 0; y < to.h; ++y)
+      for (int x = 0; x < to.w; ++x)
+        for (int k = 0; k < 3; ++k) to.at(y, x, k) = from.at(x, from.w - 1 - y, k);
+  };
+  turned(upright, lying);
+  const Image sheet = instant_finish(upright, film, kNone);
+  Image expected(sheet.w, sheet.h, 3);
+  turned(sheet, expected);
+  EXPECT_EQ(expected.data, instant_finish(lying, film, kNone).data);
+}
+
+// 203.2 mm are 135.47 cells of the stain, and 237.5 mm no whole number.
+TEST(PeelSheet, TheLargestSheetHasOnePatternAtEveryRaster) {
+  Json film = peel_film();
+  film["frame"]["edge_yellow"] = 10.0;
+  instant_seeds(film, film, {{"peel_size", "8x10"}});
+  const auto stain = [&](int h, int w) {  // along the upper rim
+    const Image sheet = instant_finish(Image(h, w, 3, 0.2f), film, {{"peel_size", "8x10"}});
+    std::vector<float> rim;
+    for (int i = 0; i < 20; ++i)
+      rim.push_back(sheet.at(0, static_cast<int>((i + 0.5) / 20.0 * sheet.w), 2) / 0.7f);
+    return rim;
+  };
+  const std::vector<float> coarse = stain(200, 160), fine = stain(203, 162);
+  for (int i = 0; i < 20; ++i) EXPECT_NEAR(coarse[i], fine[i], 0.004) << i;
+}
+
+}  // namespace
+}  // namespace morva

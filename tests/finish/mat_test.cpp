@@ -1,0 +1,227 @@
+// The mat to the pixel: margins, grips, mitres and bevels, the shadow on the picture, the styles.
+
+#include "finish/mat.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <new>
+#include <stdexcept>
+
+#include "finish/mat_window.h"
+#include "image/errors.h"
+
+namespace morva {
+namespace {
+
+// Two pixels to the millimetre and a margin of ten: small enough to count.
+Json small_mat(const char* style) {
+  return {{"mat", style},        {"print_px_um", 500.0}, {"mat_width_cm", 0.5},
+          {"mat_grip_mm", 1.5},  {"mat_bevel_mm", 1.6},  {"mat_bottom_weight", 1.25},
+          {"mat_reveal_mm", 2.0}};
+}
+
+Image even_sheet(int h, int w) {
+  return Image(h, w, 3, 0.5f);
+}
+
+std::array<float, 3> pixel(const Image& image, int y, int x) {
+  return {image.at(y, x, 0), image.at(y, x, 1), image.at(y, x, 2)};
+}
+
+void expect_colour(std::array<float, 3> expected, const Image& image, int y, int x) {
+  for (int k = 0; k < 3; ++k)
+    EXPECT_NEAR(std::min(1.0f, expected[k]), image.at(y, x, k), 1e-6) << y << ' ' << x << ' ' << k;
+}
+
+std::array<float, 3> times(std::array<float, 3> colour, float factor) {
+  return {colour[0] * factor, colour[1] * factor, colour[2] * factor};
+}
+
+constexpr std::array<float, 3> kBoard = {0.8626f, 0.8317f, 0.7678f};
+constexpr std::array<float, 3> kCore = {0.9136f, 0.8794f, 0.8073f};
+constexpr std::array<float, 3> kBlackBoard = {0.0151f, 0.013f, 0.011f};
+
+TEST(Mat, MarginsFollowTheScale) {
+  Json opts = {{"mat", "classic"}, {"print_px_um", 125.0}};
+  auto margins = mat_margins(opts);
+  ASSERT_TRUE(margins);
+  EXPECT_EQ(480, margins->side_px);
+  EXPECT_EQ(538, margins->bottom_px);  // 537.6
+  opts["mat_width_cm"] = 0.01;
+  margins = mat_margins(opts);
+  EXPECT_EQ(4, margins->side_px);
+  EXPECT_EQ(4, margins->bottom_px);  // 4.48
+  opts["mat_width_cm"] = 0.5;
+  const Image framed = apply_mat(even_sheet(50, 90), opts);
+  EXPECT_EQ(50 + 40 + 45, framed.h);
+  EXPECT_EQ(90 + 80, framed.w);
+  EXPECT_EQ(Json({40, 45}), opts["_mat_margins"]);
+}
+
+TEST(Mat, NoNameIsNoMatAndAWrongOneIsNamed) {
+  const Image sheet = even_sheet(5, 7);
+  for (const Json& name : {Json("none"), Json(nullptr), Json("")}) {
+    Json opts = {{"mat", name}};
+    EXPECT_EQ(sheet.data, apply_mat(sheet, opts).data);
+    EXPECT_FALSE(has(opts, "_mat_margins"));
+  }
+  try {
+    mat_margins({{"mat", "gold"}});
+    FAIL();
+  } catch (const std::invalid_argument& error) {
+    EXPECT_STREQ("Паспарту «gold» нет. Есть: none, classic, double, emboss, french", error.what());
+  }
+}
+
+TEST(Mat, SizesThatNoSheetHasAreRefused) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  for (const char* key : {"mat_width_cm", "mat_bottom_weight", "mat_grip_mm", "mat_bevel_mm",
+                          "mat_reveal_mm", "print_px_um"}) {
+    for (const double value : {1e30, -1e30, 1e-300, nan, -3.0, 0.0}) {
+      Json opts = small_mat("double");
+      opts[key] = value;
+      try {
+        const Image framed = apply_mat(even_sheet(9, 9), opts);
+        for (const float sample : framed.data) ASSERT_TRUE(sample >= 0.0f && sample <= 1.0f);
+      } catch (const std::bad_alloc&) {
+      }
+    }
+    Json opts = small_mat("double");
+    opts[key] = {1, 2};
+    EXPECT_THROW(apply_mat(even_sheet(9, 9), opts), OptionsError) << key;
+  }
+  Json wide = {{"mat", "classic"}, {"mat_width_cm", 200.0}};
+  EXPECT_THROW(apply_mat(even_sheet(9, 9), wide), std::bad_alloc);
+}
+
+TEST(Mat, TheGripHidesBorderAndWhite) {
+  Json opts = {{"mat_grip_mm", 4.0}};
+  const auto grips = [&opts] {
+    const MatWindow w = mat_window(1000, 2000, opts, 10.0);
+    return std::array{w.top, 999 - w.bottom, w.left, 1999 - w.right};
+  };
+  EXPECT_EQ((std::array{40, 40, 40, 40}), grips());
+  // Past an inset of the picture by 0.8 mm, where that is more.
+  opts["_pic_inset_px"] = {0.0, 32.0, 32.2, 120.0};
+  EXPECT_EQ((std::array{40, 40, 41, 128}), grips());
+  // White paper around a rebate: 3 px of it stay, if the picture lies no deeper than that.
+  opts["_pic_inset_px"] = {10.0, 10.0, 60.0, 20.0};
+  opts["_frame_white_px"] = {30.4, 80.0, 25.0, 23.4};
+  EXPECT_EQ((std::array{27, 40, 42, 22}), grips());  // 27.4, grip, 42.5, 21.7
+  opts["_mat_grips_px"] = {7.6, 0.2, -5.0, 3000.0};
+  EXPECT_EQ((std::array{8, 1, 1, 999}), grips());
+  // Something stays open of the smallest sheet.
+  for (const int side : {1, 2, 3, 8}) {
+    const MatWindow window = mat_window(side, side, opts, 10.0);
+    EXPECT_LE(window.top, window.bottom);
+    EXPECT_LE(window.left, window.right);
+  }
+}
+
+TEST(Mat, BevelIsMitredAndLitFromAbove) {
+  Json opts = small_mat("classic");
+  const Image framed = apply_mat(even_sheet(40, 60), opts);
+  // Margin 10, grip 3: the window's first row and column are 13, its last 46 and 66. The bevel
+  // takes distances 1, 2 and 3 of 3.2 px.
+  ASSERT_EQ(40 + 10 + 12, framed.h);
+  for (const int d : {1, 2, 3}) {
+    expect_colour(times(kCore, 0.86f), framed, 13 - d, 40);
+    expect_colour(times(kCore, 1.1f), framed, 46 + d, 40);
+    expect_colour(times(kCore, 0.95f), framed, 30, 13 - d);
+    expect_colour(times(kCore, 1.02f), framed, 30, 66 + d);
+    // On the diagonal the upper and lower faces win, a step aside the others.
+    expect_colour(times(kCore, 0.86f), framed, 13 - d, 13 - d);
+    expect_colour(times(kCore, 0.95f), framed, 13 - d + 1, 13 - d);
+    expect_colour(times(kCore, 1.1f), framed, 46 + d, 66 + d);
+    expect_colour(times(kCore, 1.02f), framed, 46 + d - 1, 66 + d);
+  }
+  for (const auto& [y, x] : {std::pair{9, 40}, {50, 40}, {30, 9}, {30, 70}, {9, 9}, {0, 0}})
+    expect_colour(kBoard, framed, y, x);
+  // A cream core is seen in the bevel's blue alone.
+  opts["mat_core"] = "cream";
+  const Image cream = apply_mat(even_sheet(40, 60), opts);
+  for (int y = 0; y < framed.h; ++y)
+    for (int x = 0; x < framed.w; ++x) {
+      const int d = std::max({13 - y, y - 46, 13 - x, x - 66});
+      for (int k = 0; k < 3; ++k)
+        EXPECT_EQ(d >= 1 && d <= 3 && k == 2, framed.at(y, x, k) != cream.at(y, x, k));
+    }
+}
+
+TEST(Mat, ShadowFallsOnThePictureFromAbove) {
+  Json opts = small_mat("classic");
+  const Image framed = apply_mat(even_sheet(60, 80), opts);
+  const auto lit = [](int depth, double weight) {
+    return 0.5 * (1.0 - std::exp(-std::pow(depth / 4.4, 1.6)) * 0.16 * weight);
+  };
+  const int top = 13, bottom = 66, left = 13, right = 86;
+  double worst = 0.0;
+  for (int y = top; y <= bottom; ++y)
+    for (int x = left; x <= right; ++x) {
+      const std::array edges = {y - top, bottom - y, x - left, right - x};
+      const auto nearest = std::min_element(edges.begin(), edges.end());
+      const double weight = std::array{1.0, 0.3, 0.55, 0.55}[nearest - edges.begin()];
+      const double expected = *nearest == 0 ? 0.5 : lit(*nearest, weight);
+      worst = std::max(worst, std::fabs(expected - framed.at(y, x)));
+    }
+  EXPECT_LT(worst, 1e-7);
+  EXPECT_EQ(0.5f, framed.at(40, 50));
+}
+
+TEST(Mat, PictureIsHeldToPaperAndInk) {
+  Json opts = small_mat("classic");
+  Image sheet = even_sheet(60, 80);
+  sheet.at(30, 40, 0) = 7.0f;
+  sheet.at(30, 40, 1) = -7.0f;
+  const Image framed = apply_mat(sheet, opts);
+  EXPECT_EQ((std::array{1.0f, 0.0f, 0.5f}), pixel(framed, 40, 50));
+}
+
+TEST(Mat, DoubleShowsAnInnerBoard) {
+  const Image framed = [] {
+    Json opts = small_mat("double");
+    return apply_mat(even_sheet(40, 60), opts);
+  }();
+  // Window at 13: an inner bevel of 1 px, 1.4 at the least, black to 4, an outer bevel to 7.2.
+  expect_colour(times(kCore, 0.95f), framed, 30, 12);
+  for (const int d : {2, 3, 4}) expect_colour(kBlackBoard, framed, 30, 13 - d);
+  for (const int d : {5, 6, 7}) expect_colour(times(kCore, 0.95f), framed, 30, 13 - d);
+  expect_colour(kBoard, framed, 30, 5);
+  expect_colour(kBlackBoard, framed, 10, 10);
+  expect_colour(times(kCore, 0.86f), framed, 6, 6);
+}
+
+TEST(Mat, EmbossAndFrenchFollowTheirLines) {
+  Json opts = {{"mat", "emboss"}, {"print_px_um", 500.0}, {"mat_width_cm", 3.0}};
+  const Image pressed = apply_mat(even_sheet(40, 60), opts);
+  const int edge = 60 + 8;  // the window's first column; the grip is 8 px
+  const auto relief = [](double d) {
+    const double u = (d - 18.0 + 2.2) / 2.2, v = (d - 18.0 - 2.2) / 2.2;
+    return static_cast<float>(1.0 + (0.62 * std::exp(-v * v) - std::exp(-u * u)) * 0.085);
+  };
+  for (const int d : {5, 12, 16, 18, 20, 30})
+    expect_colour(times(kBoard, relief(d)), pressed, 80, edge - d);
+  EXPECT_LT(pressed.at(80, edge - 16), kBoard[0] * 0.93f);  // shade within, light without
+  EXPECT_GT(pressed.at(80, edge - 20), kBoard[0] * 1.04f);
+
+  opts["mat"] = "french";
+  const Image ruled = apply_mat(even_sheet(40, 60), opts);
+  const std::array<float, 3> wash = {kBoard[0] * (0.65f * 0.985f + 0.35f),
+                                     kBoard[1] * (0.65f * 0.965f + 0.35f),
+                                     kBoard[2] * (0.65f * 0.905f + 0.35f)};
+  for (const int d : {8, 12, 33, 37, 40}) expect_colour(kBoard, ruled, 80, edge - d);
+  for (const int d : {15, 20, 29}) expect_colour(wash, ruled, 80, edge - d);
+  for (const int d : {10, 14, 30, 35})  // 5, 7, 15 and 17.5 mm: ink of 0.42 over the board
+    expect_colour(times(kBoard, 0.25f + 0.75f * 0.42f), ruled, 80, edge - d);
+  // Squares on the corners, 2.4 px around 35, and the board beside them.
+  const auto corner = [&](int dy, int dx) { return ruled.at(edge - dy, edge - dx); };
+  EXPECT_LT(corner(33, 37), 0.6f * kBoard[0]);
+  EXPECT_LT(corner(37, 33), 0.6f * kBoard[0]);
+  EXPECT_NEAR(kBoard[0], corner(38, 37), 1e-6);
+  EXPECT_NEAR(kBoard[0], corner(37, 32), 1e-6);
+}
+
+}  // namespace
+}  // namespace morva
