@@ -6,6 +6,7 @@ packages=(
   g++ cmake ninja-build pkg-config
   nlohmann-json3-dev libjpeg62-turbo-dev libpng-dev libtiff-dev libwebp-dev libexif-dev
   libraw-dev libheif-dev
+  libstb-dev libfontconfig1 fonts-liberation2
   libcli11-dev libopenexr-dev liblcms2-dev
 )
 [ "${1:-}" = run ] || packages+=(libgtest-dev libbenchmark-dev libheif-examples python3 python3-numpy python3-scipy python3-pil)

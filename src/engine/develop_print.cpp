@@ -7,17 +7,21 @@
 #include "film/develop_bw.h"
 #include "film/develop_color.h"
 #include "film/exposure_mix.h"
+#include "plates/plate_view.h"
+#include "plates/tricolor.h"
 #include "print/bw_print.h"
 #include "print/color_print.h"
+#include "print/instant_positive.h"
+#include "print/process_print.h"
+#include "print/reversal_print.h"
+#include "print/scan.h"
+#include "print/slide.h"
+#include "profiles/film.h"
 #include "profiles/seeds.h"
 
 namespace morva {
 
 namespace {
-
-bool is_plate_view(const Json& paper) {
-  return paper_kind(paper) == "plate";
-}
 
 // An opaque base has no glass for light to be thrown back in.
 void drop_glass_on_opaque_base(Json& stock, const Json& paper) {
@@ -62,7 +66,7 @@ Image reproduce_and_surface(Image print, const std::string& type, const Json& pa
 bool prints_by_process(const std::string& film_type, const Json& paper) {
   if (!truthy(get(paper, "process"))) return false;
   if (film_type == "slide" || film_type == "tricolor" || film_type == "instant") return false;
-  return film_type != "collodion" || !is_plate_view(paper);
+  return film_type != "collodion" || paper_kind(paper) != "plate";
 }
 
 Image develop_print(Image work, Json stock, const Json& paper, const Json& opts, double um_per_px,
@@ -72,12 +76,22 @@ Image develop_print(Image work, Json stock, const Json& paper, const Json& opts,
   if (type == "collodion") drop_glass_on_opaque_base(stock, paper);
   if (type != "bw") apply_exposure_mix(work, stock, opts);
 
-  if (type == "slide" && paper_type == "reversal_paper") return print_reversal(std::move(work));
-  if (type == "slide") return show_positive(develop_slide(std::move(work)), paper, opts);
-  if (type == "tricolor") return show_positive(develop_tricolor(std::move(work)), paper, opts);
-  if (type == "instant") return develop_instant(std::move(work));
-  if (type == "collodion" && is_plate_view(paper)) return view_plate(std::move(work));
-  if (prints_by_process(type, paper)) return print_process(std::move(work), process_mask);
+  if (type == "slide" && paper_type == "reversal_paper")
+    return print_reversal(std::move(work), stock, paper, opts, um_per_px, uneven, ctx);
+  if (type == "slide")
+    return show_positive(develop_slide(std::move(work), stock, opts, um_per_px, uneven, ctx), paper,
+                         opts);
+  if (type == "tricolor")
+    return show_positive(develop_tricolor(std::move(work), stock, opts, um_per_px, uneven, ctx),
+                         paper, opts);
+  if (type == "instant") {
+    const auto develop_pack = is_mono_instant(stock) ? develop_instant_mono : develop_instant;
+    return develop_pack(std::move(work), stock, opts, um_per_px, ctx);
+  }
+  if (type == "collodion" && paper_kind(paper) == "plate")
+    return plate_positive(work, stock, paper, opts, um_per_px, ctx);
+  if (prints_by_process(type, paper))
+    return print_process(std::move(work), stock, paper, opts, um_per_px, uneven, process_mask, ctx);
 
   const auto print_silver = [&] {
     Negative negative = develop_bw(work, stock, opts, um_per_px, uneven, ctx);

@@ -5,6 +5,7 @@
 
 #include "image/resample.h"
 #include "profiles/formats.h"
+#include "profiles/peel_sizes.h"
 
 namespace morva {
 
@@ -27,7 +28,7 @@ FilmArea plan_film_area(const Json& film, const Json& opts, int width0, int heig
     area.long_um = area.cap_um = format_long_um(area.format_name, opts);
   }
   if (area.is_instant)
-    area.long_um = instant_image_long_um(film, get_text_or(opts, "peel_size", "3x4"));
+    area.long_um = instant_image_long_um(film, peel_size_name(opts));
   return area;
 }
 

@@ -10,7 +10,12 @@
 #include "engine/options.h"
 #include "engine/pending.h"
 #include "engine/sheet.h"
-#include "film/pending.h"
+#include "film/ageing.h"
+#include "film/uneven_development.h"
+#include "finish/instant_card.h"
+#include "finish/plate_mark.h"
+#include "finish/rebate.h"
+#include "finish/rebate_plan.h"
 #include "gpu/backend.h"
 #include "image/resample.h"
 #include "input/rotate_crop.h"
@@ -18,6 +23,8 @@
 #include "optics/camera_filters.h"
 #include "optics/lens.h"
 #include "optics/white_balance.h"
+#include "print/process_block.h"
+#include "print/scan.h"
 #include "profiles/film.h"
 #include "profiles/formats.h"
 #include "profiles/number_arrays.h"
@@ -46,15 +53,11 @@ void narrow_plate_rebate(Json& opts, const std::string& type, const FilmArea& ar
   if (is_plate && get_text_or(opts, "frame_style", "none") == "wide") opts["frame_style"] = "thin";
 }
 
-// The wide rebate of a format is drawn only when the crop is the whole gate.
 Rebate lay_rebate(Image work, const FilmArea& area, const RebateStyle& style, const Json& opts,
                   int pic_long) {
   Rng rng = seeded_rng(opts, kFrameStream);
-  const bool by_format =
-      style.preset != nullptr &&
-      (area.family == "120" || area.family == "sheet" || area.family == "plate") &&
-      (style.name == "thin" || area.full_gate);
-  if (!by_format) return plain_rebate(std::move(work), style, rng);
+  if (!rebate_follows_format(style, area.family, area.full_gate))
+    return plain_rebate(std::move(work), style, rng);
   const double px_per_mm = pic_long / (area.long_um / 1000.0);
   const double width_ratio = style.width > 0.0 ? style.width / style.preset->frame_frac : 1.0;
   const double format_cm =
@@ -206,6 +209,9 @@ Image process(const ProfileStore& store, Image input, const Json& film, const Js
   Image work = fit_master(std::move(source.picture), film, area, opts);
   if (area.is_instant && get_bool(opts, "instant_frame", true))
     work = instant_opening_crop(std::move(work), film, opts);
+  // A card too large is refused before the work on it; where a scan shrinks the picture, after it.
+  if (!truthy(get(get_object(paper, "scan"), "long_px")))
+    plan_instant_card(film, opts, {work.w, work.h});
   check_cancel(ctx);
 
   // In front of the film.
@@ -224,11 +230,11 @@ Image process(const ProfileStore& store, Image input, const Json& film, const Js
   update_print_scale(opts, paper, area.is_instant, area.long_um, frame.pic_long, frame.film_long);
   std::optional<Image> process_mask;
   if (prints_by_process(type, paper)) process_mask = std::exchange(rebate.mask, std::nullopt);
-  Json stock = seeded_stock(resolved, film, type, area.is_instant, opts);
+  const Json stock = seeded_stock(resolved, film, type, area.is_instant, opts);
 
   // Development and print.
   Image print =
-      develop_print(std::move(rebate.work), std::move(stock), paper, opts, frame.um_per_px,
+      develop_print(std::move(rebate.work), stock, paper, opts, frame.um_per_px,
                     uneven ? &*uneven : nullptr, ctx, process_mask ? &*process_mask : nullptr);
   uneven.reset();
   process_mask.reset();
@@ -245,7 +251,7 @@ Image process(const ProfileStore& store, Image input, const Json& film, const Js
       follow_raster(static_cast<double>(long_side(print)) / before, print, rebate.mask, opts,
                     pic_long_out);
   }
-  if (area.is_instant) return instant_finish(std::move(print), film, resolved, opts);
+  if (area.is_instant) return instant_finish(std::move(print), stock, opts);
   return lay_on_sheet(std::move(print), std::move(rebate.mask), resolved, paper, frame,
                       pic_long_out, std::move(opts), ctx);
 }

@@ -2,18 +2,19 @@
 
 #include <algorithm>
 #include <cmath>
-#include <new>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
-#include "engine/pending.h"
+#include "finish/mat.h"
+#include "finish/sheet_size.h"
+#include "finish/stamps.h"
+#include "finish/table.h"
 #include "profiles/seeds.h"
 
 namespace morva {
 
 namespace {
-
-constexpr double kLargestSheetPixels = 2147483648.0;  // 24 GiB of samples
 
 struct Span {
   int first = 0;
@@ -57,10 +58,8 @@ Image stamp_in_mat(Image sheet, Json& opts) {
   sheet = apply_mat(std::move(sheet), opts);
   Json in_margin = opts;
   const Json& margins = get(opts, "_mat_margins");
-  if (margins.is_array() && margins.size() >= 2) {
-    in_margin["_border_px"] = margins[0];
-    in_margin["_border_px_bottom"] = margins[1];
-  }
+  in_margin["_border_px"] = margins[0];
+  in_margin["_border_px_bottom"] = margins[1];
   in_margin["_plate_px"] = 0;
   return apply_stamps(std::move(sheet), in_margin);
 }
@@ -69,10 +68,8 @@ Image stamp_in_mat(Image sheet, Json& opts) {
 
 Image pad_border(Image image, double border, const std::array<float, 3>& rgb) {
   if (border <= 0.0) return image;
-  const double border_px = std::nearbyint(std::max(image.h, image.w) * border);
-  if ((image.h + 2.0 * border_px) * (image.w + 2.0 * border_px) > kLargestSheetPixels)
-    throw std::bad_alloc();
-  const int p = static_cast<int>(border_px);
+  const int p = sheet_pixels(std::max(image.h, image.w) * border);
+  require_sheet_size(std::int64_t{image.h} + 2 * p, std::int64_t{image.w} + 2 * p);
   Image sheet(image.h + 2 * p, image.w + 2 * p, 3);
   for (std::size_t i = 0; i < sheet.pixels(); ++i) std::copy_n(rgb.data(), 3, &sheet.data[i * 3]);
   for (int y = 0; y < image.h; ++y)
@@ -122,7 +119,7 @@ std::string paper_kind(const Json& paper) {
 
 bool is_chosen(const Json& opts, std::string_view key) {
   const auto name = get_optional_text(opts, key);
-  return name && *name != "none";
+  return name && !name->empty() && *name != "none";
 }
 
 bool paper_has_sheet(const Json& paper) {

@@ -14,7 +14,8 @@
 namespace morva {
 
 // A border of `border` (fraction of the long side) in the colour `rgb` around the picture's first
-// three channels; the picture itself when `border` is not positive.
+// three channels; the picture itself when `border` is not positive. Throws std::bad_alloc for a
+// border that makes the sheet larger than any.
 Image pad_border(Image image, double border, const std::array<float, 3>& rgb);
 
 // Lays the paper's colour over what lies outside the rebate's mask (one channel, the print's size).
@@ -29,7 +30,7 @@ std::optional<std::array<double, 4>> measure_white_frame(const Image& mask, doub
 // "scan", "plate" or empty.
 std::string paper_kind(const Json& paper);
 
-// The option `key` names something: it is neither null nor "none".
+// The option `key` names something: it is neither null, empty nor "none".
 bool is_chosen(const Json& opts, std::string_view key);
 
 // False for a scan, and for a paper that says so itself.

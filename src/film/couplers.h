@@ -1,4 +1,5 @@
-// Chemistry between the layers of a colour negative.
+// Chemistry between the layers of a colour film: what the bath carries from one layer to another
+// moves their colours and leaves their mean, so that neutrals stay neutral.
 #pragma once
 
 #include <array>
@@ -18,8 +19,19 @@ inline float layer_mean(const float* p) {
 // `interlayer` is on, `couplers.matrix_ds`. Throws ProfileError when it does not hold nine numbers.
 std::optional<std::array<float, 9>> coupler_matrix(const Json& film, const Json& options);
 
+// How the layers hold each other back, in row order. Nothing unless option `interlayer` is on and
+// the film has `couplers.matrix_ds`. All that a reversal film has of this: it is in the first,
+// black-and-white bath that its layers act on each other, and its colour comes in the second, from
+// couplers that mask nothing.
+std::optional<std::array<float, 9>> interlayer_matrix(const Json& film, const Json& options);
+
+// Purer dyes: every pixel's density above `grey` keeps its mean and has its differences from it
+// widened by `saturation`, of which a negative one narrows and one of no more than 0.0001
+// does nothing. In place.
+void widen_dyes(Image& density, double saturation, const std::array<float, 3>& grey = {});
+
 // Acts on the colour difference of every pixel's density: by the matrix, or else by a positive
-// `saturation`. The mean of the three layers is untouched, so neutrals stay neutral. In place.
+// `saturation`. In place.
 void apply_couplers(Image& density, const std::optional<std::array<float, 9>>& matrix,
                     double saturation);
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <optional>
 
+#include "film/layers.h"
 #include "film/negative.h"
 #include "image/image.h"
 #include "image/render_context.h"
@@ -12,9 +13,8 @@
 namespace morva {
 
 struct DevelopParams {
-  std::array<HdCurve, 3> curves;                 // layers r, g, b
-  double ev = 0.0;                               // exposure, stops
-  std::optional<std::array<float, 3>> layer_ev;  // exposure of each layer beside it, stops
+  std::array<HdCurve, 3> curves;  // layers r, g, b
+  LayerExposure exposure;
   const Image* uneven = nullptr;  // field of uneven development, one channel, or none
   std::optional<std::array<float, 9>> couplers;  // layer matrix in row order
   double saturation = 0.0;       // widens colour differences where there is no matrix

@@ -26,15 +26,6 @@ void mix_infrared(Image& scene, const std::array<float, 4>& w) {
   }
 }
 
-void mix_layers(Image& scene, const std::array<float, 9>& m) {
-  float* p = scene.data.data();
-  for (std::size_t i = 0; i < scene.pixels(); ++i, p += 3) {
-    const float r = p[0], g = p[1], b = p[2];
-    for (int row = 0; row < 3; ++row)
-      p[row] = (m[row * 3] * r + m[row * 3 + 1] * g) + m[row * 3 + 2] * b;
-  }
-}
-
 bool is_identity(const std::array<double, 9>& matrix) {
   for (int i = 0; i < 9; ++i) {
     const double unit = i % 4 == 0 ? 1.0 : 0.0;
@@ -73,10 +64,7 @@ std::optional<std::array<float, 9>> sensitization_matrix(const Json& film, const
     for (int column = 0; column < 3; ++column) m[column] /= sum;
   }
   if (is_identity(*matrix)) return std::nullopt;
-  std::array<float, 9> rounded;
-  std::transform(matrix->begin(), matrix->end(), rounded.begin(),
-                 [](double element) { return static_cast<float>(element); });
-  return rounded;
+  return nine_floats(*matrix);
 }
 
 void apply_exposure_mix(Image& scene, const Json& film, const Json& options) {
@@ -84,10 +72,9 @@ void apply_exposure_mix(Image& scene, const Json& film, const Json& options) {
     scale_channels(scene, gains->data());
   if (const Json& ir_proxy = get(film, "ir_proxy"); truthy(ir_proxy))
     mix_infrared(scene, ir_mix(ir_proxy));
-  if (const auto matrix = sensitization_matrix(film, "sensitization")) mix_layers(scene, *matrix);
+  if (const auto matrix = sensitization_matrix(film, "sensitization")) mix_rows(scene, *matrix);
   if (!get_bool(options, "interlayer", false)) return;
-  if (const auto matrix = sensitization_matrix(film, "sensitization_ds"))
-    mix_layers(scene, *matrix);
+  if (const auto matrix = sensitization_matrix(film, "sensitization_ds")) mix_rows(scene, *matrix);
 }
 
 }  // namespace morva

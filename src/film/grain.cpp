@@ -28,8 +28,10 @@ GrainSettings grain_settings(const Json& film, const Json& options) {
   return settings;
 }
 
-NormalSource film_normals(const Json& options) {
-  return [rng = seeded_rng(options, kFilmStream)](std::size_t n) mutable { return rng.normals(n); };
+NormalSource film_normals(const Json& options, std::optional<std::int64_t> plate = std::nullopt) {
+  return [rng = seeded_rng(options, kFilmStream, plate)](std::size_t n) mutable {
+    return rng.normals(n);
+  };
 }
 
 double film_long_um(const Json& options) {
@@ -51,13 +53,15 @@ Key growth_key(const Json& film, const Json& options) {
 }
 
 Image add_grain(Image density, const Json& film, const Json& options, double px_um,
-                const HdCurve& curve, const RenderContext& ctx) {
+                const HdCurve& curve, const RenderContext& ctx, std::optional<std::int64_t> plate) {
   const GrainSettings s = grain_settings(film, options);
-  if (grain_engine_is_growth(options))
-    return add_grain_growth_bw(std::move(density), curve.dmin, curve.dmax, film_long_um(options),
-                               growth_key(film, options), s.record, s.mult, s.size_mult, ctx);
-  return add_grain_bw(std::move(density), curve.dmin, curve.dmax, s.record, px_um, s.size_mult,
-                      s.mult, film_normals(options));
+  if (!grain_engine_is_growth(options))
+    return add_grain_bw(std::move(density), curve.dmin, curve.dmax, s.record, px_um, s.size_mult,
+                        s.mult, film_normals(options, plate));
+  Key key = growth_key(film, options);
+  if (plate) key.push_back(*plate);
+  return add_grain_growth_bw(std::move(density), curve.dmin, curve.dmax, film_long_um(options), key,
+                             s.record, s.mult, s.size_mult, ctx);
 }
 
 Image add_grain(Image density, const Json& film, const Json& options, double px_um,

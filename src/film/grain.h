@@ -3,6 +3,8 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
+#include <optional>
 
 #include "image/image.h"
 #include "image/random.h"
@@ -14,9 +16,12 @@ namespace morva {
 
 // Density with base and fog in and out; `px_um` is a pixel's size on the film. Options read:
 // `grain_engine`, `grain_mult`, `grain_size_mult`, `grain_rms`, `seed`, `seed_variants`,
-// `_format_long_um`, `_growth_seed`. Draws from the film stream. May throw Cancelled.
+// `_format_long_um`, `_growth_seed`. May throw Cancelled. The growth engine draws by growth_key,
+// the classic one by the film stream's [seed, stream, variant]. A `plate` is one of a set that
+// shares a picture: its number ends that key, whichever it is, so that its grain is its own.
 Image add_grain(Image density, const Json& film, const Json& options, double px_um,
-                const HdCurve& curve, const RenderContext& ctx);
+                const HdCurve& curve, const RenderContext& ctx,
+                std::optional<std::int64_t> plate = std::nullopt);
 Image add_grain(Image density, const Json& film, const Json& options, double px_um,
                 const std::array<HdCurve, 3>& curves, const RenderContext& ctx);
 

@@ -1,0 +1,259 @@
+// Hand-coated plates: the pour, the edge of the coating, the developer's marks and the curve.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "film/develop_bw.h"
+#include "film/flow_noise.h"
+#include "film/plate_development.h"
+#include "film/plate_fields.h"
+#include "image/pairwise_sum.h"
+
+namespace morva {
+namespace {
+
+constexpr int kWidth = 404, kHeight = 304;
+constexpr double kPxUm = 250.0;  // a plate of 101 x 76 mm
+
+Json wet_film() {
+  return Json::parse(R"({"type": "collodion", "grain": {"amount": 0}, "collodion": {},
+    "negative": {"dmin": 0.1, "dmax": 1.6, "dmax_intensified": 2.4, "gamma": 1.2,
+                 "mid_density": 0.8}})");
+}
+
+PlateParams wet_plate(const char* options) {
+  return plate_params(wet_film(), Json::parse(options));
+}
+
+double mean_of(const Image& image) {
+  double sum = 0.0;
+  for (const float v : image.data) sum += static_cast<double>(v);
+  return sum / static_cast<double>(image.data.size());
+}
+
+float developed(const Json& film, float light, const char* options) {
+  RenderContext ctx;
+  const Negative plate =
+      develop_bw(Image(1, 1, 3, light), film, Json::parse(options), kPxUm, nullptr, ctx);
+  return plate.density.data[0] + static_cast<float>(plate.curve.dmid);
+}
+
+// Correlation of neighbours `dx`, `dy` apart.
+double correlation(const Image& field, int dx, int dy) {
+  double sum = 0.0, squares = 0.0;
+  for (int y = std::max(0, -dy); y < std::min(field.h, field.h - dy); ++y)
+    for (int x = std::max(0, -dx); x < std::min(field.w, field.w - dx); ++x) {
+      const double a = static_cast<double>(field.at(y, x));
+      sum += a * static_cast<double>(field.at(y + dy, x + dx));
+      squares += a * a;
+    }
+  return sum / squares;
+}
+
+// Across the streaks correlation falls as exp(-(3 d / 2 scale)^2); along them it is stretched.
+TEST(FlowNoise, StreaksRunFromTheCornerOfThePourAtTheirScale) {
+  for (const bool right : {false, true}) {
+    double half = 0.0, across = 0.0, along = 0.0;
+    for (int seed = 0; seed < 12; ++seed) {
+      Rng rng = rng_from_key({5, seed});
+      const Image field = flow_noise(300, 300, 250.0, {{right, false}, 6.0, 4.0}, rng);
+      const int down = right ? -1 : 1;  // 17 pixels both ways are 6 mm
+      half += correlation(field, 9, -9 * down) / 12.0;
+      across += correlation(field, 17, -17 * down) / 12.0;
+      along += correlation(field, 17, 17 * down) / 12.0;
+    }
+    EXPECT_NEAR(std::exp(-2.25 * 0.53 * 0.53), half, 0.12) << right;
+    EXPECT_NEAR(0.1, across, 0.12) << right;
+    EXPECT_NEAR(std::exp(-2.25 / 16.0), along, 0.08) << right;
+  }
+}
+
+TEST(FlowNoise, HasUnitScaleAndStaysWhereItIsOnAFinerRaster) {
+  double variance = 0.0;
+  for (int seed = 0; seed < 20; ++seed) {
+    Rng coarse_rng = rng_from_key({seed});
+    Rng fine_rng = coarse_rng;
+    const Image coarse = flow_noise(76, 101, 1000.0, {{}, 6.0, 2.0}, coarse_rng);
+    const Image fine = flow_noise(304, 404, 250.0, {{}, 6.0, 2.0}, fine_rng);
+    variance += std::pow(standard_deviation(coarse.data.data(), coarse.data.size()), 2) / 20.0;
+    EXPECT_NEAR(coarse.at(38, 50), fine.at(154, 202), 0.15);
+    EXPECT_EQ(coarse_rng.next(), fine_rng.next());
+  }
+  EXPECT_NEAR(1.0, std::sqrt(variance), 0.2);
+}
+
+TEST(FineNoise, FadesWhereThePixelIsTooLargeForIt) {
+  for (const double px_um : {5.0, 120.0}) {
+    Rng rng = rng_from_key({9});
+    const Image noise = fine_noise(256, 256, px_um, 14.0, rng);
+    const double wanted = std::min(14.0 / px_um / 0.45, 1.0);
+    EXPECT_NEAR(wanted, standard_deviation(noise.data.data(), noise.data.size()), 0.05 * wanted);
+  }
+}
+
+TEST(PourField, FallsAcrossThePlateAndPausesInACrescent) {
+  Json film = wet_film();
+  film["collodion"] = {{"wander", 0}, {"slope", 0.2}, {"crescent", 0.3}};
+  bool seen[2][2] = {};
+  for (int seed = 0; seed < 24; ++seed) {
+    Rng rng = rng_from_key({seed});
+    const PlateParams plate = plate_params(film, Json::object());
+    const PourField pour = pour_field(kHeight, kWidth, kPxUm, plate, rng);
+    seen[pour.corner.below][pour.corner.right] = true;
+    const int top = pour.corner.below ? kHeight - 1 : 0;
+    const int left = pour.corner.right ? kWidth - 1 : 0;
+    EXPECT_NEAR(1.1, pour.gain.at(top, left), 0.01);
+    EXPECT_NEAR(0.9, pour.gain.at(kHeight - 1 - top, kWidth - 1 - left), 0.01);
+    // On the long side, 0.16 of it from the corner.
+    const int arc = static_cast<int>(0.16 * kWidth);
+    const float there = pour.gain.at(top, left == 0 ? arc : kWidth - 1 - arc);
+    EXPECT_NEAR((1.1 - 0.16 * 0.1) * 1.3, there, 0.01);
+  }
+  EXPECT_TRUE(seen[0][0] && seen[0][1] && seen[1][0] && seen[1][1]);
+}
+
+TEST(PlateField, IsEvenInsideAndBareAtOneCorner) {
+  Rng rng = rng_from_key({3});
+  const PlateField field = plate_field(kWidth, kHeight, kPxUm, PlateEdge{}, 1.0, rng);
+  const int inside = 80;  // 20 mm
+  for (int y = inside; y < kHeight - inside; ++y)
+    for (int x = inside; x < kWidth - inside; ++x) {
+      ASSERT_EQ(1.0f, field.gain.at(y, x));
+      ASSERT_EQ(1.0f, field.edge.at(y, x));
+    }
+  EXPECT_NEAR(1.12, *std::max_element(field.gain.data.begin(), field.gain.data.end()), 0.005);
+  int bare = 0;  // 2.2 mm in from both sides
+  for (const int y : {8, kHeight - 9})
+    for (const int x : {8, kWidth - 9}) bare += field.edge.at(y, x) < 0.01f;
+  EXPECT_EQ(1, bare);
+  EXPECT_GT(mean_of(field.edge), 0.95);
+}
+
+// What a pour of nothing is, however it is said.
+TEST(Plate, WithoutAPourHasNoMarks) {
+  const Json film = wet_film();
+  const Image scene(40, 60, 3, 0.18f);
+  RenderContext ctx;
+  for (const char* options :
+       {R"({"plate_pour": 0})", R"({"plate_pour": null, "push": 3})", R"({"plate_pour": -2})"}) {
+    const Negative plate = develop_bw(scene, film, Json::parse(options), kPxUm, nullptr, ctx);
+    for (const float d : plate.density.data) ASSERT_NEAR(0.0, d, 2e-6) << options;
+  }
+  const Negative poured = develop_bw(scene, film, Json::object(), kPxUm, nullptr, ctx);
+  EXPECT_GT(standard_deviation(poured.density.data.data(), poured.density.data.size()), 0.01);
+}
+
+TEST(Plate, VeilsAndGrowsCrystalsInItsThinPartsWithPush) {
+  const HdCurve curve = negative_curve(wet_film().at("negative"));
+  const auto grown = [&](const char* options, float density) {
+    const PlateParams plate = wet_plate(options);
+    PlateFields fields = plate_fields(plate, kWidth, kHeight, 40.0);
+    fields.edge = Image(kHeight, kWidth, 1, 1.0f);
+    const Image marked =
+        develop_plate_post(Image(kHeight, kWidth, 1, density), plate, curve, 40.0, fields);
+    return mean_of(marked) - static_cast<double>(density);
+  };
+  const double veil = grown("{}", 0.1f);
+  // The mean of max(1 + f1 + 1.1 f2, 0), the fine field at 0.78 of its deviation by the pixel.
+  EXPECT_NEAR(0.06 * 1.16, veil, 0.012);
+  EXPECT_NEAR(2.0 * veil, grown(R"({"plate_pour": 2})", 0.1f), 1e-4);
+  const double one = grown(R"({"push": 1})", 0.1f) - veil;
+  const double two = grown(R"({"push": 2})", 0.1f) - veil;
+  EXPECT_GT(one, 0.002);
+  EXPECT_GT(two, 1.5 * one);
+  EXPECT_LT(grown(R"({"push": 2})", 1.55f) - veil, 0.1 * two);
+}
+
+TEST(Plate, IsNowhereThinnerThanItsGlass) {
+  const HdCurve curve = negative_curve(wet_film().at("negative"));
+  const PlateParams plate = wet_plate(R"({"plate_pour": 4, "push": 2})");
+  PlateFields fields = plate_fields(plate, kWidth, kHeight, kPxUm);
+  const Image marked =
+      develop_plate_post(Image(kHeight, kWidth, 1, 0.1f), plate, curve, kPxUm, fields);
+  EXPECT_GE(*std::min_element(marked.data.begin(), marked.data.end()), 0.1f);
+}
+
+TEST(Plate, IsBareBeyondTheCoating) {
+  RenderContext ctx;
+  const Json film = wet_film();
+  const Negative plate =
+      develop_bw(Image(kHeight, kWidth, 3, 5.0f), film, Json::object(), kPxUm, nullptr, ctx);
+  const auto [thinnest, densest] =
+      std::minmax_element(plate.density.data.begin(), plate.density.data.end());
+  EXPECT_NEAR(0.1 - plate.curve.dmid, *thinnest, 1e-6);
+  EXPECT_GT(*densest + plate.curve.dmid, 1.4);
+}
+
+TEST(Plate, IntensifiesToItsOwnDensity) {
+  const Json film = wet_film();
+  const auto densest = [&](double intensify) {
+    Json options = {{"plate_pour", 0}, {"intensify", intensify}};
+    return developed(film, 1e6f, options.dump().c_str());
+  };
+  EXPECT_NEAR(1.6, densest(0.0), 1e-3);
+  EXPECT_NEAR(2.0, densest(0.5), 1e-3);
+  EXPECT_NEAR(2.4, densest(1.0), 1e-3);
+  EXPECT_NEAR(2.4, densest(9.0), 1e-3);
+  EXPECT_NEAR(0.9, developed(film, 0.18f, R"({"plate_pour": 0, "intensify": 1})"), 1e-3);
+}
+
+TEST(DryPlate, IsExposedMoreAndFoggedAtItsEdge) {
+  Json film = Json::parse(R"({"type": "bw", "grain": {"amount": 0},
+    "negative": {"dmin": 0.1, "dmax": 2.2, "gamma": 0.7},
+    "dryplate": {"edge_gain": 0.4, "frill": 0, "hold_mm": 0}})");
+  RenderContext ctx;
+  const auto densest = [&](double edge_fog, float light) {
+    film["dryplate"]["edge_fog"] = edge_fog;
+    const Negative plate =
+        develop_bw(Image(kHeight, kWidth, 3, light), film, Json::object(), kPxUm, nullptr, ctx);
+    EXPECT_EQ(plate.density.at(kHeight / 2, kWidth / 2),
+              develop_bw(Image(kHeight, kWidth, 3, light), film,
+                         Json::parse(R"({"plate_pour": null})"), kPxUm, nullptr, ctx)
+                  .density.at(kHeight / 2, kWidth / 2));
+    return *std::max_element(plate.density.data.begin(), plate.density.data.end());
+  };
+  EXPECT_NEAR(0.7 * std::log10(1.4), densest(0.0, 0.18f), 0.01);
+  EXPECT_NEAR(0.5 * 0.4, densest(0.5, 0.0f) - densest(0.0, 0.0f), 0.005);
+  film["dryplate"]["veil"] = "a wet plate's";
+  EXPECT_NO_THROW(plate_params(film, Json::object()));
+}
+
+TEST(Plate, FollowsItsSeedAndNothingElse) {
+  Json film = wet_film();
+  const auto gain = [&](const char* options) {
+    return plate_fields(plate_params(film, Json::parse(options)), 60, 40, 1500.0).gain.data;
+  };
+  EXPECT_EQ(gain(R"({"seed": 4})"), gain(R"({"seed": 4, "seed_variants": {"film": 2}})"));
+  EXPECT_NE(gain(R"({"seed": 4})"), gain(R"({"seed": 5})"));
+  film["_plate_seed"] = {4, 1, 2, 78};  // where the flow lists the stream, its variants count
+  const auto second = gain(R"({"seed": 4})");
+  film["_plate_seed"] = {4, 1, 3, 78};
+  EXPECT_NE(second, gain(R"({"seed": 4})"));
+}
+
+TEST(Plate, WildNumbersLeaveAPicture) {
+  RenderContext ctx;
+  Json film = wet_film();
+  for (const Json& record : {Json(5), Json(), Json::array({1})}) {
+    film["collodion"] = record;
+    EXPECT_EQ(0.5, plate_params(film, Json::object()).crystal);
+  }
+  film["collodion"] = Json::object();
+  for (const double wild : {1e30, -1e30, 1e-300, 0.0, std::nan("")}) {
+    for (const char* key : {"veil", "crystal", "slope", "crescent", "wander", "edge_gain",
+                            "frill_mm", "frill", "wave_mm", "hold_mm", "edge_rough"})
+      film["collodion"][key] = wild;
+    for (const double px_um : {1e-9, 50.0, 1e9}) {
+      const Json options = {{"plate_pour", wild == 0.0 ? 1.0 : wild}, {"push", 1e30}};
+      for (const int w : {1, 2, 37}) {
+        const Negative plate = develop_bw(Image(3, w, 3, 0.5f), film, options, px_um, nullptr, ctx);
+        for (const float d : plate.density.data) ASSERT_TRUE(std::isfinite(d)) << wild;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace morva
