@@ -38,7 +38,7 @@ void light_pixel(float* pixel, int channels, float light) {
   for (int k = 0; k < channels; ++k) pixel[k] *= light;
 }
 
-void press_relief(Image& sheet, const Image& mask, int left, int top, const PixelRect& paper,
+void press_relief(Image& sheet, const Image& mask, int left, int top, const SheetRect& paper,
                   const Press& press) {
   Image depth = blur_plane(mask, press.bend_px);
   for (float& d : depth.data) d = bitten(d);

@@ -6,7 +6,7 @@
 namespace morva {
 
 // A rectangle of whole pixels, right and bottom excluded.
-struct PixelRect {
+struct SheetRect {
   int left = 0, top = 0, right = 0, bottom = 0;
 };
 
@@ -34,7 +34,7 @@ void light_pixel(float* pixel, int channels, float light);
 // Presses `mask` (one channel, 0..1, its pixel (0, 0) at (left, top) of the sheet) into the paper.
 // Around its figure the mask must be empty for four sigmas of the bend, but where the figure runs
 // off the paper. Nothing outside `paper` changes.
-void press_relief(Image& sheet, const Image& mask, int left, int top, const PixelRect& paper,
+void press_relief(Image& sheet, const Image& mask, int left, int top, const SheetRect& paper,
                   const Press& press);
 
 }  // namespace morva

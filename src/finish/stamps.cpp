@@ -51,13 +51,13 @@ double capital_mm(const Json& opts) {
 
 // The paper that may be pressed, and the picture on it.
 struct Margins {
-  PixelRect paper;
-  PixelRect picture;
+  SheetRect paper;
+  SheetRect picture;
   double side_px = 0.0;
   double bottom_px = 0.0;
 
   // Under the picture, where the row of stamps stands.
-  PixelRect foot() const { return {paper.left, picture.bottom, paper.right, paper.bottom}; }
+  SheetRect foot() const { return {paper.left, picture.bottom, paper.right, paper.bottom}; }
 };
 
 // Nothing when there is no paper around the picture, or none inside the plate mark.
@@ -73,7 +73,7 @@ std::optional<Margins> find_margins(const Image& sheet, const Json& opts) {
   margins.picture = {side, side, sheet.w - side, sheet.h - below};
   margins.side_px = border - plate;
   margins.bottom_px = bottom - plate;
-  const PixelRect& picture = margins.picture;
+  const SheetRect& picture = margins.picture;
   if (picture.left >= picture.right || picture.top >= picture.bottom) return std::nullopt;
   return margins;
 }
@@ -81,12 +81,12 @@ std::optional<Margins> find_margins(const Image& sheet, const Json& opts) {
 // The four margins around the picture: what is pressed there leaves the picture alone.
 template <class Press>
 void on_margins(const Margins& margins, Press press) {
-  const PixelRect& a = margins.paper;
-  const PixelRect& p = margins.picture;
-  press(PixelRect{a.left, a.top, a.right, p.top});
+  const SheetRect& a = margins.paper;
+  const SheetRect& p = margins.picture;
+  press(SheetRect{a.left, a.top, a.right, p.top});
   press(margins.foot());
-  press(PixelRect{a.left, p.top, p.left, p.bottom});
-  press(PixelRect{p.right, p.top, a.right, p.bottom});
+  press(SheetRect{a.left, p.top, p.left, p.bottom});
+  press(SheetRect{p.right, p.top, a.right, p.bottom});
 }
 
 // A mask over a part of the bottom margin, with room for the bend all around.
@@ -101,7 +101,7 @@ StripMask strip_mask(const Margins& margins, double left, double right, double m
   const auto within = [](double v, int least, int most) {
     return static_cast<int>(std::floor(std::clamp<double>(v, least, most)));
   };
-  const PixelRect& paper = margins.paper;
+  const SheetRect& paper = margins.paper;
   const int room = static_cast<int>(std::ceil(4.0 * bend_px)) + 1;
   const int top = margins.picture.bottom;
   StripMask strip;
@@ -136,7 +136,7 @@ double middle_of_row(const Margins& margins, double capital_px, double px_per_mm
 
 // In the middle of the sheet, but clear of the picture's corner as long as that cuts nothing off.
 double left_of_row(const Margins& margins, double width, double px_per_mm) {
-  const PixelRect& paper = margins.paper;
+  const SheetRect& paper = margins.paper;
   const double centred = 0.5 * (paper.left + paper.right - width);
   const double clear = margins.picture.left + kClearOfCornerMm * px_per_mm;
   const bool fits = width <= paper.right - paper.left;
@@ -255,7 +255,7 @@ float groove_light(const Groove& groove, double x, double y) {
   return light_in_groove(after, groove.width_px, across);
 }
 
-void press_groove(Image& sheet, const PixelRect& paper, const Groove& groove) {
+void press_groove(Image& sheet, const SheetRect& paper, const Groove& groove) {
   const double reach = groove.reach_px();
   const auto press = [&](int y, int first, int last) {
     for (int x = std::max(first, paper.left); x < std::min(last, paper.right); ++x) {
@@ -296,7 +296,7 @@ void emboss_lines(Image& sheet, const Margins& margins, const std::string& kind,
       groove.break_top = row->middle - half_height;
       groove.break_bottom = row->middle + half_height;
     }
-    on_margins(margins, [&](const PixelRect& paper) { press_groove(sheet, paper, groove); });
+    on_margins(margins, [&](const SheetRect& paper) { press_groove(sheet, paper, groove); });
   }
 }
 

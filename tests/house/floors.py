@@ -1,4 +1,6 @@
-"""Includes point down: a folder may include those on its own floor or below, never one above."""
+"""Includes point down: a folder may include those on its own floor or below, never one above.
+
+And a name stands for one type: two headers that give it two break the one-definition rule unseen."""
 
 import pathlib
 import re
@@ -37,7 +39,15 @@ def main(root):
         for included in re.findall(r'#include "([^"]+)"', path.read_text()):
             if included.split("/")[0] in set().union(*FLOORS):
                 failures.append(f"{path.relative_to(root)} includes {included}")
-    print("\n".join(failures) or "every include points down")
+    declared = {}
+    for path in sorted(source.rglob("*.h")):
+        text = path.read_text()
+        inner = re.findall(r"^namespace (morva\S*) \{", text, re.MULTILINE)
+        for name in re.findall(r"^(?:struct|class|enum class) (?:alignas\(\w+\) )?(\w+)[^;\n]*\{", text, re.MULTILINE):
+            declared.setdefault((*inner, name), []).append(str(path.relative_to(root)))
+    failures += [f"{key[-1]} is declared in {' and '.join(paths)}"
+                 for key, paths in declared.items() if len(paths) > 1]
+    print("\n".join(failures) or "every include points down, every type has a name of its own")
     return 1 if failures else 0
 
 
