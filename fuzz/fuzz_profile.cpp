@@ -6,6 +6,7 @@
 #include <string>
 
 #include "morva.h"
+#include "scarce_memory.h"
 
 namespace fs = std::filesystem;
 
@@ -56,6 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const bool measured = size % 16 == 0;
   render("fuzzed", "color_gloss", measured ? nullptr : R"({"grain_engine": "classic"})");
   render("silver_400", "fuzzed", nullptr);
+  render("collodion_glass", "fuzzed", R"({"grain_mult": 0, "mat": "classic", "print_cm": 2})");
   render("everyday_400", "fuzzed",
          R"({"filter": "fuzzed", "filter_grad": "fuzzed", "filter_rays": "fuzzed"})");
   return 0;
