@@ -56,9 +56,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // The growth engine measures every film that it has not met: a second of most of them.
   const bool measured = size % 16 == 0;
   render("fuzzed", "color_gloss", measured ? nullptr : R"({"grain_engine": "classic"})");
-  render("silver_400", "fuzzed", nullptr);
-  render("collodion_glass", "fuzzed", R"({"grain_mult": 0, "mat": "classic", "print_cm": 2})");
+  render("silver_400", "fuzzed", R"({"grain_engine": "classic", "border": 0.5})");
+  render("collodion_opaque", "fuzzed", R"({"grain_mult": 0, "mat": "classic", "print_cm": 2})");
   render("everyday_400", "fuzzed",
-         R"({"filter": "fuzzed", "filter_grad": "fuzzed", "filter_rays": "fuzzed"})");
+         R"({"grain_engine": "classic", "filter": "fuzzed", "filter_grad": "fuzzed",
+             "filter_rays": "fuzzed"})");
   return 0;
 }
