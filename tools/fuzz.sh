@@ -11,8 +11,8 @@ for target in build-fuzz/fuzz_*; do
   echo "== $(basename "$target")"
   corpus=$(mktemp -d)
   seeds=("fuzz/seeds/$(basename "$target")")
-  [ "$(basename "$target")" != fuzz_profile ] || seeds+=(profiles/films profiles/papers)
-  "$target" -max_total_time="${1:-60}" -timeout=20 -rss_limit_mb=4096 -verbosity=0 -print_final_stats=1 \
+  [ "$(basename "$target")" != fuzz_profile ] || seeds=(profiles/films profiles/papers profiles/filters)
+  "$target" -max_total_time="${1:-60}" -timeout=40 -rss_limit_mb=4096 -verbosity=0 -print_final_stats=1 \
     "$corpus" "${seeds[@]}"
   rm -rf "$corpus"
 done
