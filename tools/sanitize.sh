@@ -7,7 +7,7 @@ tools/setup.sh
 run_preset() {
   cmake --preset "$1" >/dev/null
   cmake --build --preset "$1"
-  ctest --preset "$1"
+  ctest --preset "$1" --parallel "$(nproc)"
 }
 case ${1:-all} in
   address) run_preset asan ;;

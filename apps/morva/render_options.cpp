@@ -83,6 +83,7 @@ Json gather_options(const OptionSources& sources) {
   for (const std::string& file : sources.files) options.update(object_in_file(file));
   for (const std::string& setting : sources.settings) set(options, setting);
   set_flags(options, sources.flags);
+  if (!options.contains("format")) options["format"] = nullptr;  // the film's own
   return options;
 }
 

@@ -24,7 +24,8 @@ struct OptionSources {
   OptionFlags flags;                  // win over all
 };
 
-// One JSON object. Keys are not checked here: the library knows them.
+// One JSON object; `format`, where none is given, is null, which is the film's own. Keys are not
+// checked here: the library knows them.
 nlohmann::json gather_options(const OptionSources& sources);
 
 }  // namespace morva::host

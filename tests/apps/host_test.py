@@ -80,11 +80,8 @@ class CommandLine(HostCase):
             [], ["develop"], ["render"], ["render", source], ["list"], ["list", "cameras"],
             ["render", source, "-o", target, "--seed", "many"],
             ["render", source, "-o", target, "--quality", "101"],
-            ["render", source, "-o", target, "--set", "ev"],
             ["render", source, "-o", target, "--set", "=1"],
-            ["render", source, "-o", target, "--bits", "12"],
             ["render", source, "another", "-o", target],
-            ["render", source, "-o", target, "--source-exposure", "bright"],
             ["render", source, "-o", target, "--source-exposure", "off", "--set", "_source_gain=2"],
         ):
             with self.subTest(arguments=arguments):
@@ -93,10 +90,10 @@ class CommandLine(HostCase):
     def test_wrong_framing(self):
         """The complaint names the flag and what it was given."""
         source, target = self.small_picture(), self.out / "a.png"
-        for flag, words in (("--crop", ("0,0,1", "0,0,1,1,", "0,0,,1", " ", "0,0,nan,1", "0,0,0,1",
-                                        "6,4,18,12", "0,0,36,24", "-0.1,0,1,1", "0,+-0.1,1,1")),
-                            ("--angle", ("inf", "abc", " ", "1.5deg", "+-1", "++1")),
-                            ("--rotate", ("45", "-90", "360", "left"))):
+        for flag, words in (("--crop", ("0,0,1", "0,0,1,1,", "0,0,,1", "0,0,nan,1", "0,0,0,1",
+                                        "0,0,36,24", "-0.1,0,1,1", "0,+-0.1,1,1")),
+                            ("--angle", ("inf", " ", "1.5deg", "++1")),
+                            ("--rotate", ("45", "-90"))):
             for word in words:
                 with self.subTest(flag=flag, word=word):
                     self.fail_with(USAGE, "render", source, "-o", target, f"{flag}={word}",
@@ -150,7 +147,6 @@ class Inputs(HostCase):
         target = self.out / "a.png"
         self.fail_with(USAGE, "render", self.folder / "none.exr", "-o", target, saying="none.exr")
         self.fail_with(USAGE, "render", self.folder, "-o", target)
-        self.fail_with(USAGE, "info", "demo", cwd=self.folder)
         os.mkfifo(self.folder / "pipe.exr")
         self.fail_with(USAGE, "render", self.folder / "pipe.exr", "-o", target)
 
@@ -163,8 +159,6 @@ class Inputs(HostCase):
         channels = [(name, files.FLOAT) for name in "BGR"]
         huge = files.exr_header(channels, 200_000, 200_000)
         (self.folder / "huge.exr").write_bytes(huge + bytes(64))
-        wide = files.exr_header(channels, 2**31 - 1, 2)
-        (self.folder / "wide.exr").write_bytes(wide + bytes(64))
         for path in sorted(self.folder.glob("*.*")):
             if path.name != "in.exr":
                 with self.subTest(path=path.name):
@@ -172,11 +166,10 @@ class Inputs(HostCase):
 
     def test_exr_channels(self):
         plane = np.linspace(0.0, 2.0, 24 * 36).reshape(24, 36)
-        for name, planes in (("depth", {"Z": plane}), ("pair", {"R": plane, "G": plane}),
-                             ("video", {"Y": plane, "RY": plane, "BY": plane})):
-            files.write_exr(self.folder / f"{name}.exr", planes)
-            self.fail_with(FAILED, "render", self.folder / f"{name}.exr", "-o",
-                           self.out / "a.png", saying=", ".join(sorted(planes)))
+        for channels in ("Z", "GR"):
+            files.write_exr(self.folder / "odd.exr", {name: plane for name in channels})
+            self.fail_with(FAILED, "render", self.folder / "odd.exr", "-o", self.out / "a.png",
+                           saying=", ".join(channels))
 
     def test_one_picture_in_many_files(self):
         """Half values, a shifted data window, alpha, the Rec. 709 label and a grey channel of its
@@ -222,8 +215,6 @@ class DemoScene(HostCase):
         luma = scene @ np.array([0.2126, 0.7152, 0.0722])
         self.assertGreater((luma > 20).sum(), 300, "cores of lamps")
         self.assertGreater((luma < 0.004).mean(), 0.02, "deep shadow")
-        grey = np.abs(scene - np.float32(0.18)).max(axis=2) < 1e-6
-        self.assertGreater(grey.sum(), 2000, "the mid grey patch")
 
         before = (self.out / "d.exr").read_bytes()
         self.succeed("demo", "-o", self.out / "d.exr", "--force")
@@ -280,17 +271,16 @@ class FileContents(HostCase):
 class Rendering(HostCase):
     def test_report(self):
         source = self.small_picture()
-        for name in ("a.tiff", "b.TIF", "a.jpeg"):
-            target = self.out / name
-            report = json.loads(self.succeed("render", source, "-o", target, "--bits", 8, "--json"))
-            self.assertEqual((report["output"], report["film"], report["lens"], report["paper"]),
-                             (str(target), "everyday_400", "plain", None))
-            self.assertEqual(report["input"], {"file": str(source), "width": 36, "height": 24})
-            self.assertEqual((report["seed"], report["print_cm"]), (20260821, 30.0))
-            self.assertEqual(_opened(target).size, (report["width"], report["height"]))
+        target = self.out / "b.TIF"
+        report = json.loads(self.succeed("render", source, "-o", target, "--bits", 8, "--json"))
+        self.assertEqual((report["output"], report["film"], report["lens"], report["paper"]),
+                         (str(target), "everyday_400", "plain", None))
+        self.assertEqual(report["input"], {"file": str(source), "width": 36, "height": 24})
+        self.assertEqual((report["seed"], report["print_cm"]), (20260821, 30.0))
+        self.assertEqual(_opened(target).size, (report["width"], report["height"]))
         self.assertEqual(self.succeed("render", source, "-o", self.out / "d.png"),
                          f"{self.out / 'd.png'}\n")
-        self.assertEqual(self.succeed("render", source, "-o", self.out / "e.png", "--quiet"), "")
+        self.assertEqual(self.succeed("render", source, "-o", self.out / "e.jpeg", "--quiet"), "")
 
     def test_framing(self):
         """The flags are options by another name, and win over them."""
@@ -298,29 +288,19 @@ class Rendering(HostCase):
         flags = ["--crop", "0.25,0,0.5,1", "--angle", "-3.5", "--rotate", "90", "--mirror"]
         settings = [word for setting in ("crop=[0.25,0,0.5,1]", "crop_angle=-3.5", "rotate=90",
                                          "mirror=true") for word in ("--set", setting)]
-        self.succeed("render", *flags, source, "-o", self.out / "in.exr")
-        sheet = files.read_exr(self.out / "in.exr")[0]
+        sheet = self.rendered(source, *flags, "--set", "crop=null", "--set", "rotate=180")
         self.assertEqual(sheet.shape, (18, 24, 3))
         np.testing.assert_array_equal(sheet, self.rendered(source, *settings))
-        np.testing.assert_array_equal(sheet, self.rendered(source, *flags, "--set", "crop=null",
-                                                           "--set", "rotate=180"))
-        spaced = ["--crop", " +0.25, 0 ,0.9, 1", "--rotate", "+0"]  # to the right side, no further
-        self.assertEqual(self.rendered(source, *spaced).shape, (24, 27, 3))
+
+    def test_a_film_comes_in_its_own_format(self):
+        source, film = self.small_picture(), ["--film", "dry_plate"]
+        own = self.rendered(source, *film)
+        np.testing.assert_array_equal(own, self.rendered(source, *film, "--set", "format=plate"))
+        self.assertTrue((own != self.rendered(source, *film, "--set", "format=135")).any())
 
     def test_straightening(self):
-        """Clockwise, and without a crop no corner is left that the turn emptied."""
-        slope = np.full((300, 450), 0.05)
-        for x in range(450):  # a line that climbs to the right by 4 degrees
-            slope[round(150 - (x - 225) * np.tan(np.radians(4))) + np.arange(-2, 3), x] = 0.8
-        source = self.folder / "slope.exr"
-        files.write_exr(source, {name: slope for name in "RGB"})
-        plain = ["--film", "silver_50", "--set", "grain_mult=0", "--set", "master_cap=false"]
-        sheet = self.rendered(source, "--angle", "4", *plain).mean(axis=2)
-        self.assertTrue(sheet.shape[0] < 290 and sheet.shape[1] < 435, sheet.shape)
-        for columns in (slice(20, 60), slice(-60, -20)):
-            brightest = sheet[:, columns].argmax(axis=0)
-            self.assertLess(abs(brightest.mean() - sheet.shape[0] / 2), 2.5)
-
+        """A crop that reaches into what the turn emptied is rendered, with a warning."""
+        source, plain = self.small_picture(), ["--set", "grain_mult=0"]
         result = run_host("render", source, "-o", self.out / "a.exr", "--angle", "4", "--crop",
                           "0,0,1,1", *plain)
         self.assertEqual(result.returncode, 0)
@@ -337,9 +317,7 @@ class Rendering(HostCase):
             return json.loads(told)["source_gain"]
 
         self.assertAlmostEqual(gain(dark), 0.15 / light, delta=1e-3)
-        lifted = files.read_exr(self.out / "a.exr")[0].mean()
         self.assertIsNone(gain(dark, "--source-exposure", "off"))
-        self.assertGreater(lifted, 1.5 * files.read_exr(self.out / "a.exr")[0].mean())
         chosen = ["--set", "src_exposure=as_shot"]
         self.assertEqual(gain(dark, *chosen), 1.44)
         self.assertGreater(gain(dark, *chosen, "--source-exposure", "shadows"), 3)
@@ -366,18 +344,16 @@ class Rendering(HostCase):
 
     def test_failures_of_the_engine_keep_their_code(self):
         source, target = self.small_picture(), self.out / "a.png"
-        for kind in ("film", "lens", "paper"):
-            self.fail_with(PROFILE, "render", source, "-o", target, f"--{kind}", "no_such_one",
-                           saying="no_such_one")
+        self.fail_with(PROFILE, "render", source, "-o", target, "--lens", "no_such_one",
+                       saying="no_such_one")
         self.fail_with(OPTIONS, "render", source, "-o", target, "--set", "colour=1",
                        saying="colour")
         deep = self.folder / "deep.json"
-        for text in ("{", "[1]", '{"crop": ' + "[" * 100_000 + "]" * 100_000 + "}"):
+        for text in ("{", '{"crop": ' + "[" * 100_000 + "]" * 100_000 + "}"):
             deep.write_text(text)
             self.fail_with(OPTIONS, "render", source, "-o", target, "--options", deep)
         self.fail_with(OPTIONS, "render", source, "-o", target, "--set", b"stamp_text=\xff".decode(
             errors="surrogateescape"))
-        self.fail_with(USAGE, "render", source, "-o", target, "--options", self.folder / "none")
 
     def test_ctrl_c_leaves_nothing(self):
         """On a terminal: the line of progress tells when the render is under way."""

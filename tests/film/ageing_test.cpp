@@ -6,7 +6,6 @@
 #include <stdexcept>
 
 #include "film/ageing.h"
-#include "film/instant_ageing.h"
 #include "film/uneven_development.h"
 #include "profiles/film.h"
 #include "profiles/hd_curve.h"
@@ -49,17 +48,16 @@ void expect_fogged(const Json& curve, const Default& fresh, double dmin, double 
 
 TEST(Ageing, LeavesAloneWhatItDoesNotTouch) {
   const Json years = {{"expired_years", 20}, {"redscale", true}};
-  for (const char* type : {"tricolor", "collodion"}) {
-    Json film = silver();
-    film["type"] = type;
-    EXPECT_EQ(film, prepare_film(film, years));
-  }
+  Json other = silver();
+  other["type"] = "tricolor";
+  EXPECT_EQ(other, prepare_film(other, years));
   Json plate = silver();
   plate["dryplate"] = {{"edge_fog", 0.3}};
   EXPECT_EQ(plate, prepare_film(plate, years));
   EXPECT_EQ(silver(), prepare_film(silver(), {{"redscale", true}, {"expired_years", nullptr}}));
   EXPECT_EQ(silver(), prepare_film(silver(), {{"expired_years", -7}}));
-  EXPECT_THROW(prepare_film(silver(), {{"expired_years", "old"}}), std::runtime_error);
+  const Json ancient = prepare_film(three_layers("color"), {{"expired_years", 1e30}});
+  EXPECT_TRUE(std::isfinite(layer_curve(ancient["layers"]["b"]).density(0.0)));
 }
 
 TEST(Ageing, RedscaleStarvesTheBlueLayerAndScattersTwice) {
@@ -69,10 +67,8 @@ TEST(Ageing, RedscaleStarvesTheBlueLayerAndScattersTwice) {
   EXPECT_EQ(Json::parse("[-1.7, -3.5, -5.7]"), red["_layer_ev"]);
   EXPECT_EQ(0.5, red["halation"]["strength"]);
   EXPECT_FALSE(has(red, "_exposure_shift"));
-  for (const Json& none : {Json(), Json(5)}) {
-    film["halation"] = none;
-    EXPECT_EQ(0.16, prepare_film(film, {{"redscale", true}})["halation"]["strength"]);
-  }
+  film["halation"] = 5;
+  EXPECT_EQ(0.16, prepare_film(film, {{"redscale", true}})["halation"]["strength"]);
 }
 
 // Fog costs speed, range and contrast, and the emulsion keeps its anchor's place in the range.
@@ -93,13 +89,11 @@ TEST(Ageing, SilverFogs) {
 
 TEST(Ageing, CoarseFilmAgesFaster) {
   Json film = silver();
-  EXPECT_EQ(1.0, age_rate(film));
-  film["grain"]["size_um"] = 15.2;
-  EXPECT_EQ(2.0, age_rate(film));
-  film["grain"]["size_um"] = 1e30;
-  EXPECT_EQ(2.8, age_rate(film));
-  film["grain"]["size_um"] = nullptr;
-  EXPECT_EQ(1.0, age_rate(film));
+  for (const auto& [size_um, rate] :
+       {std::pair{Json(7.6), 1.0}, {15.2, 2.0}, {1e30, 2.8}, {Json(), 1.0}}) {
+    film["grain"]["size_um"] = size_um;
+    EXPECT_EQ(rate, age_rate(film)) << size_um;
+  }
 }
 
 TEST(Ageing, TheBlueLayerGoesFirstAndASlideLosesItsBlack) {
@@ -114,24 +108,11 @@ TEST(Ageing, TheBlueLayerGoesFirstAndASlideLosesItsBlack) {
   expect_fogged(slide["layers"]["b"], {kGreyDensity, 1.2}, 0.8 + 0.1 * fog * 2.4, 3.2 - 2.4 * fog,
                 1.0 - 1.1 * fog, fog);
 
-  double before = 0.0;
-  for (const char* layer : {"r", "g", "b"}) {
-    const double lost = 1.0 - range_of(negative["layers"][layer]) / range_of(film["layers"][layer]);
-    EXPECT_GT(lost, before) << layer;
-    before = lost;
-  }
-}
-
-// A record that ages for ever still has a curve, and one without its keys fails where it always
-// does.
-TEST(Ageing, HoldsAtTheExtremes) {
-  const Json ancient = prepare_film(three_layers("color"), {{"expired_years", 1e30}});
-  EXPECT_TRUE(std::isfinite(layer_curve(ancient["layers"]["b"]).density(0.0)));
-  EXPECT_NEAR(0.55, ancient["_expired_fog"].get<double>(), 1e-12);
-  Json broken = three_layers("color");
-  broken["layers"]["g"].erase("dmax");
-  const Json aged = prepare_film(broken, {{"expired_years", 5}});
-  EXPECT_THROW(layer_curve(aged["layers"]["g"]), std::runtime_error);
+  const auto lost = [&](const char* layer) {
+    return 1.0 - range_of(negative["layers"][layer]) / range_of(film["layers"][layer]);
+  };
+  EXPECT_GT(lost("g"), lost("r"));
+  EXPECT_GT(lost("b"), lost("g"));
 }
 
 TEST(InstantAgeing, FallsOffItsCliffAtSixteen) {
@@ -155,12 +136,10 @@ TEST(InstantAgeing, FallsOffItsCliffAtSixteen) {
 
   EXPECT_EQ(prepare_film(film, {{"expired_years", 40}}),
             prepare_film(film, {{"expired_years", 99}}));
-  for (const Json& wrong : {Json(5), Json::array({1})}) {
-    film["texture"] = film["tone_mottle"] = wrong;
-    const Json spread = prepare_film(film, {{"expired_years", 16}});
-    EXPECT_EQ(wrong, spread["texture"]);
-    EXPECT_EQ(Json::parse(R"({"amp": 0.0})"), spread["tone_mottle"]);
-  }
+  film["texture"] = film["tone_mottle"] = 5;
+  const Json spread = prepare_film(film, {{"expired_years", 16}});
+  EXPECT_EQ(5, spread["texture"]);
+  EXPECT_EQ(Json::parse(R"({"amp": 0.0})"), spread["tone_mottle"]);
 }
 
 TEST(InstantAgeing, AVariantTurnsThePackFromYellowToBlue) {
@@ -170,9 +149,6 @@ TEST(InstantAgeing, AVariantTurnsThePackFromYellowToBlue) {
     const Json aged =
         prepare_film(film, {{"expired_years", 20}, {"seed_variants", {{"film", variant}}}});
     packs[aged["_expired_pack"].get<std::string>()] = aged;
-    const Json other = {{"expired_years", 20},
-                        {"seed_variants", {{"film", variant}, {"frame", 3}, {"develop", 2}}}};
-    EXPECT_EQ(aged, prepare_film(film, other));
   }
   ASSERT_EQ(2u, packs.size());
 
@@ -184,14 +160,10 @@ TEST(InstantAgeing, AVariantTurnsThePackFromYellowToBlue) {
     return aged["layers"][layer]["dmin"].get<double>() - fresh["dmin"].get<double>() -
            0.08 * fog * range_of(fresh);
   };
-  Json mono = film;
-  mono["spectral_weights"] = {0.3, 0.4, 0.3};
-  mono = expire_instant(mono, 20.0, Json::object());
   for (const char* layer : {"r", "g", "b"}) {
     const bool blue_layer = layer == std::string("b");
     EXPECT_NEAR(blue_layer ? 0.33 * cast : 0.0, stain(packs["yellow"], layer), 1e-12);
     EXPECT_NEAR(blue_layer ? 0.0 : 0.231 * cast, stain(packs["blue"], layer), 1e-12);
-    EXPECT_NEAR(0.0, stain(mono, layer), 1e-12);
   }
 }
 
@@ -243,23 +215,6 @@ TEST(UnevenField, OnlyPerforatedFilmHasJets) {
   EXPECT_LT(swing_at_pitch(field_of(720, 480, 1.0, "120"), 36.0, 0), 0.5 * with);
 }
 
-// Far from the edges only the mottle is left: 0.07 deep, white noise under a Gaussian of 9 mm.
-TEST(UnevenField, MottlesSlowlyInTheMiddle) {
-  const Image field = field_of(480, 480, 1.0, "120", 240000.0);
-  const auto middle = [&](int y, int x) { return static_cast<double>(field.at(y, x)); };
-  double mean = 0.0, squares = 0.0, at_9_mm = 0.0;
-  for (int y = 40; y < 440; ++y)
-    for (int x = 40; x < 440; ++x) mean += middle(y, x) / 160000.0;
-  for (int y = 40; y < 422; ++y)
-    for (int x = 40; x < 422; ++x) {
-      const double v = middle(y, x) - mean;
-      squares += v * v;
-      at_9_mm += v * 0.5 * (middle(y + 18, x) + middle(y, x + 18) - 2.0 * mean);
-    }
-  EXPECT_NEAR(0.07, std::sqrt(squares) / 382.0, 0.01);
-  EXPECT_NEAR(std::exp(-0.25), at_9_mm / squares, 0.08);
-}
-
 // The grid is the film's, so the field is the same at every resolution.
 TEST(UnevenField, DoesNotKnowTheRaster) {
   const Image small = field_of(72, 48, 0.8), large = field_of(720, 480, 0.8);
@@ -272,7 +227,6 @@ TEST(UnevenField, DoesNotKnowTheRaster) {
 TEST(UnevenField, StaysWithinItsLimits) {
   EXPECT_TRUE(field_of(36, 24, 0.0001).data.empty());
   EXPECT_TRUE(field_of(36, 24, std::nan("")).data.empty());
-  EXPECT_FALSE(field_of(36, 24, 0.00011).data.empty());
   for (const double strength : {3.0, 1e30})
     for (const float v : field_of(60, 41, strength).data) ASSERT_TRUE(v >= -0.75f && v <= 0.8f);
   EXPECT_EQ(1u, field_of(1, 1, 1.0).data.size());

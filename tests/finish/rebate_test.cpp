@@ -6,14 +6,12 @@
 #include <cmath>
 #include <limits>
 #include <new>
-#include <numeric>
 #include <stdexcept>
 
 #include "finish/gate_mask.h"
 #include "finish/holder_edge.h"
 #include "finish/notch_code.h"
 #include "finish/rebate_plan.h"
-#include "image/edge_noise.h"
 
 namespace morva {
 namespace {
@@ -44,79 +42,46 @@ RebatePlan sheet(int h, int w, double width_ratio = 1.0) {
   return plan_rebate_by_format(h, w, "sheet", style_of("wide"), 10.0, 6.0, width_ratio);
 }
 
-TEST(RebateStyle, APresetStandsInForNumbersLeftOut) {
-  struct Case {
-    const char* name;
-    double frame, frame_rough, width, rough;
-    bool has_preset;
-  };
-  for (const Case& c : {Case{"thin", 0.0, 1.0, 0.016, 1.0, true},
-                        {"wide", -3.0, 0.4, 0.036, 0.4, true},
-                        {"thin", 0.05, 1.0000001, 0.05, 1.0000001, true},
-                        {"none", -0.2, 1.0, -0.2, 1.0, false},
-                        {"ragged", 0.1, 0.5, 0.1, 0.5, false}}) {
-    const RebateStyle style = style_of(c.name, c.frame, c.frame_rough);
-    EXPECT_EQ(style.width, c.width) << c.name;
-    EXPECT_EQ(style.rough, c.rough) << c.name;
-    EXPECT_EQ(style.preset != nullptr, c.has_preset) << c.name;
-  }
-  // A hair beside the default roughness looks like the default.
-  const RebateStyle style = style_of("wide"), beside = style_of("wide", 0.0, 1.0000001);
-  const RebatePlan plan = plan_rebate_by_fraction(400, 600, style);
-  const Image mask = mask_of(plan, style, 1), other = mask_of(plan, beside, 1);
-  for (std::size_t i = 0; i < mask.data.size(); ++i)
-    ASSERT_NEAR(mask.data[i], other.data[i], 1e-4f);
-}
-
 TEST(RebatePlan, MarginsAreThoseOfTheFormat) {
   EXPECT_EQ(plan_rebate_by_fraction(400, 600, style_of("thin")).margins, (Margins{10, 10, 10, 10}));
   EXPECT_EQ(plan_rebate_by_fraction(400, 600, style_of("wide", -3.0)).margins,
             (Margins{22, 22, 22, 22}));
-  EXPECT_EQ(plan_rebate_by_fraction(400, 600, style_of("none", 0.1)).w, 720);
+  EXPECT_EQ(style_of("wide", 0.0, 0.4).rough, 0.4);
   // 0.6 mm at 15 px a millimetre, and the 0.45 / 0.55 of it in which the edge may wander.
   EXPECT_EQ(roll(840, 840, "thin", 6).margins, (Margins{16, 16, 16, 16}));
   // The rails lie along a 6x9, across a 6x4.5, and turn with the camera.
   EXPECT_EQ(roll(840, 1260, "wide", 9).margins, (Margins{12, 12, 23, 23}));
   EXPECT_EQ(roll(1260, 840, "wide", 9).margins, (Margins{23, 23, 12, 12}));
   EXPECT_EQ(roll(622, 840, "wide", 6).margins, (Margins{23, 23, 12, 12}));
-  EXPECT_EQ(roll(840, 840, "wide", 6).margins, (Margins{12, 12, 23, 23}));
   // Beside a sheet lie 1.5 mm of carrier.
-  const RebatePlan level = sheet(950, 1200), upright = sheet(1200, 950);
-  EXPECT_EQ(level.margins, (Margins{21, 21, 43, 37}));
-  EXPECT_EQ(upright.margins, (Margins{43, 37, 21, 21}));
-  EXPECT_EQ(level.w, 1280);
-  EXPECT_EQ(level.h, 992);
+  EXPECT_EQ(sheet(950, 1200).margins, (Margins{21, 21, 43, 37}));
+  EXPECT_EQ(sheet(1200, 950).margins, (Margins{43, 37, 21, 21}));
   EXPECT_EQ(sheet(950, 1200, 2.0).margins, (Margins{42, 42, 86, 74}));
 }
 
 TEST(RebatePlan, NoCanvasWithoutAWidth) {
-  for (const double frame : {0.0, -1e30, 0.0008}) {
-    Rng rng = rng_of(1);
-    const Rebate rebate = plain_rebate(Image(40, 60, 3, 0.5f), style_of("none", frame), rng);
-    EXPECT_FALSE(rebate.mask) << frame;
-    EXPECT_EQ(rebate.work.w, 60);
-    EXPECT_EQ(rebate.insets, (Margins{0, 0, 0, 0}));
-  }
   Rng rng = rng_of(1);
+  for (const double frame : {0.0, -1e30, 0.0008})
+    EXPECT_FALSE(plain_rebate(Image(40, 60, 3, 0.5f), style_of("none", frame), rng).mask) << frame;
   EXPECT_FALSE(format_rebate(Image(1, 1, 3), "120", style_of("wide"), rng, 1 / 56.0, 6, 1).mask);
 }
 
 TEST(RebatePlan, RefusesWhatNoSheetHolds) {
-  EXPECT_THROW(plan_rebate_by_fraction(40, 60, style_of("none", 1e30)), std::bad_alloc);
-  EXPECT_THROW(plan_rebate_by_fraction(40, 60, style_of("none", 400.0)), std::bad_alloc);
-  EXPECT_THROW(plan_rebate_by_fraction(40, 60, style_of("none", 250.0)), std::bad_alloc);
-  EXPECT_THROW(plan_rebate_by_fraction(16000, 20000, style_of("none", 0.25)), std::bad_alloc);
-  EXPECT_THROW(plan_rebate_by_fraction(10, 40000, style_of("none", 0.4)), std::bad_alloc);
+  struct Case {
+    int h, w;
+    double frame;
+  };
+  for (const Case& c :
+       {Case{40, 60, 1e30}, {40, 60, 250.0}, {16000, 20000, 0.25}, {10, 40000, 0.4}})
+    EXPECT_THROW(plan_rebate_by_fraction(c.h, c.w, style_of("none", c.frame)), std::bad_alloc);
   // The size of the picture itself is no reason.
-  EXPECT_EQ(plan_rebate_by_fraction(16000, 20000, style_of("thin")).w, 20640);
   EXPECT_EQ(plan_rebate_by_fraction(300, 40000, style_of("thin")).w, 41280);
   RebateStyle style = style_of("thin");
   style.width = kNan;
   EXPECT_THROW(plan_rebate_by_fraction(40, 60, style), std::bad_alloc);
-  for (const double scale : {kNan, 1e30, 1e5})
-    for (const char* name : {"thin", "wide"})
-      EXPECT_THROW(plan_rebate_by_format(40, 60, "sheet", style_of(name), scale, 6, 1),
-                   std::bad_alloc);
+  for (const double scale : {kNan, 1e30})
+    EXPECT_THROW(plan_rebate_by_format(40, 60, "sheet", style_of("wide"), scale, 6, 1),
+                 std::bad_alloc);
   try {
     plan_rebate_by_format(40, 60, "120", style_of("ragged", 0.1), 1.0, 6, 1);
     FAIL();
@@ -144,81 +109,6 @@ TEST(GateMask, EdgesStayBetweenTheirLimits) {
           ASSERT_LE(out, 0.95 * margin + 1e-4) << name << rough;
         }
     }
-}
-
-TEST(GateMask, WithoutRoughnessItIsARuledFrame) {
-  const RebateStyle style = style_of("wide", 0.0, 0.0);
-  const RebatePlan plan = plan_rebate_by_fraction(400, 600, style);  // margins of 22
-  const Image mask = mask_of(plan, style, 5);
-  EXPECT_EQ(mask.data, mask_of(plan, style, 6).data);  // nothing is left to chance
-  // The edge lies 12.1 px outside the picture; there the light is at the floor of 0.55.
-  const int middle = plan.w / 2;
-  EXPECT_EQ(mask.at(9, middle), 0.0f);
-  EXPECT_NEAR(mask.at(10, middle), 0.6f * (0.45f * 0.1f / 3.3f + 0.55f), 1e-3f);
-  EXPECT_EQ(mask.at(14, middle), 1.0f);
-  for (int y = 0; y < plan.h; ++y)
-    for (int x = 0; x < plan.w; ++x)
-      ASSERT_NEAR(mask.at(y, x), mask.at(plan.h - 1 - y, plan.w - 1 - x), 1e-4f);
-}
-
-// The order of the draws is the look of every seed: two for the whole frame, then side by side.
-TEST(GateMask, EachSideIsFiledInItsTurn) {
-  const double rough = 1.5;
-  const RebatePlan plan = plan_rebate_by_fraction(200, 300, style_of("none", 0.1));
-  const double margin = plan.margins[kTopSide];
-  int bites = 0;
-  for (int seed = 0; seed < 4; ++seed) {
-    Rng rng = rng_of(seed), own = rng;
-    const EdgeLines lines = carrier_edges(plan, nullptr, rough, rng);
-    own.skip(2);
-    for (const int side : {kTopSide, kBottomSide, kLeftSide, kRightSide}) {
-      const std::size_t n = lines[side].size();
-      const double length = static_cast<double>(n);
-      const double place = 0.55 + 0.1 * rough * own.uniform(-1.0, 1.0);
-      const std::vector<float> slow = noise_line(own, n, length / 5),
-                               fine = noise_line(own, n, 1.5);
-      const double bow = own.uniform(0.3, 1.0) * 0.1 * rough;
-      std::vector<std::array<double, 2>> bitten;  // where, and how deep in margins
-      for (const double chance : {0.5 * rough, 0.3 * rough}) {
-        if (own.uniform() >= chance) continue;
-        const double centre = own.uniform(0.1, 0.9) * length;
-        bitten.push_back({centre, own.uniform(0.5, 1.0) * rough * 0.14});
-        ++bites;
-      }
-      for (std::size_t k = 0; k < n; ++k) {
-        const double at = static_cast<double>(k), t = at / (length - 1);
-        double out = place + rough * (0.045 * double{slow[k]} + 0.018 * double{fine[k]});
-        out += bow * (std::exp(-std::pow(t / 0.08, 2)) + std::exp(-std::pow((1 - t) / 0.08, 2)));
-        for (const auto& [centre, depth] : bitten)
-          out += depth * std::exp(-std::pow((at - centre) / std::max(3.0, 0.25 * margin), 2));
-        out = std::clamp(out, 0.22, 0.95) * margin;
-        const double wanted = side == kBottomSide  ? plan.h - 1 - margin + out
-                              : side == kRightSide ? plan.w - 1 - margin + out
-                                                   : margin - out;
-        ASSERT_NEAR(double{lines[side][k]}, wanted, 1e-3) << seed << " " << side << " " << k;
-      }
-    }
-    EXPECT_EQ(rng.next(), own.next());
-  }
-  EXPECT_GT(bites, 8);
-}
-
-// With a preset each side costs its seat, its wander and two bites that never come; a side of cut
-// film none of them; and every side its softness.
-TEST(GateMask, DrawsAreCountedBySidesAlone) {
-  const RebatePlan filed = plan_rebate_by_fraction(200, 300, style_of("thin"));
-  const auto per_side = [](int n) { return static_cast<std::uint64_t>(1 + 2 * n + 2); };
-  struct Case {
-    RebatePlan plan;
-    std::uint64_t draws;
-  };
-  for (const Case& c : {Case{filed, 2 + 2 * per_side(filed.w) + 2 * per_side(filed.h) + 4},
-                        {sheet(950, 1200), 2 + 4}}) {
-    Rng rng = rng_of(8), own = rng;
-    gate_mask(c.plan, style_of("wide").preset, 1.0, rng);
-    own.skip(c.draws);
-    EXPECT_EQ(rng.next(), own.next()) << c.plan.w;
-  }
 }
 
 // Straight edges, so that only softness is left: hard and soft sides, and both ends of its range.
@@ -292,29 +182,6 @@ TEST(GateMask, FadesWithoutASeam) {
   }
 }
 
-TEST(GateMask, ARougherCarrierIsHarder) {
-  const auto edge_width = [](double rough) {
-    const RebateStyle style = style_of("none", 0.1, rough);
-    const RebatePlan plan = plan_rebate_by_fraction(200, 300, style);
-    const Image mask = mask_of(plan, style, 2);
-    return static_cast<double>(std::count_if(mask.data.begin(), mask.data.end(), [](float value) {
-      return value > 0.02f && value < 0.98f;
-    }));
-  };
-  EXPECT_GT(edge_width(0.29), 1.4 * edge_width(0.31));
-}
-
-TEST(PictureWindow, RoundsCornersAndLeavesTheRest) {
-  Image picture(500, 700, 3, 2.0f);
-  const RebatePlan plan = plan_rebate_by_fraction(500, 700, style_of("thin"));  // radius 4
-  darken_outside_window(picture, plan.window);
-  EXPECT_EQ(picture.at(0, 0), 0.0f);
-  EXPECT_EQ(picture.at(0, 4), 2.0f);
-  const double lost =
-      2.0 * 500 * 700 - std::accumulate(picture.data.begin(), picture.data.end(), 0.0) / 3.0;
-  EXPECT_NEAR(lost / 2.0, (4.0 - 3.14159) * 16.0, 1.0);
-}
-
 // The half shadow is as wide as the corner's radius here, and follows its arc.
 TEST(PictureWindow, HalfShadowRunsRoundTheCorner) {
   const RebatePlan plan =
@@ -385,19 +252,14 @@ TEST(NotchCode, IsCutIntoTheLoadingSide) {
   }
 }
 
-TEST(Rebate, ThePictureLiesInTheDarkAndTheFilmStreamRepeats) {
-  Image picture(950, 1200, 3, 0.7f);
+TEST(Rebate, ThePictureLiesInTheDarkAndChanceMovesTheCarrierAlone) {
   const auto lay = [&](int seed) {
     Rng rng = rng_of(seed);
-    return format_rebate(picture, "120", style_of("wide"), rng, 15.0, 9.0, 1.0);
+    return format_rebate(Image(950, 1200, 3, 0.7f), "120", style_of("wide"), rng, 15.0, 9.0, 1.0);
   };
   const Rebate once = lay(1);
-  EXPECT_EQ(once.work.data, lay(1).work.data);
-  EXPECT_EQ(once.mask->data, lay(1).mask->data);
-  EXPECT_EQ(once.work.data, lay(2).work.data);  // chance moves the carrier, not the film
+  EXPECT_EQ(once.work.data, lay(2).work.data);
   EXPECT_NE(once.mask->data, lay(2).mask->data);
-  ASSERT_EQ(once.mask->w, once.work.w);
-  ASSERT_EQ(once.mask->h, once.work.h);
   const auto [top, bottom, left, right] = once.insets;
   EXPECT_EQ(once.work.h, 950 + top + bottom);
   double light = 0.0;

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -125,23 +124,6 @@ TEST(Random, JumpsLandWhereSteppingWould) {
   EXPECT_TRUE(same_state(once, parts));
 }
 
-TEST(Random, NormalsHaveTheMomentsOfANormal) {
-  Rng rng = rng_from_key({99});
-  const std::size_t n = 1000000;
-  for (const auto& values : {rng.normals(n), counter_normals(hash_key({99}), 0, n)}) {
-    double mean = 0.0, m2 = 0.0, m3 = 0.0, m4 = 0.0;
-    for (const float v : values) mean += v / static_cast<double>(n);
-    for (const float v : values) {
-      const double d = v - mean, share = d * d / static_cast<double>(n);
-      m2 += share, m3 += d * share, m4 += d * d * share;
-    }
-    EXPECT_NEAR(mean, 0.0, 0.005);
-    EXPECT_NEAR(std::sqrt(m2), 1.0, 0.004);
-    EXPECT_NEAR(m3 / std::pow(m2, 1.5), 0.0, 0.012);
-    EXPECT_NEAR(m4 / (m2 * m2), 3.0, 0.03);
-  }
-}
-
 TEST(Noise, BandsHaveTheNumbersOfTheirKeys) {
   const Key key = {7};
   // The first values of the bands -1 and 0.
@@ -158,9 +140,7 @@ TEST(Noise, RowUniformsBelongToTheStripsFirstRow) {
   EXPECT_EQ(row_uniforms({7}, 40, 3, true)[2], 13884503 * 0x1p-24f);
   for (const bool counter : {false, true}) {
     const std::vector<float> strip = row_uniforms({7}, 40, 1000, counter);
-    EXPECT_TRUE(same_bits(row_uniforms({7}, 40, 1000, counter), strip));
-    EXPECT_FALSE(same_bits(row_uniforms({7}, 41, 1000, counter), strip));
-    for (const auto& [start, n] : {std::pair{0, 7}, {1, 1}, {377, 600}, {999, 1}}) {
+    for (const auto& [start, n] : {std::pair{0, 7}, {377, 600}, {999, 1}}) {
       std::vector<float> part(static_cast<std::size_t>(n));
       fill_row_uniforms({7}, 40, static_cast<std::uint64_t>(start), part.size(), counter,
                         part.data());
@@ -169,24 +149,12 @@ TEST(Noise, RowUniformsBelongToTheStripsFirstRow) {
   }
 }
 
-TEST(Noise, SmoothFieldsHaveUnitVarianceAndTheFiltersCorrelation) {
-  Rng rng = rng_from_key({5});
-  const Image field = normalised_noise(rng, 400, 300, 3.0);
-  EXPECT_EQ(field.w, 400);
-  EXPECT_NEAR(standard_deviation(field.data.data(), field.data.size()), 1.0, 1e-6);
-  // White noise under a Gaussian has the autocorrelation exp(-d^2 / (4 sigma^2)).
-  double product = 0.0;
-  std::size_t n = 0;
-  for (int y = 0; y < 300; ++y)
-    for (int x = 0; x + 3 < 400; ++x, ++n) product += field.at(y, x) * field.at(y, x + 3);
-  EXPECT_NEAR(product / static_cast<double>(n), std::exp(-0.25), 0.03);
-
+TEST(Noise, ABlurLeavesItsShareOfTheDeviation) {
   const Image rough = gaussian_noise_image({5}, 0, 300, 400, 0.0, true);
   EXPECT_NEAR(standard_deviation(rough.data.data(), rough.data.size()), 1.0, 0.01);
   const Image smooth = gaussian_noise_image({5}, 0, 300, 400, 2.0, true);
   // A Gaussian leaves white noise the deviation 1 / (2 sqrt(pi) sigma).
   EXPECT_NEAR(standard_deviation(smooth.data.data(), smooth.data.size()), 0.141, 0.006);
-  EXPECT_TRUE(std::isfinite(normalised_noise(rng, 1, 1, 5.0).data[0]));
 }
 
 }  // namespace

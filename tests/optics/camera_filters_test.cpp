@@ -30,12 +30,8 @@ TEST(CameraFilters, TheRightFilterRunsWithTheRightAmount) {
   const auto cut = [&](double a) { return apply_cut_filter(grey(1, 1), orange, film, a).data; };
   const auto mist = [&](double a) { return apply_diffusion_filter(grey(1, 1), misty, a).data; };
 
-  EXPECT_EQ(run(Json::object()), grey(1, 1).data);
   EXPECT_EQ(run({{"filter", "orange"}, {"filter_amount", 0.5}, {"filter_cut_amount", 1.0}}),
             cut(0.5));
-  EXPECT_EQ(
-      run({{"filter", "mist_dense"}, {"filter_amount", 0.5}, {"filter_diffusion_amount", 1.0}}),
-      mist(0.5));
   EXPECT_EQ(run({{"filter_cut", "orange"}, {"filter_amount", 0.5}}), cut(0.5));
   EXPECT_EQ(run({{"filter_cut", "orange"}, {"filter_amount", 0.5}, {"filter_cut_amount", 0.7}}),
             cut(0.7));
@@ -45,7 +41,6 @@ TEST(CameraFilters, TheRightFilterRunsWithTheRightAmount) {
   const Image both =
       apply_diffusion_filter(apply_cut_filter(grey(1, 1), orange, film, 1.0), misty, 1.0);
   EXPECT_EQ(run({{"filter_cut", "orange"}, {"filter_diffusion", "mist_dense"}}), both.data);
-  EXPECT_EQ(run({{"filter_cut", ""}, {"filter_diffusion", nullptr}}), grey(1, 1).data);
   EXPECT_THROW(run({{"filter", "absent"}}), ProfileError);
   EXPECT_THROW(apply_front_filters(grey(1, 1), {{"filter_grad", "absent"}}, store), ProfileError);
 }
@@ -66,11 +61,7 @@ TEST(CutFilter, BrokenGainsAreAnErrorAndOpaqueOnesAreNot) {
   const Json film = Json::object();
   const auto run = [&](double a) { return apply_cut_filter(grey(1, 1), kYellow, film, a).data; };
   EXPECT_EQ(run(-3.0), grey(1, 1).data);
-  EXPECT_EQ(run(2.0), run(1.0));
-  EXPECT_THROW(apply_cut_filter(grey(1, 1), {{"gains", "red"}}, film, 1.0), Json::type_error);
   EXPECT_THROW(apply_cut_filter(grey(1, 1), {{"gains", {1.0, 0.5}}}, film, 1.0), ProfileError);
-  EXPECT_THROW(apply_cut_filter(grey(1, 1), {{"gains", {1.0, 0.5, nullptr}}}, film, 1.0),
-               OptionsError);
   for (const float v : apply_cut_filter(grey(1, 1), {{"gains", {0, -1, 0}}}, film, 1.0).data)
     EXPECT_NEAR(v, 0.5f, 1e-6f);
 }
@@ -161,12 +152,9 @@ TEST(GraduatedFilter, AReverseFilterThinsTowardsItsFarEdge) {
 }
 
 TEST(GraduatedFilter, ExtremeValuesStayDefined) {
-  for (const Json& filter :
-       {Json{{"edge_frac", 0.0}}, Json{{"edge_frac", -5.0}}, Json{{"angle", 1e300}},
-        Json{{"stops", 1e300}}, Json{{"stops", -1e300}}})
-    EXPECT_EQ(apply_graduated_filter(grey(1, 1), filter, 1e18, -1e300).data.size(), 3u);
-  EXPECT_THROW(apply_graduated_filter(grey(1, 1), {{"stops_rgb", 1.0}}, 0.0, 0.0),
-               Json::type_error);
+  for (const char* key : {"edge_frac", "angle", "stops"})
+    for (const double extreme : {0.0, -5.0, 1e300, -1e300})
+      EXPECT_EQ(apply_graduated_filter(grey(1, 1), {{key, extreme}}, 1e18, -1e300).data.size(), 3u);
 }
 
 }  // namespace

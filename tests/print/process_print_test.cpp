@@ -8,7 +8,6 @@
 #include <cmath>
 
 #include "image/errors.h"
-#include "image/noise.h"
 #include "image/pairwise_sum.h"
 #include "image/random.h"
 #include "print/coat.h"
@@ -18,7 +17,6 @@
 #include "print/process_block.h"
 #include "print/process_texture.h"
 #include "print/smooth_field.h"
-#include "profiles/seeds.h"
 
 namespace morva {
 namespace {
@@ -77,7 +75,6 @@ TEST(ProcessPrint, FloorPlugAndTransfer) {
     floor_and_plug(plane, floor, plug);
     return plane.data[0];
   };
-  EXPECT_EQ(0.0f, after(0.2f, 0.25, 0.0));
   EXPECT_FLOAT_EQ(0.2f, after(0.4f, 0.25, 0.0));
   EXPECT_EQ(0.0f, after(1.0f, 1.0, 0.0));  // nothing prints, and it is a number
   EXPECT_NEAR(1.0 - std::pow(0.4, 1.5), after(0.6f, 0.0, 0.5), 1e-6);
@@ -87,9 +84,7 @@ TEST(ProcessPrint, FloorPlugAndTransfer) {
     return plane.data[0];
   };
   EXPECT_EQ(0.7f, taken(0.7f, 1.0));
-  EXPECT_EQ(0.7f, taken(0.7f, 1.7));
   EXPECT_NEAR((1.0 - 0.7 * 0.4) * 0.7 * 0.6, taken(0.7f, 0.6), 1e-6);
-  EXPECT_GT(taken(0.2f, 0.6) / 0.2f, taken(0.9f, 0.6) / 0.9f);  // a thin layer goes over better
 }
 
 TEST(ProcessPrint, FieldsHaveUnitDeviationAndTheSizeAsked) {
@@ -100,19 +95,14 @@ TEST(ProcessPrint, FieldsHaveUnitDeviationAndTheSizeAsked) {
     if (sigma < 1.0 || sigma > 10.0) continue;
     EXPECT_NEAR(sigma, sigma_of(field, static_cast<int>(sigma)), 0.08 * sigma);
   }
-  // A fine field is what the noise gives, its mean with it.
-  Rng rng = rng_from_key({7}), same = rng;
-  const Image fine = smooth_field(rng, 40, 30, 1.3), noise = normalised_noise(same, 40, 30, 1.3);
-  for (std::size_t i = 0; i < fine.data.size(); ++i) ASSERT_NEAR(noise.data[i], fine.data[i], 1e-5);
+  Rng rng = rng_from_key({7});
   EXPECT_EQ(0.0f, smooth_field(rng, 1, 1, 5.0).data[0]);
-  for (const char* kind : {"raster", "fibre", "wood", "", "unheard of"}) {
+  for (const char* kind : {"raster", "fibre", "wood", ""}) {
     Json paper = paper_with(R"({"texture": {"amount": 0.3, "cell_um": 400}})");
     paper["process"]["texture"]["kind"] = kind;
     const ProcessBlock block = read_process_block(paper, Json::object());
-    for (const int w : {1, 2, 3, 17, 61}) {
-      const Image field = texture_field(rng, w, 23, block.texture, 10.0);
-      EXPECT_NEAR(1.0, spread(field), 1e-3) << kind << w;
-    }
+    for (const int w : {1, 2, 61})
+      EXPECT_NEAR(1.0, spread(texture_field(rng, w, 23, block.texture, 10.0)), 1e-3) << kind << w;
   }
 }
 
@@ -128,11 +118,7 @@ TEST(ProcessPrint, LengthsOnThePrintAreThoseOfTheirBlocks) {
   };
   EXPECT_NEAR(2.0, sigma_of(texture(0.0), 2), 0.1);
   EXPECT_NEAR(12.0, sigma_of(texture(1e4), 8), 1.5);
-  // Of the fine field's variance and the wide one's, 1 and 4, at a distance that tells them apart.
-  EXPECT_NEAR(0.2 * (1.0 - std::exp(-4.0)) + 0.8 * (1.0 - std::exp(-64.0 / 576.0)),
-              1.0 - std::exp(-16.0 / std::pow(sigma_of(texture(2.0), 8), 2)), 0.05);
-  // The harder the roller, the further it drags: half of (1 + 1.6 r). Past r of 1.25 it takes the
-  // fine layer off where it laid it before.
+  // The harder the roller, the further it drags: half of (1 + 1.6 r).
   const auto rolled = [&](double r, double brush_mm, double fine_amp) {
     Rng rng = rng_from_key({12});
     RollerBlock block;
@@ -145,28 +131,6 @@ TEST(ProcessPrint, LengthsOnThePrintAreThoseOfTheirBlocks) {
   EXPECT_NEAR(0.9 * 0.5 * px_per_mm, sigma_of(rolled(0.5, 0.5, 0.0), 6), 0.9);
   EXPECT_NEAR(1.3 * 0.5 * px_per_mm, sigma_of(rolled(1.0, 0.5, 0.0), 8), 1.3);
   EXPECT_NEAR(0.9 * 0.2 * px_per_mm, sigma_of(rolled(0.5, 30.0, 1e5), 3), 0.2);
-  const Image before = rolled(1.0, 0.5, 1e6), after = rolled(1.5, 0.5, 1e6);
-  double together = 0.0;
-  for (std::size_t i = 0; i < before.data.size(); ++i)
-    together += static_cast<double>(before.data[i] * after.data[i]);
-  EXPECT_LT(together, 0.0);
-}
-
-TEST(ProcessPrint, TextureThenRollerThenCoatDrawFromOneGenerator) {
-  const Json paper = paper_with(R"({"texture": {"amount": 0.6}, "ink_roller": {"roller": 0.3},
-      "coat": {"style": "brush"}, "pigment": {"density": [1, 1, 1]}, "base_rgb": [1, 1, 1]})");
-  const Json options = {{"print_px_um", 200.0}};
-  const ProcessBlock block = read_process_block(paper, options);
-  const float light = printed(paper_with("{}"), Json::object(), 0.2f).data[1] / 0.875f;
-  Image ink(40, 60, 1, -std::log10(light) / 1.6f);
-  Rng rng = seeded_rng(options, kPrintStream);
-  show_in_ink(ink, texture_field(rng, 60, 40, block.texture, 5.0), block.texture.ink);
-  show_in_ink(ink, roller_field(rng, 60, 40, block.roller, 5.0), block.roller.ink);
-  brush_coat(ink, block.coat, rng);
-  const Image expected = colour_of_ink(ink, block.pigment, block.paper);
-  const Image print = printed(paper, options, 0.2f, nullptr, 60, 40);
-  for (std::size_t i = 0; i < print.data.size(); ++i)
-    ASSERT_NEAR(expected.data[i], print.data[i], 1e-4);
 }
 
 TEST(ProcessPrint, TheGateFadesInkAndUnevennessAlike) {
@@ -180,15 +144,13 @@ TEST(ProcessPrint, TheGateFadesInkAndUnevennessAlike) {
   const Image smooth = printed(even, Json::object(), 0.1f, &gate);
   const Image rough = printed(uneven, Json::object(), 0.1f, &gate);
   int lighter = 0, darker = 0;
-  for (int y = 0; y < 16; ++y)
-    for (int x = 0; x < 12; ++x) {
-      if (x < 6) {
-        EXPECT_EQ(smooth.at(0, 0, 0), rough.at(y, x, 0));
-        continue;
-      }
+  for (int y = 0; y < 16; ++y) {
+    for (int x = 0; x < 6; ++x) EXPECT_EQ(smooth.at(0, 0, 0), rough.at(y, x, 0));
+    for (int x = 6; x < 12; ++x) {
       lighter += rough.at(y, x, 0) > smooth.at(y, x, 0) ? 1 : 0;
       darker += rough.at(y, x, 0) < smooth.at(y, x, 0) ? 1 : 0;
     }
+  }
   EXPECT_FLOAT_EQ(0.8909f, smooth.at(0, 0, 0));
   EXPECT_GT(lighter, 20);  // where the gate fades, too, there is more ink here and less there
   EXPECT_GT(darker, 20);
@@ -219,35 +181,31 @@ TEST(ProcessPrint, AFieldShowsMostInTheMidTones) {
   EXPECT_NEAR(tone * 0.022, change(0.5f), 1e-6);
   EXPECT_NEAR(0.16 * 0.022, change(0.0f), 1e-7);  // specks on bare paper
   EXPECT_EQ(0.0f, change(1.0f));
-  EXPECT_GT(change(0.6f), change(0.1f));
 }
 
 TEST(ProcessPrint, TheCoatEndsRaggedInsideTheSheet) {
   const int w = 300, h = 200;
   CoatBlock coat;
   coat.style = CoatStyle::brush;
-  const auto coated = [&](std::int64_t seed) {
+  const auto coated = [&] {
     Image ink(h, w, 1, 0.8f);
-    Rng rng = rng_from_key({seed});
+    Rng rng = rng_from_key({3});
     brush_coat(ink, coat, rng);
     return ink;
   };
-  const Image ink = coated(3);
-  EXPECT_EQ(ink.data, coated(3).data);
-  EXPECT_NE(ink.data, coated(4).data);
+  const Image ink = coated();
   EXPECT_NEAR(0.8, ink.at(100, 150), 0.08);
-  int first_of_row[2] = {w, 0};
+  int nearest = w, farthest = 0;
   for (int y = 60; y < 140; ++y) {
     EXPECT_EQ(0.0f, ink.at(y, 0));
     int x = 0;
     while (x < w && ink.at(y, x) < 0.2f) ++x;
-    first_of_row[0] = std::min(first_of_row[0], x);
-    first_of_row[1] = std::max(first_of_row[1], x);
+    nearest = std::min(nearest, x), farthest = std::max(farthest, x);
   }
-  EXPECT_GT(first_of_row[1] - first_of_row[0], 2);  // ragged
-  EXPECT_NEAR(0.045 * w, 0.5 * (first_of_row[0] + first_of_row[1]), 10.0);
+  EXPECT_GT(farthest - nearest, 2);  // ragged
+  EXPECT_NEAR(0.045 * w, 0.5 * (nearest + farthest), 10.0);
   coat.rough = 0.0;
-  const Image straight = coated(3);
+  const Image straight = coated();
   for (int y = 60; y < 140; ++y) EXPECT_NEAR(straight.at(60, 16), straight.at(y, 16), 1e-6);
   for (const auto& [tiny_w, tiny_h] : {std::pair{1, 1}, {1, 40}, {40, 1}, {2, 3}}) {
     Image tiny(tiny_h, tiny_w, 1, 0.5f);
@@ -276,90 +234,69 @@ TEST(ProcessPrint, ReliefIsLitFromTheUpperLeft) {
   for (int y = 10; y < 30; ++y)
     for (int x = 10; x < 30; ++x) ink.at(y, x) = 0.9f;
   const auto lit = [&](double amount, double sheen) {
-    Image print(40, 40, 3, 0.4f);
     ReliefBlock relief;
     relief.amount = amount;
     relief.sheen = sheen;
+    Image print(40, 40, 3, 0.4f);
     light_relief(print, ink, relief, 10.0);
     return print;
   };
-  const Image strong = lit(0.5, 0.0), weak = lit(0.1, 0.0);
+  const Image strong = lit(0.5, 0.0);
   EXPECT_GT(strong.at(20, 10, 0), 0.45f);  // climbs towards the light
   EXPECT_LT(strong.at(20, 29, 0), 0.35f);
   EXPECT_EQ(0.4f, strong.at(20, 20, 0));
-  EXPECT_LT(weak.at(20, 10, 0), strong.at(20, 10, 0));
   const Image glossy = lit(0.0, 0.03);
   EXPECT_NEAR(0.4 + 0.03 * std::pow(0.9, 0.7), glossy.at(20, 20, 1), 1e-6);
   EXPECT_EQ(0.4f, glossy.at(2, 2, 1));
-  EXPECT_EQ(0.4f, lit(0.0001, 0.00001).at(20, 10, 0));
 }
 
 TEST(ProcessPrint, OptionsOverrideOrScaleAndNullLeavesTheBlock) {
   const Json paper = paper_with(R"({"base": "buff", "texture": {"amount": 0.4},
-    "ink_roller": {"roller": 0.3}, "transfer": {"pickup": 0.8}, "relief": {"amount": 0.2},
+    "ink_roller": {"roller": 0.3}, "relief": {"amount": 0.2},
     "coat": {"style": "brush", "rough": 2.0}})");
   const auto read = [&](const char* options) {
     return read_process_block(paper, Json::parse(options));
   };
-  const ProcessBlock own = read(R"({"ink_roller": null, "pickup": null, "coat": null,
-    "coat_rough": null, "relief": null, "paper_base": null})");
-  EXPECT_EQ(0.4, own.texture.ink.strength);
+  const ProcessBlock own = read(R"({"ink_roller": null, "coat": null,
+    "coat_rough": null, "paper_base": null})");
   EXPECT_EQ(0.3, own.roller.ink.strength);
-  EXPECT_EQ(0.8, own.transfer.pickup);
-  EXPECT_EQ(0.2, own.relief.amount);
   EXPECT_EQ(2.0, own.coat.rough);
   EXPECT_EQ(0.7392f, own.paper[1]);
-  const ProcessBlock set = read(R"({"print_texture": 0.5, "ink_roller": 0, "pickup": 0.5,
-    "coat": "none", "coat_rough": 0.5, "relief": 3, "paper_base": "cream"})");
+  const ProcessBlock set = read(R"({"print_texture": 0.5, "ink_roller": 0, "coat": "none",
+    "coat_rough": 0.5, "relief": 3, "paper_base": "cream"})");
   EXPECT_EQ(0.2, set.texture.ink.strength);
   EXPECT_EQ(0.0, set.roller.ink.strength);
-  EXPECT_EQ(0.5, set.transfer.pickup);
   EXPECT_NEAR(0.6, set.relief.amount, 1e-12);
-  EXPECT_EQ(CoatStyle::none, set.coat.style);
   EXPECT_EQ(1.0, set.coat.rough);
   EXPECT_EQ(0.7996f, set.paper[1]);
   const CoatBlock whole = read(R"({"coat": {"style": "rod", "margin": 0.1}})").coat;
-  EXPECT_EQ(CoatStyle::rod, whole.style);
   EXPECT_EQ(0.1, whole.margin);
   EXPECT_EQ(1.0, whole.rough);  // and nothing of the paper's own
-  EXPECT_EQ(CoatStyle::none, read(R"({"coat": {"margin": 0.1}})").coat.style);
-  EXPECT_EQ(0.25f, read(R"({"paper_base": [0.5, 0.25, 0.1]})").paper[1]);
-  for (const char* option : {R"({"paper_base": [0.5, 0.25]})", R"({"paper_base": []})"}) try {
-      read(option);
-      ADD_FAILURE() << option;
-    } catch (const OptionsError& error) {
-      EXPECT_NE(std::string::npos, std::string(error.what()).find("paper_base"));
-    }
-  EXPECT_THROW(read(R"({"pickup": "much"})"), OptionsError);
+  try {
+    read(R"({"paper_base": [0.5, 0.25]})");
+    FAIL();
+  } catch (const OptionsError& error) {
+    EXPECT_NE(std::string::npos, std::string(error.what()).find("paper_base"));
+  }
 }
 
 TEST(ProcessPrint, NoBlockLeavesThePrintWithoutNumbers) {
   for (const char* process :
-       {"true", "[1]", R"("gum")", R"({"texture": 3, "coat": [1], "relief": "x", "pigment": true})",
-        R"({"ink_floor": 1, "plug": 1e30})", R"({"ink_floor": 1e30, "plug": -5})",
+       {R"("gum")", R"({"texture": 3, "coat": [1], "relief": "x", "pigment": true})",
+        R"({"ink_floor": 1e30, "plug": -5})",
         R"({"texture": {"amount": 1e30, "fine_um": 1e30, "wide_um": -1, "raster": 1e30}})",
         R"({"texture": {"kind": "raster", "amount": 1, "cell_um": 1e-30}})",
-        R"({"texture": {"kind": "raster", "amount": 1, "cell_um": 1e30}})",
         R"({"ink_roller": {"roller": 1e30, "brush_mm": 1e30, "fine_mm": -1e30}})",
         R"({"transfer": {"pickup": -1e30, "soften_mm": 1e30}})",
         R"({"coat": {"style": "rod", "margin": 1e30, "band": -1e30, "rough": 1e30}})",
         R"({"pigment": {"density": [1e30, -1e30, 0], "mode": "stain"}})",
         R"({"pigment": {"mode": "ink", "opacity": 1e30, "rgb": [1, 2]}})",
         R"({"relief": {"amount": 1e30, "sheen": 1e30, "smooth_mm": 1e30, "slope_floor": -1}})"})
-    for (const double print_px_um : {100.0, 1e30, 1e-30, 0.0, -4.0})
+    for (const double print_px_um : {100.0, 1e30, 0.0})
       for (const float v : printed(paper_with(process), {{"print_px_um", print_px_um}}, 0.2f).data)
         ASSERT_TRUE(v >= 0.0f && v <= 1.0f) << process << " " << print_px_um << ": " << v;
   EXPECT_THROW(printed(paper_with(R"({"texture": {"amount": [1]}})"), Json::object(), 0.2f),
                OptionsError);
-}
-
-TEST(ProcessPrint, OnlyTheStreamOfThePrintMovesIt) {
-  const Json paper = paper_with(R"({"texture": {"amount": 0.3}, "coat": {"style": "brush"}})");
-  const auto of_variant = [&](const char* stream) {
-    return printed(paper, {{"seed_variants", {{stream, 1}}}}, 0.2f).data;
-  };
-  EXPECT_EQ(of_variant("film"), of_variant("table"));
-  EXPECT_NE(of_variant("film"), of_variant("print"));
 }
 
 }  // namespace
