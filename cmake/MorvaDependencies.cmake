@@ -35,7 +35,8 @@ add_library(morva_heif INTERFACE)
 target_include_directories(morva_heif SYSTEM INTERFACE ${HEIF_INCLUDE_DIRS})
 target_link_libraries(morva_heif INTERFACE ${CMAKE_DL_LIBS})
 
-# stb (public domain): one header that turns the outlines of a TrueType font into pixels, for the letters of
+# stb (public domain), two headers. One reads the mask of blue noise (src/repro/blue_noise.cpp). The other turns
+# the outlines of a TrueType font into pixels, for the letters of
 # stamps. Which font that is, fontconfig (MIT) says; it is opened at the first stamp (src/finish/font_finder.cpp),
 # without its header. Of fonts any bold sans serves; Debian's fonts-liberation2 has one.
 find_path(MORVA_STB stb/stb_truetype.h REQUIRED)

@@ -182,6 +182,114 @@ MORVA_API int32_t morva_orient_input(const float* rgb, int32_t width, int32_t he
                                      MorvaImage* out, MorvaError* err);
 
 /*
+ * Questions about a render before it runs. They touch no pixel and may be asked while a render runs. Options,
+ * film and paper are those of morva_render_ex; `width` x `height` is the source in pixels. All return 0; 1 for
+ * a null argument that is not optional; 2 for a profile that is missing or broken, or when no profile
+ * directory is found; 3 for any other failure, options above all.
+ */
+
+/* The size of the sheet that morva_render_ex returns for the same arguments. `width` and `height` are at
+ * least 1 (else 1). What surrounds a picture makes no sheet of more than 32768 pixels a side: that is failure
+ * 3, with the size in its text, as the render would fail. A picture alone may be larger. */
+MORVA_API int32_t morva_output_size(const char* options, const char* film, const char* paper, int32_t width,
+                                    int32_t height, int32_t* out_w, int32_t* out_h, MorvaError* err);
+
+/*
+ * Limits on the long side of a picture, after its crop.
+ *
+ * cap_px    pixels beyond which a render reduces the picture to what the film resolves; 0 when the option
+ *           `master_cap` is off.
+ * grain_px  pixels, the film's rebate included, up to which each pixel is an average over the film's grains; a
+ *           finer raster shows them. 0 where that does not apply: instant film, no grain, another grain engine.
+ */
+MORVA_API int32_t morva_frame_caps(int32_t width, int32_t height, const char* options, const char* film,
+                                   int32_t* cap_px, int32_t* grain_px, MorvaError* err);
+
+/*
+ * Long side over short side, for a crop tool; 0 means any.
+ *
+ * frame_aspect   of the frame that the options choose, or of the card.
+ * forced_aspect  of an instant card that takes no other picture.
+ */
+MORVA_API int32_t morva_crop_aspects(const char* options, const char* film, double* frame_aspect,
+                                     double* forced_aspect, MorvaError* err);
+
+/*
+ * The facts of a setting, for a panel of information: one JSON object on one line, without spaces.
+ *
+ * lens, paper     may be null or "": the facts of a lens or a paper that is not given are left out, and sizes
+ *                 are those of a print on the film's own paper.
+ * crop_w, crop_h  size of the crop in pixels; 0 or less means what the option `crop` leaves, and without it
+ *                 the whole picture. A width or height below 1 counts as 1.
+ * buf, cap        receives at most cap - 1 bytes and a NUL, a longer text cut; nothing when `buf` is null or
+ *                 `cap` below 1. 32768 bytes hold any answer.
+ *
+ * Numbers that a profile makes endless come as null. Lengths on the film are micrometres or millimetres, those
+ * on the sheet centimetres, pixels those of the raster that is developed unless told otherwise.
+ *
+ * Lens, when it is given and the film is not instant:
+ *   stop         stops down from full aperture
+ *   vig, swirl   shares, 0..1, of its vignetting and of its errors at the edge of the field that are left there
+ *   residual     share of the vignetting that no stop takes away
+ *
+ * Film:
+ *   window       what of the film the picture takes, an object: long_mm and short_mm, its sides; exact, whether
+ *                it is the whole gate of the frame; fmt, "135", "120", "sheet", "plate" or "instant"; size, the
+ *                frame's name, "custom", a size of peel-apart film or null; fmt_um, the length of that frame;
+ *                legacy, true when the options name no `frame_size`
+ *   frame_sizes  names of the format's frames; not for instant film
+ *   frame_frac   widest side of the rebate against the picture's long side; 0 for none
+ *   tone         "neutral", or the colour of a plate's silver as three numbers R, G, B
+ *   curves       densities, base and fog included, at 65 exposures of the film: point i lies at log10 exposure
+ *                -3 + 0.09375 i relative to a mid grey's. An object:
+ *                  negativeCurve      black and white: an array of 65
+ *                  layersRGB          colour negative: three such arrays, R, G, B
+ *                  positiveRGB        slide and instant film: likewise; they fall as light grows
+ *                  plate              a wet plate, or one of the plates of three-colour photography
+ *                  plateAndIntensify  a wet plate as `intensify` thickens it, when that is above 0, and
+ *                  dmax_intensified   its greatest density, a number
+ *                  plateAndPositive   three-colour photography: the positive made of that plate, falling
+ *
+ * Raster and grain; the grain, the last four, only where the film has some to show, never for instant film:
+ *   long_px      long side of the raster, rebate included
+ *   grow         how many times finer, each way, a print run or a tube is drawn before it is averaged back; 1
+ *                without one
+ *   long_grown   long side of that
+ *   size_um      a clump of grains, or the spread of the classic engine's noise
+ *   cell_px      that in pixels
+ *   cell_grown   and in those of the finer raster
+ *   resolved     whether single grains show; else a pixel averages over them
+ *
+ * Print:
+ *   print_cm     long side of the print; of an instant picture, of what its card shows
+ *
+ * Paper, when it is given:
+ *   kind            "scan", "plate", or "" for a paper
+ *   grade           in force; 2 on a paper that has but one
+ *   print_ev        exposure of the print, stops
+ *   exposure_shift  stops that development, or a plate to be seen as a positive, adds to the option `ev`
+ *   paper_curve     densities of the paper at 65 exposures of its own, as above; falling for a reversal paper.
+ *                   Only where a curve makes the print's tones: not for scanned or shown positives, plates seen
+ *                   as positives and instant film
+ *   through         densities of the paper at the film's 65 exposures, as it prints there: one array, or three
+ *                   for three layers on colour paper. With `paper_curve`
+ *
+ * Print run or tube, when the paper has one that this film is shown through:
+ *   raster       an object: name, "offset", "inkjet" or "crt"; period_um on the sheet, 0 for none; period_px;
+ *                resolved, whether the picture's own pixels carry it; drawn, whether the finer raster does
+ *   lines        of a tube: lines in the picture
+ *   line_px      height of one
+ *   lines_drawn  whether they are drawn singly
+ *   has_mask     whether it has a mask
+ *   pitch_mm     its pitch
+ *   mask_px      that in pixels; 0 without a mask
+ *   mask_drawn   whether it is drawn
+ */
+MORVA_API int32_t morva_rack_facts(const char* options, const char* film, const char* lens, const char* paper,
+                                   int32_t width, int32_t height, int32_t crop_w, int32_t crop_h, char* buf,
+                                   int32_t cap, MorvaError* err);
+
+/*
  * The crop tool's questions. They touch no pixel, never fail for a number and may be asked while a render
  * runs.
  *

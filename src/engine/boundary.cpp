@@ -6,6 +6,7 @@
 #include <exception>
 #include <new>
 
+#include "finish/sheet_size.h"
 #include "image/errors.h"
 #include "image/growing_image.h"
 #include "input/bounded_light.h"
@@ -95,6 +96,18 @@ std::int32_t plain_failure(MorvaError* err) noexcept {
 
 std::int32_t options_failure(MorvaError* err) noexcept {
   return failure_of_code(err, MORVA_OPTIONS_FAILED);
+}
+
+std::int32_t query_failure(MorvaError* err) noexcept {
+  try {
+    throw;
+  } catch (const ProfileError& error) {
+    return fail_with(err, MORVA_PROFILE_FAILED, "", error.what());
+  } catch (const SheetTooLarge& error) {
+    return fail_with(err, MORVA_OPTIONS_FAILED, "", error.what());
+  } catch (...) {
+    return failure_of_code(err, MORVA_OPTIONS_FAILED);
+  }
 }
 
 Image copy_in(const float* rgb, std::int32_t width, std::int32_t height) {

@@ -19,10 +19,12 @@ void clear(MorvaError* err) noexcept;
 
 // Turn the exception in flight into a code and a text. The first tells options, profiles and
 // cancellation apart; the second, for exports that only read a file or resample, knows 5 alone; the
-// third, for those whose only doubtful argument is the options, 3 alone.
+// third, for those whose only doubtful argument is the options, 3 alone; the fourth, for questions
+// about a setting, 2 for a profile and 3 for all else.
 std::int32_t render_failure(MorvaError* err) noexcept;
 std::int32_t plain_failure(MorvaError* err) noexcept;
 std::int32_t options_failure(MorvaError* err) noexcept;
+std::int32_t query_failure(MorvaError* err) noexcept;
 
 // Runs `body`, which returns a code, and hands what it throws to `failure`.
 template <class Body>

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "engine/pending.h"
 #include "engine/sheet.h"
 #include "film/develop_bw.h"
 #include "film/develop_color.h"
@@ -18,6 +17,8 @@
 #include "print/slide.h"
 #include "profiles/film.h"
 #include "profiles/seeds.h"
+#include "repro/print_surface.h"
+#include "repro/repro.h"
 
 namespace morva {
 
@@ -30,68 +31,92 @@ void drop_glass_on_opaque_base(Json& stock, const Json& paper) {
   stock["halation"].erase("glass_mm");
 }
 
-Image reproduce(Image print, const Json& paper, const Json& opts) {
-  if (!truthy(get(paper, "repro"))) return print;
-  Rng rng = seeded_rng(opts, kPrintStream);
-  return apply_repro(std::move(print), paper, opts, rng,
-                     get_number(opts, "print_px_um", kDefaultPrintPxUm));
-}
-
-// A film that is itself the positive, scanned and reproduced where the paper says so.
-Image show_positive(Image positive, const Json& paper, const Json& opts) {
-  if (paper_kind(paper) == "scan" || truthy(get(paper, "scan")))
-    positive = scan_positive(std::move(positive), paper, opts);
-  return reproduce(std::move(positive), paper, opts);
-}
-
-// A silver or dye print goes on to the press and gets the surface of its sheet. A black-and-white
-// print goes as one channel.
-Image reproduce_and_surface(Image print, const std::string& type, const Json& paper,
-                            const Json& opts) {
+// What follows a print: its run on the paper's `repro`, then the surface of a sheet that has one.
+Image reproduce(Image print, bool on_sheet, const Json& paper, const Json& opts,
+                RenderContext& ctx) {
   const bool has_repro = truthy(get(paper, "repro"));
-  const bool has_surface = truthy(get(paper, "surface"));
+  const bool has_surface = on_sheet && truthy(get(paper, "surface"));
   if (!has_repro && !has_surface) return print;
   Rng rng = seeded_rng(opts, kPrintStream);
   const double print_px_um = get_number(opts, "print_px_um", kDefaultPrintPxUm);
-  if (has_repro) {
-    if (type == "bw") print = extract_channel(print, 0);
-    print = apply_repro(std::move(print), paper, opts, rng, print_px_um);
-  }
-  if (has_surface) print = apply_surface(std::move(print), paper, opts, rng, print_px_um);
+  if (has_repro) print = repro_stage(std::move(print), paper, opts, print_px_um, rng, ctx);
+  if (has_surface) print = repro_surface(std::move(print), paper, opts, print_px_um, rng);
   return print;
+}
+
+// A film that is itself the positive, scanned and reproduced where the paper says so.
+Image show_positive(Image positive, const Json& paper, const Json& opts, RenderContext& ctx) {
+  if (paper_kind(paper) == "scan" || truthy(get(paper, "scan")))
+    positive = scan_positive(std::move(positive), paper, opts);
+  return reproduce(std::move(positive), false, paper, opts, ctx);
+}
+
+// A print on silver or dye paper. A black-and-white one goes to the press as one channel.
+Image show_print(Image print, bool is_bw, const Json& paper, const Json& opts, RenderContext& ctx) {
+  if (is_bw && truthy(get(paper, "repro"))) print = extract_channel(print, 0);
+  return reproduce(std::move(print), true, paper, opts, ctx);
+}
+
+// The ways from an exposed stock to a positive.
+enum class Way {
+  kReversalPaper,  // from a slide
+  kSlide,
+  kTricolor,
+  kInstant,
+  kPlate,    // collodion, seen as it is
+  kProcess,  // an alternative process
+  kCollodionPrint,
+  kBwPrint,
+  kColorOnBw,
+  kColorPrint
+};
+
+Way way_of(const std::string& film_type, const Json& paper) {
+  const std::string paper_type = get_text_or(paper, "type", "");
+  if (film_type == "slide")
+    return paper_type == "reversal_paper" ? Way::kReversalPaper : Way::kSlide;
+  if (film_type == "tricolor") return Way::kTricolor;
+  if (film_type == "instant") return Way::kInstant;
+  if (film_type == "collodion" && paper_kind(paper) == "plate") return Way::kPlate;
+  if (truthy(get(paper, "process"))) return Way::kProcess;
+  if (film_type == "collodion") return Way::kCollodionPrint;
+  if (film_type == "bw") return Way::kBwPrint;
+  return paper_type.starts_with("bw") ? Way::kColorOnBw : Way::kColorPrint;
+}
+
+bool is_positive(Way way) {
+  return way == Way::kSlide || way == Way::kTricolor || way == Way::kInstant || way == Way::kPlate;
 }
 
 }  // namespace
 
 bool prints_by_process(const std::string& film_type, const Json& paper) {
-  if (!truthy(get(paper, "process"))) return false;
-  if (film_type == "slide" || film_type == "tricolor" || film_type == "instant") return false;
-  return film_type != "collodion" || paper_kind(paper) != "plate";
+  return way_of(film_type, paper) == Way::kProcess;
+}
+
+bool prints_on_paper_curve(const std::string& film_type, const Json& paper) {
+  return !is_positive(way_of(film_type, paper));
+}
+
+bool is_reproduced(const std::string& film_type, const Json& paper) {
+  if (!truthy(get(paper, "repro"))) return false;
+  switch (way_of(film_type, paper)) {
+    case Way::kSlide:
+    case Way::kTricolor:
+    case Way::kBwPrint:
+    case Way::kColorOnBw:
+    case Way::kColorPrint:
+      return true;
+    default:
+      return false;
+  }
 }
 
 Image develop_print(Image work, Json stock, const Json& paper, const Json& opts, double um_per_px,
                     const Image* uneven, RenderContext& ctx, const Image* process_mask) {
   const std::string type = get_text_or(stock, "type", "");
-  const std::string paper_type = get_text_or(paper, "type", "");
   if (type == "collodion") drop_glass_on_opaque_base(stock, paper);
   if (type != "bw") apply_exposure_mix(work, stock, opts);
-
-  if (type == "slide" && paper_type == "reversal_paper")
-    return print_reversal(std::move(work), stock, paper, opts, um_per_px, uneven, ctx);
-  if (type == "slide")
-    return show_positive(develop_slide(std::move(work), stock, opts, um_per_px, uneven, ctx), paper,
-                         opts);
-  if (type == "tricolor")
-    return show_positive(develop_tricolor(std::move(work), stock, opts, um_per_px, uneven, ctx),
-                         paper, opts);
-  if (type == "instant") {
-    const auto develop_pack = is_mono_instant(stock) ? develop_instant_mono : develop_instant;
-    return develop_pack(std::move(work), stock, opts, um_per_px, ctx);
-  }
-  if (type == "collodion" && paper_kind(paper) == "plate")
-    return plate_positive(work, stock, paper, opts, um_per_px, ctx);
-  if (prints_by_process(type, paper))
-    return print_process(std::move(work), stock, paper, opts, um_per_px, uneven, process_mask, ctx);
 
   const auto print_silver = [&] {
     Negative negative = develop_bw(work, stock, opts, um_per_px, uneven, ctx);
@@ -104,16 +129,39 @@ Image develop_print(Image work, Json stock, const Json& paper, const Json& opts,
     check_cancel(ctx);
     return print_color(print_params_color(stock, paper, opts), std::move(negative), ctx);
   };
+  const auto develop_pack = [&] {
+    const auto develop = is_mono_instant(stock) ? develop_instant_mono : develop_instant;
+    return develop(std::move(work), stock, opts, um_per_px, ctx);
+  };
 
-  if (type == "collodion") return print_silver();
-  Image print;
-  if (type == "bw")
-    print = print_silver();
-  else if (paper_type.starts_with("bw"))
-    print = print_color_on_bw(std::move(work), stock, paper, opts, um_per_px, uneven, ctx);
-  else
-    print = print_dyes();
-  return reproduce_and_surface(std::move(print), type, paper, opts);
+  switch (way_of(type, paper)) {
+    case Way::kReversalPaper:
+      return print_reversal(std::move(work), stock, paper, opts, um_per_px, uneven, ctx);
+    case Way::kSlide:
+      return show_positive(develop_slide(std::move(work), stock, opts, um_per_px, uneven, ctx),
+                           paper, opts, ctx);
+    case Way::kTricolor:
+      return show_positive(develop_tricolor(std::move(work), stock, opts, um_per_px, uneven, ctx),
+                           paper, opts, ctx);
+    case Way::kInstant:
+      return develop_pack();
+    case Way::kPlate:
+      return plate_positive(work, stock, paper, opts, um_per_px, ctx);
+    case Way::kProcess:
+      return print_process(std::move(work), stock, paper, opts, um_per_px, uneven, process_mask,
+                           ctx);
+    case Way::kCollodionPrint:
+      return print_silver();
+    case Way::kBwPrint:
+      return show_print(print_silver(), true, paper, opts, ctx);
+    case Way::kColorOnBw:
+      return show_print(
+          print_color_on_bw(std::move(work), stock, paper, opts, um_per_px, uneven, ctx), false,
+          paper, opts, ctx);
+    case Way::kColorPrint:
+      break;
+  }
+  return show_print(print_dyes(), false, paper, opts, ctx);
 }
 
 }  // namespace morva

@@ -1,6 +1,8 @@
 // Development and print: which processes a stock and a paper call for, in one entry.
 #pragma once
 
+#include <string>
+
 #include "image/image.h"
 #include "image/render_context.h"
 #include "profiles/json_access.h"
@@ -16,5 +18,10 @@ Image develop_print(Image work, Json stock, const Json& paper, const Json& opts,
 
 // Whether an alternative process makes the print, and so lays the rebate's mask itself.
 bool prints_by_process(const std::string& film_type, const Json& paper);
+
+// Whether the print takes its tones from the paper's H&D curve, and whether it then goes on to the
+// paper's `repro`.
+bool prints_on_paper_curve(const std::string& film_type, const Json& paper);
+bool is_reproduced(const std::string& film_type, const Json& paper);
 
 }  // namespace morva

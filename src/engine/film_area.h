@@ -5,7 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "image/image.h"
+#include "input/crop_geometry.h"
+#include "profiles/formats.h"
 #include "profiles/json_access.h"
 
 namespace morva {
@@ -18,15 +19,20 @@ struct FilmArea {
   bool full_gate = true;                  // the crop is the whole gate
   double long_um = 0.0;                   // length on the film of the picture's long side
   double cap_um = 0.0;                    // length from which the master cap is computed
+  double gate_um = 0.0;                   // length of the frame, or of an instant picture
 };
 
-// `film` is the profile as stored. `width0` x `height0` is the source, `width1` x `height1` what
-// the crop left of it, in pixels.
-FilmArea plan_film_area(const Json& film, const Json& opts, int width0, int height0, int width1,
-                        int height1);
+// `film` is the profile as stored, `crop` what the crop left of the source.
+FilmArea plan_film_area(const Json& film, const Json& opts, PixelSize source, PixelSize crop);
 
-// Reduces a picture whose long side exceeds what the film can resolve; a smaller one is never
-// enlarged.
-Image fit_master(Image work, const Json& film, const FilmArea& area, const Json& opts);
+// The frame that the options choose.
+FrameChoice chosen_frame(const Json& film, const Json& opts);
+
+// The long side in pixels beyond which the raster is finer than the film; none where the option
+// `master_cap` is off.
+std::optional<int> master_cap(const Json& film, const FilmArea& area, const Json& opts);
+
+// A picture reduced to that. A smaller one is never enlarged.
+PixelSize master_size(PixelSize picture, std::optional<int> cap_px);
 
 }  // namespace morva

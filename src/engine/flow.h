@@ -23,14 +23,12 @@ Image render_named(const ProfileStore& store, Image input, const std::string& fi
 Image process(const ProfileStore& store, Image input, const Json& film, const Json& lens,
               const Json& paper, const Json& options, RenderContext& ctx);
 
+// The paper of that name, or the film's own where it is empty, with the film's tube where the paper
+// has none.
+Json load_positive(const ProfileStore& store, const Json& film, const std::string& paper_name);
+
 // The film as it is loaded into the camera: aged and with its development folded in.
 Json developed_stock(const Json& film, const Json& opts);
-
-// Sets `print_cm` and `print_px_um`, the size of the print and of its pixels. `pic_long` and
-// `film_long` are the long sides in pixels without and with the rebate, `long_um` the latter's
-// length on the film.
-void update_print_scale(Json& opts, const Json& paper, bool is_instant, double long_um,
-                        int pic_long, int film_long);
 
 // The colour that an unexposed edge of this film gives on this paper: an 8 x 8 picture of no light,
 // without grain. `resolved` is the developed stock.

@@ -66,7 +66,7 @@ MORVA_API int32_t morva_orient_input(const float* rgb, int32_t width, int32_t he
     return fail(err, MORVA_BAD_ARGUMENT, "morva_orient_input: пустой вход");
   return guarded(err, options_failure, [&]() -> std::int32_t {
     const Json merged = merged_options(parse_options(options));
-    hand_out(upright_source(copy_light_in(rgb, width, height), merged).picture, out);
+    hand_out(upright_source(copy_light_in(rgb, width, height), merged), out);
     return MORVA_OK;
   });
 }

@@ -54,6 +54,11 @@ int ragged_depth(const Image& mask, Side side, const Span& lines) {
   return depth;
 }
 
+PixelSize widened(PixelSize sheet, std::int32_t across_px, std::int32_t down_px) {
+  require_sheet_size(std::int64_t{sheet.h} + down_px, std::int64_t{sheet.w} + across_px);
+  return {sheet.w + across_px, sheet.h + down_px};
+}
+
 Image stamp_in_mat(Image sheet, Json& opts) {
   sheet = apply_mat(std::move(sheet), opts);
   Json in_margin = opts;
@@ -66,11 +71,25 @@ Image stamp_in_mat(Image sheet, Json& opts) {
 
 }  // namespace
 
+PixelSize bordered_size(PixelSize print, double border) {
+  if (border <= 0.0) return print;
+  const std::int32_t both_px = 2 * sheet_pixels(std::max(print.h, print.w) * border);
+  return widened(print, both_px, both_px);
+}
+
+PixelSize finished_size(PixelSize sheet, const Json& opts, bool no_sheet) {
+  if (no_sheet) return sheet;
+  if (const auto mat = mat_margins(opts))
+    sheet = widened(sheet, 2 * mat->side_px, mat->side_px + mat->bottom_px);
+  const std::int32_t table_px = table_margin_px(opts);
+  return table_px > 0 ? widened(sheet, 2 * table_px, 2 * table_px) : sheet;
+}
+
 Image pad_border(Image image, double border, const std::array<float, 3>& rgb) {
   if (border <= 0.0) return image;
-  const int p = sheet_pixels(std::max(image.h, image.w) * border);
-  require_sheet_size(std::int64_t{image.h} + 2 * p, std::int64_t{image.w} + 2 * p);
-  Image sheet(image.h + 2 * p, image.w + 2 * p, 3);
+  const PixelSize size = bordered_size({image.w, image.h}, border);
+  const int p = (size.w - image.w) / 2;
+  Image sheet(size.h, size.w, 3);
   for (std::size_t i = 0; i < sheet.pixels(); ++i) std::copy_n(rgb.data(), 3, &sheet.data[i * 3]);
   for (int y = 0; y < image.h; ++y)
     for (int x = 0; x < image.w; ++x)

@@ -9,6 +9,7 @@
 
 #include "finish/rebate_style.h"
 #include "image/image.h"
+#include "input/crop_geometry.h"
 #include "profiles/json_access.h"
 
 namespace morva {
@@ -17,6 +18,9 @@ namespace morva {
 // three channels; the picture itself when `border` is not positive. Throws std::bad_alloc for a
 // border that makes the sheet larger than any.
 Image pad_border(Image image, double border, const std::array<float, 3>& rgb);
+
+// The size of that.
+PixelSize bordered_size(PixelSize print, double border);
 
 // Lays the paper's colour over what lies outside the rebate's mask (one channel, the print's size).
 void lay_base_outside(Image& print, const Image& mask, const std::array<float, 3>& base);
@@ -39,6 +43,9 @@ bool paper_has_sheet(const Json& paper);
 // Mat, stamps and table, in the order of the bench: a mat first when the border is too narrow for
 // the stamps.
 Image finish_sheet(Image image, Json opts, bool no_sheet, const Image* table_hint = nullptr);
+
+// What finish_sheet makes of a sheet of this size. Throws as the mat and the table do.
+PixelSize finished_size(PixelSize sheet, const Json& opts, bool no_sheet);
 
 // Size of a print pixel where nothing has set it, micrometres.
 inline constexpr double kDefaultPrintPxUm = 60.0;

@@ -13,7 +13,6 @@ namespace morva {
 
 namespace {
 
-constexpr double kFinestSigmaPx = 0.45;  // noise of a finer grain would alias
 constexpr double kBlurredSigmaPx = 0.05;
 constexpr double kMostAmount = 1e3;  // far past any film, and still a number when squared
 
@@ -75,6 +74,14 @@ std::array<double, 3> layer_numbers(const Json& grain, const char* key,
   return three_numbers(get(grain, key), std::string("grain.") + key).value_or(fallback);
 }
 
+double silver_noise_um(const Json& grain) {
+  return get_number(grain, "size_um", 6.0);
+}
+
+double dye_noise_um(const Json& grain) {
+  return get_number(grain, "size_um", 4.0);
+}
+
 float grain_norm(double dmin, double dmax) {
   const double t = std::clamp(1.0 / density_range(dmin, dmax), 0.05, 0.95);
   return static_cast<float>(std::sqrt((1.0 - t) * t + 1e-8) / std::max(amplitude(t), 1e-6));
@@ -82,7 +89,7 @@ float grain_norm(double dmin, double dmax) {
 
 std::vector<GrainLayer> grain_layers_bw(double dmin, double dmax, const Json& grain, double px_um,
                                         double size_mult, double mult) {
-  const double size_um = get_number(grain, "size_um", 6.0) * size_mult;
+  const double size_um = silver_noise_um(grain) * size_mult;
   const double amount = get_number(grain, "amount", 0.08);
   std::vector<GrainLayer> layers;
   plan_layer(layers, 0, size_um / std::max(px_um, 1e-6), amount * mult, dmin, dmax);
@@ -92,7 +99,7 @@ std::vector<GrainLayer> grain_layers_bw(double dmin, double dmax, const Json& gr
 std::vector<GrainLayer> grain_layers_color(const std::array<double, 3>& dmin,
                                            const std::array<double, 3>& dmax, const Json& grain,
                                            double px_um, double size_mult, double mult) {
-  const double size_um = get_number(grain, "size_um", 4.0);
+  const double size_um = dye_noise_um(grain);
   const double amount = get_number(grain, "amount", 0.05);
   const auto amount_scale = layer_numbers(grain, "layer_scale", kLayerScale);
   const auto size_scale = layer_numbers(grain, "layer_size_scale", kLayerSizeScale);

@@ -23,6 +23,13 @@ inline constexpr std::array<double, 3> kLayerSizeScale = {1.0, 1.0, 1.2};
 // An amount up to here is none.
 inline constexpr double kFaintestAmount = 1e-5;
 
+// Sigma of the noise's blur, pixels, below which it is not made finer but weaker.
+inline constexpr double kFinestSigmaPx = 0.45;
+
+// Sigma by the film's record, micrometres.
+double silver_noise_um(const Json& grain);
+double dye_noise_um(const Json& grain);
+
 // Three numbers of the grain record, or `fallback` where it has no such three.
 std::array<double, 3> layer_numbers(const Json& grain, const char* key,
                                     const std::array<double, 3>& fallback);
@@ -45,7 +52,7 @@ float grain_norm(double dmin, double dmax);
 // The layers that have grain at all. `grain` is the film's record: `size_um` and `amount`, in
 // colour also `layer_size_scale` and `layer_scale`. `px_um` is a pixel's size on the film in
 // micrometres, `size_mult` and `mult` scale size and amount. Grain finer than a pixel is weaker,
-// not sharper: below a sigma of 0.45 pixels the amount falls in proportion.
+// not sharper: below kFinestSigmaPx the amount falls in proportion.
 std::vector<GrainLayer> grain_layers_bw(double dmin, double dmax, const Json& grain, double px_um,
                                         double size_mult, double mult);
 std::vector<GrainLayer> grain_layers_color(const std::array<double, 3>& dmin,

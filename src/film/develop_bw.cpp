@@ -57,6 +57,12 @@ Image develop_silver(Image light, const DevelopBwParams& params, bool on_plate,
 
 }  // namespace
 
+HdCurve silver_curve(const Json& film, const Json& options) {
+  const Json& record = film.at("negative");
+  const bool wet = plate_params(film, options).kind == PlateKind::wet;
+  return wet ? collodion_curve(record, options) : negative_curve(record);
+}
+
 Negative develop_bw(const Image& scene, const Json& film, const Json& options, double px_um,
                     const Image* uneven, RenderContext& ctx) {
   Image light = emulsion_blur(panchromatic(scene, film), film, px_um);
@@ -69,8 +75,7 @@ Negative develop_bw(const Image& scene, const Json& film, const Json& options, d
   check_cancel(ctx);
 
   Negative negative;
-  const Json& record = film.at("negative");
-  negative.curve = wet ? collodion_curve(record, options) : negative_curve(record);
+  negative.curve = silver_curve(film, options);
   const auto fog = static_cast<float>(negative.curve.dmin);
   Image density = develop_silver(std::move(light), {negative.curve, exposure_total(options, film)},
                                  plate.kind != PlateKind::none, ctx);

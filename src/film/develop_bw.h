@@ -14,6 +14,9 @@ struct DevelopBwParams {
   double ev = 0.0;  // exposure, stops
 };
 
+// The curve of the film's one silver layer; option `intensify` thickens that of a wet plate.
+HdCurve silver_curve(const Json& film, const Json& options);
+
 // Exposes and develops `scene` (linear light, three channels). `px_um`: a pixel's size on the film,
 // micrometres. `uneven`, a field of uneven development, may be null.
 Negative develop_bw(const Image& scene, const Json& film, const Json& options, double px_um,

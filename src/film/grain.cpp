@@ -1,5 +1,6 @@
 #include "film/grain.h"
 
+#include <string>
 #include <utility>
 
 #include "film/classic_grain.h"
@@ -34,11 +35,42 @@ NormalSource film_normals(const Json& options, std::optional<std::int64_t> plate
   };
 }
 
+bool is_silver(const Json& film) {
+  const std::string type = get_text_or(film, "type", "");
+  return type == "bw" || type == "collodion" || type == "tricolor";
+}
+
 double film_long_um(const Json& options) {
   return get_number(options, "_format_long_um", 0.0);
 }
 
 }  // namespace
+
+std::optional<double> grown_grain_reach_um(const Json& film, const Json& options) {
+  if (get_text_or(options, "grain_engine", "") != "growth") return std::nullopt;
+  const GrainSettings s = grain_settings(film, options);
+  return is_silver(film) ? silver_grain_reach_um(s.record, s.mult, s.size_mult)
+                         : dye_grain_reach_um(s.record, s.mult, s.size_mult);
+}
+
+std::optional<GrainCell> grain_cell(const Json& film, const Json& options, double um_per_px) {
+  const GrainSettings s = grain_settings(film, options);
+  const bool silver = is_silver(film);
+  if (get_text_or(options, "grain_engine", "") == "growth") {
+    const auto reach_um = grown_grain_reach_um(film, options);
+    if (!reach_um) return std::nullopt;
+    const double clump_um = silver ? silver_clump_um(s.record) : dye_clump_um(s.record);
+    return GrainCell{clump_um * s.size_mult, !grain_by_moments(um_per_px, *reach_um)};
+  }
+  constexpr std::array<double, 3> dmin = {0.0, 0.0, 0.0}, dmax = {1.0, 1.0, 1.0};
+  const bool none =
+      silver ? grain_layers_bw(0.0, 1.0, s.record, um_per_px, s.size_mult, s.mult).empty()
+             : grain_layers_color(dmin, dmax, s.record, um_per_px, s.size_mult, s.mult).empty();
+  if (none) return std::nullopt;
+  const double size_um =
+      (silver ? silver_noise_um(s.record) : dye_noise_um(s.record)) * s.size_mult;
+  return GrainCell{size_um, size_um >= kFinestSigmaPx * um_per_px};
+}
 
 bool grain_engine_is_growth(const Json& options) {
   return get_text_or(options, "grain_engine", "") == "growth" &&

@@ -25,6 +25,19 @@ Image add_grain(Image density, const Json& film, const Json& options, double px_
 Image add_grain(Image density, const Json& film, const Json& options, double px_um,
                 const std::array<HdCurve, 3>& curves, const RenderContext& ctx);
 
+// How far on the film the variations of its grown grain reach, micrometres, by the engine and the
+// options above; nothing for a film without such grain.
+std::optional<double> grown_grain_reach_um(const Json& film, const Json& options);
+
+// The grain that the options' engine gives a film, on pixels of `um_per_px`.
+struct GrainCell {
+  double size_um = 0.0;   // of a clump, or the sigma of the classic engine's noise
+  bool resolved = false;  // single grains show in the pixels
+};
+
+// Nothing for a film without grain to show. Calibrates nothing.
+std::optional<GrainCell> grain_cell(const Json& film, const Json& options, double um_per_px);
+
 bool grain_engine_is_growth(const Json& options);
 
 // `_growth_seed` of the options, or of the film, else the seed alone.

@@ -33,16 +33,26 @@ double bounded(double value) {
   return std::clamp(value, -kMostOfARecord, kMostOfARecord);
 }
 
-// A length that no film has, an infinite one too, leaves the plan without a raster.
-bool has_raster(double long_um) {
-  return long_um > 0.0 && long_um <= kLongestUm;
+// In a pixel's side, each near 2 micrometres.
+int sub_samples(double um_per_px) {
+  return static_cast<int>(std::clamp(std::nearbyint(um_per_px * 0.5), 1.0, 1e6));
 }
+
+double clump_um(const Json& grain, double fallback) {
+  return std::min(get_number(grain, "size_um", fallback), kLargestGrainUm);
+}
+
+double amount_of(const Json& grain, double fallback, double mult) {
+  return bounded(get_number(grain, "amount", fallback) * mult);
+}
+
+constexpr double kSilverAmount = 0.055;
 
 GrowthPlan plan_raster(const Image& density, double long_um) {
   GrowthPlan plan;
-  if (!has_raster(long_um)) return plan;
+  if (!grain_has_raster(long_um)) return plan;
   plan.um_per_px = long_um / std::max(density.w, density.h);
-  plan.ss = static_cast<int>(std::clamp(std::nearbyint(plan.um_per_px * 0.5), 1.0, 1e6));
+  plan.ss = sub_samples(plan.um_per_px);
   plan.sub_um = plan.um_per_px / plan.ss;
   plan.n_cells = (plan.um_per_px / plan.sub_um) * (plan.um_per_px / plan.sub_um);
   plan.blur_px = kSpotUm / plan.um_per_px;
@@ -57,7 +67,7 @@ void plan_curve(GrowthPlan& plan, std::size_t layer, double dmin, double dmax) {
 
 void plan_reach(GrowthPlan& plan, double r_um) {
   plan.r_um = r_um;
-  plan.analytic = std::max(2.0 * r_um, 4.0 * plan.sub_um) <= plan.um_per_px;
+  plan.analytic = grain_by_moments(plan.um_per_px, r_um);
   plan.shape = disc_overlap(plan.um_per_px, r_um);
 }
 
@@ -147,12 +157,41 @@ void read_density(Image& transmission, float dmin, float floor) {
 
 }  // namespace
 
+double silver_clump_um(const Json& grain) {
+  return clump_um(grain, 14.0);
+}
+
+double dye_clump_um(const Json& grain) {
+  return clump_um(grain, DyeStock().size_um);
+}
+
+std::optional<double> silver_grain_reach_um(const Json& grain, double mult, double size_mult) {
+  if (!(amount_of(grain, kSilverAmount, mult) > kFaintestAmount)) return std::nullopt;
+  return silver_reach_um(silver_clump_um(grain), size_mult);
+}
+
+std::optional<double> dye_grain_reach_um(const Json& grain, double mult, double size_mult) {
+  const DyeStock stock;
+  if (!(amount_of(grain, stock.amount, mult) > kFaintestAmount)) return std::nullopt;
+  return dye_reach_um(dye_clump_um(grain), size_mult);
+}
+
+// A length that no film has, an infinite one too, leaves the plan without a raster.
+bool grain_has_raster(double long_um) {
+  return long_um > 0.0 && long_um <= kLongestUm;
+}
+
+bool grain_by_moments(double um_per_px, double reach_um) {
+  const double sub_um = um_per_px / sub_samples(um_per_px);
+  return std::max(2.0 * reach_um, 4.0 * sub_um) <= um_per_px;
+}
+
 GrowthPlan growth_plan_bw(const Image& density, double dmin, double dmax, double long_um,
                           const Json& grain, double mult, double size_mult) {
   GrowthPlan plan = plan_raster(density, long_um);
-  const double size_um = std::min(get_number(grain, "size_um", 14.0), kLargestGrainUm);
-  const double amount = bounded(get_number(grain, "amount", 0.055) * mult);
-  if (!(amount > kFaintestAmount) || !has_raster(long_um)) return plan;
+  const double size_um = silver_clump_um(grain);
+  const double amount = amount_of(grain, kSilverAmount, mult);
+  if (!(amount > kFaintestAmount) || !grain_has_raster(long_um)) return plan;
   plan_curve(plan, 0, dmin, dmax);
   plan.t = silver_shadow_um(size_um);
   plan_reach(plan, silver_reach_um(size_um, size_mult));
@@ -168,8 +207,8 @@ GrowthPlan growth_plan_color(const Image& density, const std::array<double, 3>& 
                              double mult, double size_mult) {
   GrowthPlan plan = plan_raster(density, long_um);
   DyeStock stock;
-  stock.size_um = std::min(get_number(grain, "size_um", stock.size_um), kLargestGrainUm);
-  stock.amount = bounded(get_number(grain, "amount", stock.amount) * mult);
+  stock.size_um = dye_clump_um(grain);
+  stock.amount = amount_of(grain, stock.amount, mult);
   stock.layer_scale = layer_numbers(grain, "layer_scale", stock.layer_scale);
   stock.layer_size_scale = layer_numbers(grain, "layer_size_scale", stock.layer_size_scale);
   for (std::size_t k = 0; k < 3; ++k) {
@@ -178,7 +217,7 @@ GrowthPlan growth_plan_color(const Image& density, const std::array<double, 3>& 
   }
   stock.dmin = dmin;
   stock.dmax = dmax;
-  if (!(stock.amount > kFaintestAmount) || !has_raster(long_um)) return plan;
+  if (!(stock.amount > kFaintestAmount) || !grain_has_raster(long_um)) return plan;
   plan_reach(plan, dye_reach_um(stock.size_um, size_mult));
   const DyeCalibration calibration = calibrate_dyes(stock);
   plan.sigma = calibration.sigma;

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 
 #include "film/grain_moments.h"
 #include "image/image.h"
@@ -37,6 +38,21 @@ struct GrowthPlan {
   std::array<double, 3> cloud_um = {};  // sigma of a dye cloud
   std::array<double, 3> unit = {};      // density of one grain over a sub-sample
 };
+
+// Size of a clump of grains by the film's record, micrometres.
+double silver_clump_um(const Json& grain);
+double dye_clump_um(const Json& grain);
+
+// Reach of the rate's variations on the film, micrometres, from the film's record and as the
+// options scale it; nothing where the film has no grain to show.
+std::optional<double> silver_grain_reach_um(const Json& grain, double mult, double size_mult);
+std::optional<double> dye_grain_reach_um(const Json& grain, double mult, double size_mult);
+
+// Whether a long side of that length can be a film's.
+bool grain_has_raster(double long_um);
+
+// Whether a pixel of `um_per_px` is so large against it that moments stand for the grains.
+bool grain_by_moments(double um_per_px, double reach_um);
 
 GrowthPlan growth_plan_bw(const Image& density, double dmin, double dmax, double long_um,
                           const Json& grain, double mult, double size_mult);

@@ -6,7 +6,6 @@
 #include "finish/gate_mask.h"
 #include "finish/holder_edge.h"
 #include "finish/notch_code.h"
-#include "finish/rebate_plan.h"
 #include "image/growing_image.h"
 
 namespace morva {
@@ -24,28 +23,15 @@ Image on_dark_canvas(Image picture, const RebatePlan& plan) {
   return canvas;
 }
 
-Rebate lay_out(Image work, const RebatePlan& plan, const RebateStyle& style, Rng& rng) {
+}  // namespace
+
+Rebate lay_rebate(Image work, const RebatePlan& plan, const RebateStyle& style, Rng& rng) {
   if (!plan.has_canvas()) return {std::move(work), std::nullopt};
   Rebate rebate;
   rebate.work = on_dark_canvas(std::move(work), plan);
   rebate.mask = gate_mask(plan, style.preset, style.rough, rng);
   cut_notch_code(*rebate.mask, plan);
-  rebate.insets = plan.margins;
   return rebate;
-}
-
-}  // namespace
-
-Rebate format_rebate(Image work, const std::string& family, const RebateStyle& style, Rng& rng,
-                     double px_per_mm, double format_cm, double width_ratio) {
-  const RebatePlan plan =
-      plan_rebate_by_format(work.h, work.w, family, style, px_per_mm, format_cm, width_ratio);
-  return lay_out(std::move(work), plan, style, rng);
-}
-
-Rebate plain_rebate(Image work, const RebateStyle& style, Rng& rng) {
-  const RebatePlan plan = plan_rebate_by_fraction(work.h, work.w, style);
-  return lay_out(std::move(work), plan, style, rng);
 }
 
 }  // namespace morva

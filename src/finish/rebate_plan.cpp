@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <new>
 #include <stdexcept>
 
@@ -39,7 +40,10 @@ constexpr std::int64_t kLargestCanvasPx = std::int64_t{1} << 28;  // 3 GiB of sa
 void require_canvas_size(std::int64_t h, std::int64_t w, std::int64_t canvas_h,
                          std::int64_t canvas_w) {
   if (std::max(h, w) <= kLongestSheetPx) require_sheet_size(canvas_h, canvas_w);
-  if (canvas_h * canvas_w > std::max(kLargestCanvasPx, 2 * h * w)) throw std::bad_alloc();
+  constexpr std::int64_t longest = std::numeric_limits<int>::max();
+  if (std::max(canvas_h, canvas_w) > longest ||
+      canvas_h * canvas_w > std::max(kLargestCanvasPx, 2 * h * w))
+    throw std::bad_alloc();
 }
 
 RebatePlan on_canvas(int h, int w, const std::array<int, 4>& margins) {

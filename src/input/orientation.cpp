@@ -92,10 +92,14 @@ Turn turn_of_orientation(std::int64_t orientation) {
   return orientation >= 1 && orientation <= 8 ? kTurns[orientation] : Turn{};
 }
 
-Image mirror_rotate(Image image, double degrees, bool mirror) {
+Turn turn_of_degrees(double degrees, bool mirror) {
   const double turns =
       std::isfinite(degrees) ? std::fmod(std::nearbyint(degrees / 90.0), 4.0) : 0.0;
-  const Turn turn{(static_cast<int>(turns) + 4) % 4, mirror};
+  return {(static_cast<int>(turns) + 4) % 4, mirror};
+}
+
+Image mirror_rotate(Image image, double degrees, bool mirror) {
+  const Turn turn = turn_of_degrees(degrees, mirror);
   if (turn.identity() || image.data.empty()) {
     return image;
   }

@@ -20,9 +20,11 @@ struct Turn {
 // every other value leaves it as it is.
 Turn turn_of_orientation(std::int64_t orientation);
 
-// Mirrors `image` left to right when asked, then turns it clockwise by `degrees`, rounded to the
-// nearest quarter turn. Any number of channels. Without either the image passes through unchanged
-// and uncopied.
+// Clockwise by `degrees`, rounded to the nearest quarter turn; a number that is not finite is none.
+Turn turn_of_degrees(double degrees, bool mirror);
+
+// Mirrors `image` left to right when asked, then turns it by turn_of_degrees. Any number of
+// channels. Without either the image passes through unchanged and uncopied.
 Image mirror_rotate(Image image, double degrees, bool mirror);
 
 // The same on bare samples: `in` holds h * w pixels of `c` samples; `out`, another block of that

@@ -48,11 +48,19 @@ Image cut_out(const Image& image, const PixelRect& rect) {
   return out;
 }
 
+PixelRect crop_rect(const Json& crop, PixelSize size) {
+  return crop.is_null() ? PixelRect{0, 0, size.w, size.h} : crop_pixels(crop, size);
+}
+
+double whole_degrees(const Json& options) {
+  return std::trunc(get_number(options, "rotate", 0.0));
+}
+
 }  // namespace
 
 Image rotate_crop_input(Image image, const Json& crop, double angle) {
   const PixelSize size = {image.w, image.h};
-  const PixelRect rect = crop.is_null() ? PixelRect{0, 0, size.w, size.h} : crop_pixels(crop, size);
+  const PixelRect rect = crop_rect(crop, size);
   if (is_straight(angle)) {
     const bool whole = rect.w() == size.w && rect.h() == size.h;
     return whole ? std::move(image) : cut_out(image, rect);
@@ -62,13 +70,18 @@ Image rotate_crop_input(Image image, const Json& crop, double angle) {
   return turned_part(image, rect, angle);
 }
 
-UprightSource upright_source(Image source, const Json& options) {
+Image upright_source(Image source, const Json& options) {
   const double angle = get_number(options, "crop_angle", 0.0);
-  const double degrees = std::trunc(get_number(options, "rotate", 0.0));
   const bool mirror = get_bool(options, "mirror", false);
   Image cropped = rotate_crop_input(std::move(source), get(options, "crop"), angle);
-  const PixelSize crop = {cropped.w, cropped.h};
-  return {mirror_rotate(std::move(cropped), degrees, mirror), crop};
+  return mirror_rotate(std::move(cropped), whole_degrees(options), mirror);
+}
+
+UprightSize upright_size(PixelSize source, const Json& options) {
+  const PixelRect rect = crop_rect(get(options, "crop"), source);
+  const PixelSize crop = {rect.w(), rect.h()};
+  const bool on_its_side = turn_of_degrees(whole_degrees(options), false).swaps_sides();
+  return {crop, on_its_side ? PixelSize{crop.h, crop.w} : crop};
 }
 
 }  // namespace morva

@@ -14,13 +14,15 @@ namespace morva {
 // number when there is no angle.
 Image rotate_crop_input(Image image, const Json& crop, double angle);
 
-struct UprightSource {
-  Image picture;
-  PixelSize crop;  // before the quarter turns
-};
-
 // What the options `crop`, `crop_angle`, `mirror` and `rotate` make of the source, in that order.
 // `rotate` counts in whole degrees.
-UprightSource upright_source(Image source, const Json& options);
+Image upright_source(Image source, const Json& options);
+
+// The size that this leaves of a source.
+struct UprightSize {
+  PixelSize crop;  // before the quarter turns
+  PixelSize turned;
+};
+UprightSize upright_size(PixelSize source, const Json& options);
 
 }  // namespace morva

@@ -17,4 +17,7 @@ struct ApertureResponse {
 // where and beyond which the shares are exactly 1.
 ApertureResponse aperture_response(const Json& optics, double stop);
 
+// The rest of its vignetting that no stop takes away.
+double vignette_residual(const Json& optics);
+
 }  // namespace morva

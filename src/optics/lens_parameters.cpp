@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "image/held.h"
-#include "optics/aperture_response.h"
 #include "optics/filter_values.h"
 #include "profiles/number_arrays.h"
 
@@ -109,18 +108,26 @@ std::optional<std::array<double, 3>> read_transmission(const Json& optics) {
   return each_finite(*shares);
 }
 
-// The shares that the stop leaves, finite whatever the file says of them.
-ApertureResponse read_response(const Json& optics, double stop) {
-  const ApertureResponse response = aperture_response(optics, stop);
-  return {held_finite(response.vignetting), held_finite(response.spherical),
-          held_finite(response.field)};
+const Json& optics_of(const Json& lens) {
+  return has(lens, "optics") ? get(lens, "optics") : lens;
 }
 
 }  // namespace
 
+LensAperture lens_aperture(const Json& lens, const Json& opts) {
+  const Json& optics = optics_of(lens);
+  LensAperture aperture;
+  aperture.stop = option_or(opts, "stop", 0.0);
+  const ApertureResponse left = aperture_response(optics, aperture.stop);
+  aperture.left = {held_finite(left.vignetting), held_finite(left.spherical),
+                   held_finite(left.field)};
+  aperture.vignette_residual = held_finite(vignette_residual(optics));
+  return aperture;
+}
+
 LensParameters read_lens(const Json& lens, const Json& opts, std::int32_t w_px, std::int32_t h_px) {
-  const Json& optics = has(lens, "optics") ? get(lens, "optics") : lens;
-  const ApertureResponse response = read_response(optics, option_or(opts, "stop", 0.0));
+  const Json& optics = optics_of(lens);
+  const ApertureResponse response = lens_aperture(lens, opts).left;
   const double long_px = std::max(w_px, h_px);
   LensParameters p;
   p.distortion = read_distortion(optics, opts);

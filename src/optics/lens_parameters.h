@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "optics/aperture_response.h"
 #include "profiles/json_access.h"
 
 namespace morva {
@@ -73,6 +74,16 @@ struct LensParameters {
   std::array<double, 3> axial_sigma_px;  // of each colour; 0 leaves it sharp
   std::optional<std::array<double, 3>> transmission;
 };
+
+// How far a lens is stopped down, in stops, and the shares of its faults that this leaves.
+struct LensAperture {
+  double stop = 0.0;
+  ApertureResponse left;
+  double vignette_residual = 0.0;
+};
+
+// Read as below.
+LensAperture lens_aperture(const Json& lens, const Json& opts);
 
 // Strengths are read from the lens's object `optics` where it has one, else from its top level.
 // Options: `stop`, `distortion` (false makes the lens straight), `glow_mult`, `glow_radius_mult`.

@@ -51,6 +51,10 @@ PlateViewParams plate_view_params(const Json& film, const Json& paper, const Jso
 
 }  // namespace
 
+double positive_ev(const Json& paper) {
+  return get_number(get_object(paper, "plate_view"), "positive_ev", -1.5);
+}
+
 Image plate_view(const Image& density, const Json& film, const Json& paper, const Json& options,
                  double floor) {
   const PlateViewParams params = plate_view_params(film, paper, options, floor);
@@ -94,10 +98,8 @@ double plate_floor(const Json& film, const Json& options, double px_um, double d
 
 Image plate_positive(const Image& scene, const Json& film, const Json& paper, const Json& options,
                      double px_um, RenderContext& ctx) {
-  constexpr double positive_ev = -1.5;
   Json exposed = options;
-  exposed["ev"] = get_number(options, "ev", 0.0) +
-                  get_number(get_object(paper, "plate_view"), "positive_ev", positive_ev);
+  exposed["ev"] = get_number(options, "ev", 0.0) + positive_ev(paper);
   Negative plate = develop_bw(scene, film, exposed, px_um, nullptr, ctx);
   check_cancel(ctx);
   const auto mid = static_cast<float>(plate.curve.dmid);

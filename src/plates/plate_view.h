@@ -8,8 +8,12 @@
 
 namespace morva {
 
-// The picture on a plate: `scene` (linear light, three channels) exposed for a positive, that is by
-// the paper's `plate_view.positive_ev` less than for a negative, developed and viewed. Reflectance,
+// Stops beside the film's exposure that a plate gets to be seen as a positive: the paper's
+// `plate_view.positive_ev`.
+double positive_ev(const Json& paper);
+
+// The picture on a plate: `scene` (linear light, three channels) exposed for a positive, that is
+// beside its negative's exposure by positive_ev, developed and viewed. Reflectance,
 // 0..1, three channels. `px_um`: a pixel's size on the plate, micrometres. Draws what develop_bw
 // draws; throws what it throws.
 Image plate_positive(const Image& scene, const Json& film, const Json& paper, const Json& options,

@@ -51,9 +51,7 @@ Image take_plate(Image light, int plate, const TricolorParams& params, const Jso
 // The negative in contact with a second plate, which becomes the positive: the light that it lets
 // pass, clear glass being 1.
 void print_in_contact(Image& plate, const TricolorParams& params) {
-  const auto mid = static_cast<float>(params.negative.dmid);
-  for (float& density : plate.data) density = mid - density;
-  params.positive.density(plate.data.data(), plate.data.data(), plate.data.size());
+  expose_in_contact(plate, params);
   shine_through(plate, static_cast<float>(params.positive.dmin));
 }
 
@@ -85,6 +83,12 @@ TricolorParams tricolor_params(const Json& film, const Json& options, double px_
   if (const auto colours = nine_numbers(get(tricolor, "projection"), "projection"))
     params.projection = nine_floats(*colours);
   return params;
+}
+
+void expose_in_contact(Image& plate, const TricolorParams& params) {
+  const auto mid = static_cast<float>(params.negative.dmid);
+  for (float& density : plate.data) density = mid - density;
+  params.positive.density(plate.data.data(), plate.data.data(), plate.data.size());
 }
 
 void jitter_exposures(TricolorParams& params, Rng& rng) {

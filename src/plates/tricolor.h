@@ -35,6 +35,10 @@ struct TricolorParams {
 // three numbers and for a `negative` without its keys.
 TricolorParams tricolor_params(const Json& film, const Json& options, double px_um);
 
+// The density of a second plate that is printed in contact with a negative's, its density with base
+// and fog; one channel, in place.
+void expose_in_contact(Image& plate, const TricolorParams& params);
+
 // The plates are exposed one after another, each timed by hand while the light changes, so that
 // every exposure is off by its own. Draws a normal for each plate from `rng`; none without a
 // jitter.

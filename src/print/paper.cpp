@@ -42,11 +42,15 @@ void soften_end(float* density, std::size_t n, double dmid, double end, double s
 
 }  // namespace
 
+double paper_grade(const Json& paper, double grade) {
+  return truthy(get(paper, "fixed_grade")) ? 2.0 : grade;
+}
+
 HdCurve paper_curve(const Json& paper, double grade, double print_black, double print_white) {
-  const double g = truthy(get(paper, "fixed_grade")) ? 2.0 : grade;
-  HdCurve curve = make_curve(get_number(paper, "dmin", 0.05), get_number(paper, "dmax", 2.1),
-                             get_number(paper, "gamma", 1.8) * (0.6 + 0.2 * g),
-                             get_number(paper, "toe", 1.25), kGreyDensity);
+  HdCurve curve =
+      make_curve(get_number(paper, "dmin", 0.05), get_number(paper, "dmax", 2.1),
+                 get_number(paper, "gamma", 1.8) * (0.6 + 0.2 * paper_grade(paper, grade)),
+                 get_number(paper, "toe", 1.25), kGreyDensity);
   set_soft_ends(curve, print_black, print_white);
   return curve;
 }

@@ -11,8 +11,11 @@
 
 namespace morva {
 
+// The grade that a paper has where `grade` is asked for: one of `fixed_grade` stays at 2.
+double paper_grade(const Json& paper, double grade);
+
 // The paper's curve at a grade: one grade is a fifth of the slope at grade 2. `print_black` and
-// `print_white`, 0..1, soften the ends. A paper of `fixed_grade` stays at grade 2.
+// `print_white`, 0..1, soften the ends.
 HdCurve paper_curve(const Json& paper, double grade, double print_black, double print_white);
 
 // Its two soft ends alone, on a curve whose dmin, dmid and dmax are set.

@@ -23,9 +23,8 @@ constexpr float kDarkestSlide = 1e-6f;
 class DensityTable {
  public:
   explicit DensityTable(const ReversalPrintParams& params) : densities_(kSteps + 1) {
-    const double shift = params.print_ev * kLog10Stop - kGreyDensity;
     for (int i = 0; i <= kSteps; ++i)
-      densities_[i] = params.curve.density(shift + kDecades - i / kStepsPerDecade);
+      densities_[i] = density_under_slide(params, i / kStepsPerDecade - kDecades);
   }
 
   // `light` is the log10 of a transmission, -6 .. 0.
@@ -60,6 +59,11 @@ ReversalPrintParams reversal_print_params(const Json& paper, const Json& options
   params.print_ev = get_number(options, "print_ev", 0.0);
   params.dye_purity = get_number(paper, "dye_purity", 0.0);
   return params;
+}
+
+double density_under_slide(const ReversalPrintParams& params, double light) {
+  const double read = std::clamp(light, -kDecades, 0.0);
+  return params.curve.density(params.print_ev * kLog10Stop - kGreyDensity - read);
 }
 
 void print_transmission(Image& slide, const ReversalPrintParams& params) {

@@ -17,6 +17,10 @@ struct ReversalPrintParams {
 
 ReversalPrintParams reversal_print_params(const Json& paper, const Json& options);
 
+// The paper's density, before its soft ends, under a slide of the transmission 10^`light`, which is
+// read over six decades.
+double density_under_slide(const ReversalPrintParams& params, double light);
+
 // From a slide's transmission, 0..1, to the paper's reflectance relative to its white, linear, in
 // place. A mid grey of 0.18 stays one. Not yet bounded.
 void print_transmission(Image& slide, const ReversalPrintParams& params);

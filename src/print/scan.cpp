@@ -90,16 +90,6 @@ Image blur_by_optics(Image image, const Json& scan) {
   return blurred(image, std::max(least_sigma_px, mtf * sigma_of_height * image.h));
 }
 
-Image to_file_size(Image image, const Json& scan) {
-  const double wanted = std::trunc(strength(scan, "long_px", 0.0));
-  const int long_side = std::max(image.h, image.w);
-  if (wanted < 1.0 || wanted >= long_side) return image;
-  const auto scaled = [&](int side) {
-    return std::max(1, static_cast<int>(std::nearbyint(side * wanted / long_side)));
-  };
-  return resize_image(image, scaled(image.w), scaled(image.h), kResizeLanczos);
-}
-
 // Unsharp masking.
 void sharpen(Image& image, const Json& scan) {
   constexpr double least_sigma_px = 0.5;
@@ -161,9 +151,23 @@ Image scan_positive(Image positive, const Json& paper, const Json& options) {
   return positive;
 }
 
+PixelSize scan_file_size(PixelSize positive, const Json& paper) {
+  const double wanted =
+      std::trunc(held(get_number_or(get_object(paper, "scan"), "long_px", 0.0, 0.0), 0.0, 1e9));
+  const int long_side = std::max(positive.h, positive.w);
+  if (wanted < 1.0 || wanted >= long_side) return positive;
+  const auto scaled = [&](int side) {
+    return std::max(1, static_cast<int>(std::nearbyint(side * wanted / long_side)));
+  };
+  return {scaled(positive.w), scaled(positive.h)};
+}
+
 Image scan_finish(Image positive, const Json& paper) {
   const Json& scan = get_object(paper, "scan");
-  positive = to_file_size(blur_by_optics(std::move(positive), scan), scan);
+  const PixelSize size = scan_file_size({positive.w, positive.h}, paper);
+  positive = blur_by_optics(std::move(positive), scan);
+  if (size.w != positive.w || size.h != positive.h)
+    positive = resize_image(positive, size.w, size.h, kResizeLanczos);
   sharpen(positive, scan);
   press_highlights(positive, scan);
   clamp_to_sheet(positive);

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "image/image.h"
+#include "input/crop_geometry.h"
 #include "profiles/hd_curve.h"
 #include "profiles/json_access.h"
 
@@ -25,8 +26,11 @@ ScanParams scan_params(const Json& paper, const Json& options);
 // Light of the positive (linear, three channels) as the scanner reads it, 0..1.
 Image scan_positive(Image positive, const Json& paper, const Json& options);
 
-// Blur, size, sharpening and clipped highlights of the file, 0..1. Only a larger picture is scaled,
-// to the long side that the scanner gives.
+// The size of the file of a positive: only a larger one is scaled, to the long side that the
+// scanner gives.
+PixelSize scan_file_size(PixelSize positive, const Json& paper);
+
+// Blur, size, sharpening and clipped highlights of the file, 0..1.
 Image scan_finish(Image positive, const Json& paper);
 
 }  // namespace morva

@@ -116,6 +116,20 @@ double format_long_um(const std::string& format, const Json& opts) {
   return kFormatLengths[0].long_um;
 }
 
+double frame_aspect(const FrameChoice& choice) {
+  const Family* family = find_family(choice.family);
+  if (family == nullptr || !choice.name) return 0.0;
+  const Gate* frame = find_frame(*family, *choice.name);
+  return frame == nullptr ? 0.0 : frame->long_mm / frame->short_mm;
+}
+
+std::vector<std::string> frame_names(const std::string& name) {
+  std::vector<std::string> names;
+  if (const Family* family = find_family(name))
+    for (const Gate& frame : family->frames) names.emplace_back(frame.name);
+  return names;
+}
+
 int frame_cm(const std::string& name) {
   if (name == "6x7") return 7;
   if (name == "6x8") return 8;

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "profiles/json_access.h"
 
@@ -24,6 +25,12 @@ double format_long_um(const std::string& format, const Json& opts);
 
 // The long side in centimetres by which a frame of 120 film is called; 6 for any other name.
 int frame_cm(const std::string& name);
+
+// Long side over short side of a frame; 0 for "custom", for none and for one the family lacks.
+double frame_aspect(const FrameChoice& frame);
+
+// The named frames of a family.
+std::vector<std::string> frame_names(const std::string& family);
 
 struct FramePlan {
   double long_mm = 0.0;  // the frame on the film

@@ -18,6 +18,7 @@
 #include "engine/host.h"
 #include "engine/options.h"
 #include "engine/sheet.h"
+#include "engine/sheet_plan.h"
 #include "image/vector/isa.h"
 
 namespace morva {
@@ -38,7 +39,8 @@ bool has_any(const Json& record, std::initializer_list<const char*> keys) {
                      [&](const char* key) { return truthy(get(record, key)); });
 }
 
-// But for films and papers that move tones on purpose: looks, plates, processes, scanners' glass.
+// But for films and papers that move tones on purpose: looks, plates, processes, scanners' glass,
+// printing runs, relief.
 TEST_F(Flow, MidGreyPrintsAsMidGreyThroughEveryFilm) {
   for (const std::string& film : maker().list("films", true)) {
     const Json stock = maker().load("films", film);
@@ -46,7 +48,9 @@ TEST_F(Flow, MidGreyPrintsAsMidGreyThroughEveryFilm) {
     if (has_any(stock, {"look", "dryplate"}) || type == "collodion" || type == "tricolor") continue;
     for (const std::string& paper : maker().list("papers", true)) {
       const Json record = maker().load("papers", paper);
-      if (has_any(record, {"tone", "process", "scan"}) || get(record, "kind") == "plate") continue;
+      if (has_any(record, {"tone", "process", "scan", "repro", "surface"}) ||
+          get(record, "kind") == "plate")
+        continue;
       const Rendered r =
           render(Scene(5, 4, 0.18f), R"({"wb_mode": "custom", "grade": 2, "grain_mult": 0})",
                  film.c_str(), paper.c_str());
@@ -208,17 +212,16 @@ TEST_F(Flow, MirrorAndTurnsReachThePicture) {
 TEST_F(Flow, TheMasterCapBoundsTheRaster) {
   const Json opts = merged_options(Json());
   const Json film = Json::object();
-  const FilmArea area = plan_film_area(film, opts, 9000, 30, 9000, 30);
+  const FilmArea area = plan_film_area(film, opts, {9000, 30}, {9000, 30});
   EXPECT_EQ(36000.0, area.long_um);
-  const Image capped = fit_master(Image(30, 9000, 3, 0.5f), film, area, opts);
-  EXPECT_EQ(6545, capped.w);
-  EXPECT_EQ(9000,
-            fit_master(Image(30, 9000, 3), film, area, merged_options({{"master_cap", false}})).w);
+  EXPECT_EQ(6545, master_size({9000, 30}, master_cap(film, area, opts)).w);
+  const Json uncapped = merged_options({{"master_cap", false}});
+  EXPECT_EQ(9000, master_size({9000, 30}, master_cap(film, area, uncapped)).w);
   // The film's own format counts only where the option is switched off.
   const Json half = {{"format_default", "half"}};
-  EXPECT_EQ(36000.0, plan_film_area(half, opts, 9, 6, 9, 6).long_um);
+  EXPECT_EQ(36000.0, plan_film_area(half, opts, {9, 6}, {9, 6}).long_um);
   EXPECT_EQ(24000.0,
-            plan_film_area(half, merged_options({{"format", nullptr}}), 9, 6, 9, 6).long_um);
+            plan_film_area(half, merged_options({{"format", nullptr}}), {9, 6}, {9, 6}).long_um);
 }
 
 TEST_F(Flow, PrintScaleFollowsSheetAndPlate) {

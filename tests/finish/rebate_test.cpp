@@ -60,10 +60,16 @@ TEST(RebatePlan, MarginsAreThoseOfTheFormat) {
 }
 
 TEST(RebatePlan, NoCanvasWithoutAWidth) {
-  Rng rng = rng_of(1);
-  for (const double frame : {0.0, -1e30, 0.0008})
-    EXPECT_FALSE(plain_rebate(Image(40, 60, 3, 0.5f), style_of("none", frame), rng).mask) << frame;
-  EXPECT_FALSE(format_rebate(Image(1, 1, 3), "120", style_of("wide"), rng, 1 / 56.0, 6, 1).mask);
+  const auto has_mask = [](const RebatePlan& plan, const RebateStyle& style) {
+    Rng rng = rng_of(1);
+    return lay_rebate(Image(plan.h, plan.w, 3, 0.5f), plan, style, rng).mask.has_value();
+  };
+  for (const double frame : {0.0, -1e30, 0.0008}) {
+    const RebateStyle style = style_of("none", frame);
+    EXPECT_FALSE(has_mask(plan_rebate_by_fraction(40, 60, style), style)) << frame;
+  }
+  const RebateStyle wide = style_of("wide");
+  EXPECT_FALSE(has_mask(plan_rebate_by_format(1, 1, "120", wide, 1 / 56.0, 6, 1), wide));
 }
 
 TEST(RebatePlan, RefusesWhatNoSheetHolds) {
@@ -253,14 +259,16 @@ TEST(NotchCode, IsCutIntoTheLoadingSide) {
 }
 
 TEST(Rebate, ThePictureLiesInTheDarkAndChanceMovesTheCarrierAlone) {
+  const RebateStyle style = style_of("wide");
+  const RebatePlan plan = plan_rebate_by_format(950, 1200, "120", style, 15.0, 9.0, 1.0);
   const auto lay = [&](int seed) {
     Rng rng = rng_of(seed);
-    return format_rebate(Image(950, 1200, 3, 0.7f), "120", style_of("wide"), rng, 15.0, 9.0, 1.0);
+    return lay_rebate(Image(950, 1200, 3, 0.7f), plan, style, rng);
   };
   const Rebate once = lay(1);
   EXPECT_EQ(once.work.data, lay(2).work.data);
   EXPECT_NE(once.mask->data, lay(2).mask->data);
-  const auto [top, bottom, left, right] = once.insets;
+  const auto [top, bottom, left, right] = plan.margins;
   EXPECT_EQ(once.work.h, 950 + top + bottom);
   double light = 0.0;
   for (int y = 0; y < once.work.h; ++y)

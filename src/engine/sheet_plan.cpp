@@ -1,0 +1,54 @@
+#include "engine/sheet_plan.h"
+
+#include <algorithm>
+
+#include "engine/sheet.h"
+#include "finish/instant_card.h"
+#include "print/scan.h"
+#include "repro/tube_view.h"
+
+namespace morva {
+
+void update_print_scale(Json& opts, const Json& paper, bool is_instant, double long_um,
+                        int pic_long, int film_long) {
+  if (truthy(get(opts, "sheet_cm")) && !is_instant) {  // what two borders leave of the whole paper
+    const double border_of_film = get_number(opts, "border", 0.0) * pic_long / film_long;
+    opts["print_cm"] =
+        std::max(1.0, get_number(opts, "sheet_cm", 0.0) / (2.0 * border_of_film + 1.0));
+  }
+  if (get_text_or(paper, "repro", "") == "crt")
+    opts["print_cm"] = plan_tube_view(paper, opts).image_cm;
+  if (paper_kind(paper) == "plate") opts["print_cm"] = long_um / 10000.0;
+  opts["print_px_um"] = get_number(opts, "print_cm", 30.0) * 10000.0 / film_long;
+}
+
+double border_of_print(const Json& paper, const Json& opts, double pic_long, int print_long) {
+  const double border = get_number(opts, "border", 0.0);
+  if (paper_kind(paper) == "plate") return 0.0;
+  return border > 0.0 ? border * pic_long / print_long : border;
+}
+
+SheetPlan plan_sheet(const Json& film, const Json& paper, Json opts, PixelSize source) {
+  SheetPlan plan;
+  const FilmFrame& frame = plan.frame = plan_film_frame(film, paper, opts, source);
+  update_print_scale(opts, paper, frame.area.is_instant, frame.area.long_um, frame.pic_long(),
+                     frame.film_long());
+  plan.print_cm = get_number(opts, "print_cm", 30.0);
+  plan.print_px_um = get_number(opts, "print_px_um", kDefaultPrintPxUm);
+  plan.print = frame.film();
+  if (paper_kind(paper) == "scan") plan.print = scan_file_size(plan.print, paper);
+  const double ratio = static_cast<double>(long_side(plan.print)) / frame.film_long();
+  plan.print_px_um /= ratio;
+  opts["print_px_um"] = plan.print_px_um;
+  if (frame.area.is_instant) {
+    const auto card = plan_instant_card(film, opts, plan.print);
+    plan.sheet = card ? card->size : plan.print;
+    return plan;
+  }
+  const double border =
+      border_of_print(paper, opts, frame.pic_long() * ratio, long_side(plan.print));
+  plan.sheet = finished_size(bordered_size(plan.print, border), opts, !paper_has_sheet(paper));
+  return plan;
+}
+
+}  // namespace morva

@@ -1,0 +1,34 @@
+// The size of a print and of the finished sheet: the same decisions as the render's, on numbers
+// alone.
+#pragma once
+
+#include "engine/film_frame.h"
+#include "input/crop_geometry.h"
+#include "profiles/json_access.h"
+
+namespace morva {
+
+// Sets `print_cm` and `print_px_um`, the size of the print and of its pixels. `pic_long` and
+// `film_long` are the long sides in pixels without and with the rebate, `long_um` the latter's
+// length on the film.
+void update_print_scale(Json& opts, const Json& paper, bool is_instant, double long_um,
+                        int pic_long, int film_long);
+
+// The border as a fraction of the print's long side, `print_long`; the option is one of the
+// picture's, which is `pic_long` pixels on the print. A plate has none.
+double border_of_print(const Json& paper, const Json& opts, double pic_long, int print_long);
+
+struct SheetPlan {
+  FilmFrame frame;
+  PixelSize print;           // developed and printed; a scan may be smaller than its film
+  double print_cm = 0.0;     // its long side on paper
+  double print_px_um = 0.0;  // size of one of its pixels
+  PixelSize sheet;           // with all that surrounds it: what a render returns
+};
+
+// `film` as stored, `paper` as load_positive gives it, merged options. The picture keeps its raster
+// from the film to the print: a print run returns it at its own size. Throws what a render would
+// throw for a crop, a frame, a card, a border, a mat or a table.
+SheetPlan plan_sheet(const Json& film, const Json& paper, Json opts, PixelSize source);
+
+}  // namespace morva

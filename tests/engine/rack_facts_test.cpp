@@ -1,0 +1,306 @@
+// The facts of a setting, held against the stages that they are about.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "engine/flow.h"
+#include "engine/options.h"
+#include "image/random.h"
+#include "morva.h"
+#include "print/paper.h"
+#include "profiles/hd_curve.h"
+#include "profiles/json_access.h"
+#include "profiles/store.h"
+
+namespace morva {
+namespace {
+
+constexpr int kPoints = 65;
+
+const ProfileStore& maker() {
+  static const ProfileStore store{std::filesystem::path(MORVA_PROFILES_PATH)};
+  return store;
+}
+
+struct Asked {
+  int code = 0;
+  std::string message;
+  Json facts;
+};
+
+struct Frame {
+  int width = 6000, height = 4000, crop_w = 0, crop_h = 0;
+};
+
+Asked ask(const char* film, const char* lens, const char* paper, const Json& options = nullptr,
+          Frame frame = {}) {
+  Asked asked;
+  MorvaError err;
+  std::vector<char> text(32768);
+  const std::string opts = options.is_null() ? "" : options.dump();
+  asked.code =
+      morva_rack_facts(opts.c_str(), film, lens, paper, frame.width, frame.height, frame.crop_w,
+                       frame.crop_h, text.data(), static_cast<std::int32_t>(text.size()), &err);
+  asked.message = err.message;
+  if (asked.code == 0) asked.facts = Json::parse(text.data());
+  return asked;
+}
+
+std::set<std::string> keys_of(const Json& object) {
+  std::set<std::string> keys;
+  for (const auto& [key, value] : object.items()) keys.insert(key);
+  return keys;
+}
+
+std::set<std::string> operator+(std::set<std::string> a, const std::set<std::string>& b) {
+  a.insert(b.begin(), b.end());
+  return a;
+}
+
+class RackFacts : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(0, morva_profiles_load(MORVA_PROFILES_PATH, nullptr)); }
+};
+
+TEST_F(RackFacts, HaveTheKeysThatStockAndPaperCallFor) {
+  using Keys = std::set<std::string>;
+  const Keys always = {"window", "frame_frac", "print_cm", "curves",
+                       "tone",   "long_px",    "grow",     "long_grown"};
+  const Keys lens = {"stop", "vig", "swirl", "residual"};
+  const Keys film = {"frame_sizes", "size_um", "cell_px", "cell_grown", "resolved"};
+  const Keys paper = {"kind", "grade", "print_ev", "exposure_shift"};
+  const Keys curve = {"paper_curve", "through"};
+  const Keys tube = {"lines",    "line_px", "lines_drawn", "has_mask",
+                     "pitch_mm", "mask_px", "mask_drawn",  "raster"};
+  struct Case {
+    const char *film, *lens, *paper;
+    Keys keys, curves;
+  };
+  const std::vector<Case> cases = {
+      {"silver_400",
+       "plain",
+       "bw_neutral",
+       always + lens + film + paper + curve,
+       {"negativeCurve"}},
+      {"everyday_400", nullptr, nullptr, always + film, {"layersRGB"}},
+      {"everyday_400", "", "crt_delta", always + film + paper + curve + tube, {"layersRGB"}},
+      {"everyday_400", nullptr, "cyanotype", always + film + paper + curve, {"layersRGB"}},
+      {"slide_50",
+       nullptr,
+       "offset_coated",
+       always + film + paper + Keys{"raster"},
+       {"positiveRGB"}},
+      {"slide_50", nullptr, "reversal_gloss", always + film + paper + curve, {"positiveRGB"}},
+      {"instant_square", "plain", "crt_delta", always + paper, {"positiveRGB"}},
+      {"instant_mono", nullptr, nullptr, always, {"positiveRGB"}},
+      {"collodion_glass",
+       nullptr,
+       "ambrotype",
+       always + film + paper,
+       {"plate", "plateAndIntensify", "dmax_intensified"}},
+      {"collodion_glass",
+       nullptr,
+       "bw_warm",
+       always + film + paper + curve,
+       {"plate", "plateAndIntensify", "dmax_intensified"}},
+      {"tricolor_plates",
+       nullptr,
+       "scan_film",
+       always + film + paper,
+       {"plate", "plateAndPositive"}},
+  };
+  for (const Case& c : cases) {
+    const Asked asked = ask(c.film, c.lens, c.paper, {{"intensify", 0.5}});
+    const std::string name = std::string(c.film) + " on " + (c.paper ? c.paper : "its own");
+    ASSERT_EQ(0, asked.code) << name << ": " << asked.message;
+    EXPECT_EQ(c.keys, keys_of(asked.facts)) << name;
+    EXPECT_EQ(c.curves, keys_of(asked.facts["curves"])) << name;
+  }
+  EXPECT_FALSE(has(ask("silver_400", nullptr, nullptr, {{"grain_mult", 0}}).facts, "cell_px"));
+}
+
+double exposure(int i) {
+  return -3.0 + 0.09375 * i;
+}
+
+TEST_F(RackFacts, CurvesAreThoseThatRender) {
+  const Json opts = {{"push", 1}, {"grade", 3}, {"print_ev", 0.5}, {"print_black", 0.4}};
+  const auto developed = [&](const char* film) {
+    return developed_stock(maker().load("films", film), merged_options(opts));
+  };
+  const Json silver = ask("silver_400", nullptr, "bw_neutral", opts).facts;
+  const Json slide = ask("slide_50", nullptr, "reversal_gloss", opts).facts;
+  const HdCurve negative = negative_curve(developed("silver_400").at("negative"));
+  const HdCurve dye = slide_curve(developed("slide_50").at("layers").at("b"));
+  const PrintParams print =
+      print_params_bw(maker().load("papers", "bw_neutral"), merged_options(opts));
+  ASSERT_EQ(kPoints, silver["curves"]["negativeCurve"].size());
+  for (int i = 0; i < kPoints; ++i) {
+    EXPECT_EQ(negative.density(exposure(i)), silver["curves"]["negativeCurve"][i]) << i;
+    EXPECT_EQ(dye.density(-exposure(i)), slide["curves"]["positiveRGB"][2][i]) << i;
+    auto printed = static_cast<float>(negative.density(exposure(i)) - negative.dmid);
+    paper_density(print.curve, &printed, &printed, 1, print.print_ev, 0.0);
+    EXPECT_NEAR(printed, silver["through"][i].get<double>(), 1e-5) << i;
+    EXPECT_GE(silver["paper_curve"][i], silver["paper_curve"][std::max(i - 1, 0)]) << i;
+    EXPECT_LE(slide["paper_curve"][i], slide["paper_curve"][std::max(i - 1, 0)]) << i;
+  }
+}
+
+// A mid grey is at the middle point, and prints as one whatever the film and its road to paper.
+TEST_F(RackFacts, AMidGreyGoesThroughAsOne) {
+  const std::vector<std::array<const char*, 2>> pairs = {{"silver_400", "bw_warm"},
+                                                         {"everyday_400", "color_gloss"},
+                                                         {"everyday_400", "bw_neutral"},
+                                                         {"collodion_glass", "platinum"},
+                                                         {"slide_50", "reversal_gloss"}};
+  for (const auto& [film, paper] : pairs) {
+    const double white = get_number(maker().load("papers", paper), "dmin", 0.05);
+    const Json through = ask(film, nullptr, paper).facts["through"];
+    const bool in_colour = through.size() == 3;
+    EXPECT_EQ(in_colour, paper == std::string("color_gloss") || film == std::string("slide_50"));
+    for (const Json& layer : in_colour ? through : Json::array({through}))
+      EXPECT_NEAR(layer.at(kPoints / 2).get<double>() - white, kGreyDensity, 5e-3)
+          << film << " on " << paper;
+  }
+  const Json plates = ask("tricolor_plates", nullptr, nullptr).facts["curves"];
+  const Json& negative = plates["plate"];
+  const Json& positive = plates["plateAndPositive"];
+  EXPECT_LT(negative.front(), negative.back());
+  EXPECT_GT(positive.front(), positive.back());
+  const Json wet = ask("collodion_glass", nullptr, nullptr, {{"intensify", 1}}).facts["curves"];
+  EXPECT_EQ(maker().load("films", "collodion_glass").at("negative").at("dmax_intensified"),
+            wet["dmax_intensified"]);
+  EXPECT_GT(wet["plateAndIntensify"].back(), wet["plate"].back());
+}
+
+TEST_F(RackFacts, TheWindowIsWhatTheCropTakesOfTheFrame) {
+  const Json opts = {{"format", "120"}, {"frame_size", "6x9"}, {"frame_style", "thin"}};
+  const Json whole = ask("silver_400", nullptr, nullptr, opts, {6000, 4000}).facts;
+  EXPECT_EQ("120", whole["window"]["fmt"]);
+  EXPECT_EQ("6x9", whole["window"]["size"]);
+  EXPECT_EQ(84000.0, whole["window"]["fmt_um"]);
+  EXPECT_TRUE(whole["window"]["exact"]);
+  EXPECT_FALSE(whole["window"]["legacy"]);
+  EXPECT_NEAR(56.0, whole["window"]["short_mm"].get<double>(), 0.01);
+  EXPECT_EQ((Json{"645", "6x6", "6x7", "6x8", "6x9", "6x12"}), whole["frame_sizes"]);
+  EXPECT_GT(whole["frame_frac"], 0.0);
+
+  const Json part = ask("silver_400", nullptr, nullptr, opts, {6000, 4000, 3000, 1000}).facts;
+  EXPECT_FALSE(part["window"]["exact"]);
+  EXPECT_NEAR(42.0, part["window"]["long_mm"].get<double>(), 1e-9);
+  EXPECT_NEAR(14.0, part["window"]["short_mm"].get<double>(), 1e-9);
+  Json cropped = opts;
+  cropped["crop"] = {0.25, 0.5, 0.5, 0.25};
+  EXPECT_EQ(part, ask("silver_400", nullptr, nullptr, cropped, {6000, 4000}).facts);
+
+  EXPECT_EQ(
+      "4x5",
+      ask("peel_apart_100", nullptr, nullptr, {{"peel_size", "4x5"}}).facts["window"]["size"]);
+  EXPECT_EQ(3.6, ask("collodion_glass", nullptr, "tintype", {{"format", "135"}}).facts["print_cm"]);
+}
+
+// Grains show exactly beyond the long side that the caps name.
+TEST_F(RackFacts, GrainIsResolvedBeyondItsCap) {
+  for (const char* film : {"silver_400", "everyday_400", "slide_50"}) {
+    int cap_px = 0, grain_px = 0;
+    ASSERT_EQ(0, morva_frame_caps(6000, 4000, nullptr, film, &cap_px, &grain_px, nullptr));
+    const Json below = ask(film, nullptr, nullptr, nullptr, {grain_px, grain_px / 2}).facts;
+    const Json above = ask(film, nullptr, nullptr, nullptr, {grain_px + 1, grain_px / 2}).facts;
+    EXPECT_EQ(false, below["resolved"]) << film;
+    EXPECT_EQ(true, above["resolved"]) << film;
+    EXPECT_EQ(grain_px, below["long_px"]) << film;
+    EXPECT_NEAR(below["cell_px"].get<double>(), below["size_um"].get<double>() * grain_px / 36000.0,
+                1e-9);
+  }
+  const Json classic = {{"grain_engine", "classic"}};
+  EXPECT_EQ(true, ask("silver_400", nullptr, nullptr, classic).facts["resolved"]);
+  EXPECT_EQ(false, ask("silver_400", nullptr, nullptr, classic, {300, 200}).facts["resolved"]);
+}
+
+TEST_F(RackFacts, APrintRunTellsTheRasterItIsDrawnOn) {
+  const Json fine = ask("everyday_400", nullptr, "offset_coated", nullptr, {6000, 4000}).facts;
+  EXPECT_EQ("offset", fine["raster"]["name"]);
+  EXPECT_NEAR(25400.0 / 150.0, fine["raster"]["period_um"].get<double>(), 1e-9);
+  EXPECT_EQ(true, fine["raster"]["resolved"]);
+  EXPECT_GT(fine["grow"], 1.0);
+  EXPECT_NEAR(fine["long_px"].get<double>() * fine["grow"].get<double>(),
+              fine["long_grown"].get<double>(), 2.0);
+  const Json small = ask("everyday_400", nullptr, "offset_coated", nullptr, {600, 400}).facts;
+  EXPECT_EQ(false, small["raster"]["drawn"]);
+  EXPECT_EQ(1.0, small["grow"]);
+
+  const Json tube = ask("everyday_400", nullptr, "crt_delta", {{"crt_zoom", 2}}).facts;
+  EXPECT_EQ(288.0, tube["lines"]);
+  EXPECT_EQ(4000.0 / 288.0, tube["line_px"]);
+  EXPECT_EQ(true, tube["lines_drawn"]);
+  EXPECT_EQ(true, tube["mask_drawn"]);
+  const Json bare = ask("everyday_400", nullptr, "crt_no_mask", nullptr, {60, 40}).facts;
+  EXPECT_EQ(false, bare["has_mask"]);
+  EXPECT_EQ(false, bare["mask_drawn"]);
+  EXPECT_EQ(false, bare["lines_drawn"]);
+}
+
+TEST_F(RackFacts, FillTheBufferAndNoMore) {
+  std::vector<char> text(32768);
+  const auto fill = [&](char* buf, int cap) {
+    return morva_rack_facts(nullptr, "silver_400", nullptr, nullptr, 600, 400, 0, 0, buf, cap,
+                            nullptr);
+  };
+  ASSERT_EQ(0, fill(text.data(), 32768));
+  const std::string whole = text.data();
+  const int length = static_cast<int>(whole.size());
+  EXPECT_EQ(whole, Json::parse(whole).dump());
+  for (const int cap : {0, -1, 1, 2, length, length + 1, length + 2}) {
+    std::fill(text.begin(), text.end(), '#');
+    EXPECT_EQ(0, fill(text.data(), cap)) << cap;
+    const int copied = std::min(cap - 1, length);
+    const std::string expected = cap < 1 ? "" : whole.substr(0, static_cast<std::size_t>(copied));
+    EXPECT_EQ(expected, std::string(text.data(), expected.size())) << cap;
+    EXPECT_EQ(cap < 1 ? '#' : '\0', text[expected.size()]) << cap;
+    EXPECT_EQ('#', text[static_cast<std::size_t>(std::max(cap, 0))]) << cap;
+  }
+  EXPECT_EQ(0, fill(nullptr, 100));
+}
+
+TEST_F(RackFacts, FailuresHaveTheirCodes) {
+  EXPECT_EQ("morva_rack_facts: null stock", ask(nullptr, nullptr, nullptr).message);
+  EXPECT_EQ(1, ask(nullptr, nullptr, nullptr).code);
+  EXPECT_EQ(2, ask("no_such_film", nullptr, nullptr).code);
+  EXPECT_EQ(2, ask("silver_400", "no_such_lens", nullptr).code);
+  EXPECT_EQ(2, ask("silver_400", nullptr, "no_such_paper").code);
+  EXPECT_EQ(3, ask("silver_400", nullptr, nullptr, {{"no_such_option", 1}}).code);
+  EXPECT_EQ(3, ask("silver_400", "plain", nullptr, {{"stop", "wide"}}).code);
+  EXPECT_EQ(3, ask("silver_400", nullptr, nullptr, {{"dev", "no_such_bath"}}).code);
+  EXPECT_EQ(0, ask("silver_400", "plain", "bw_neutral", nullptr, {0, -5, 1, 1}).code);
+}
+
+// Whatever the options hold, the answer is JSON or a failure.
+TEST_F(RackFacts, HostileNumbersAreAnsweredOrRefused) {
+  const std::vector<Json> values = {nullptr,       -1,  0, 1e308, -1e308, 1e-320, "x",
+                                    Json::array(), true};
+  const std::vector<std::string> films = maker().list("films", true);
+  const std::vector<std::string> papers = maker().list("papers", true);
+  Rng rng = rng_from_key({20261123});
+  const auto any = [&](const auto& list) -> const auto& {
+    return list[static_cast<std::size_t>(rng.uniform() * static_cast<double>(list.size()))];
+  };
+  std::vector<std::string> keys;
+  const Json defaults = merged_options(nullptr);
+  for (const auto& [key, value] : defaults.items()) keys.push_back(key);
+  for (int i = 0; i < 500; ++i) {
+    const Json options = {{any(keys), any(values)}, {any(keys), any(values)}};
+    const std::string film = any(films), paper = any(papers);
+    const Asked asked = ask(film.c_str(), "swirl", paper.c_str(), options, {640, 480, 500, 300});
+    EXPECT_TRUE(asked.code == 0 || asked.code == 2 || asked.code == 3)
+        << film << " on " << paper << " " << options << ": " << asked.code;
+  }
+}
+
+}  // namespace
+}  // namespace morva

@@ -1,0 +1,338 @@
+// The tube: what is seen of its screen, light kept by lines and mask, the physics of each part, and
+// tubes that nobody could build.
+
+#include "repro/crt.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+#include <stdexcept>
+
+#include "image/errors.h"
+#include "repro/beam_spot.h"
+#include "repro/phosphor_mask.h"
+#include "repro/tube_glass.h"
+#include "repro/tube_light.h"
+#include "repro/tube_view.h"
+#include "repro/video_signal.h"
+
+namespace morva {
+namespace {
+
+constexpr double kPi = std::numbers::pi;
+
+double mean_of(const Image& image, int k, int y0 = 0, int y1 = -1) {
+  double sum = 0.0;
+  const int end = y1 < 0 ? image.h : y1;
+  for (int y = y0; y < end; ++y)
+    for (int x = 0; x < image.w; ++x) sum += image.at(y, x, k);
+  return sum / (static_cast<double>(end - y0) * image.w);
+}
+
+Image shown(Image picture, const Json& tube, const Json& options = Json::object(),
+            double px_um = 100.0, Rng* rng = nullptr) {
+  const Json paper = {{"repro", "crt"}, {"crt", tube}};
+  Rng own = rng_from_key({4});
+  RenderContext ctx;
+  return show_on_tube(std::move(picture), paper, options, px_um, plan_raster(paper, options, px_um),
+                      rng != nullptr ? *rng : own, ctx);
+}
+
+TEST(TubeView, ZoomIsHeldAndMagnifiesLinesButNotTheMask) {
+  const Json paper = {{"crt", {{"nominal_in", 20}, {"lines", 500}}}};
+  const auto view = [&](const char* options) {
+    return plan_tube_view(paper, Json::parse(options));
+  };
+  EXPECT_DOUBLE_EQ(20 * 2.54 * 0.8, view("{}").image_cm);
+  EXPECT_DOUBLE_EQ(20 * 25.4 * 0.6 / 4, view(R"({"crt_zoom": 4})").image_mm);
+  EXPECT_EQ(125.0, view(R"({"crt_zoom": 4})").lines_seen);
+  EXPECT_EQ(0.72, view(R"({"crt_zoom": 4})").pitch_mm);
+  EXPECT_EQ(1.0, view(R"({"crt_zoom": 0.2, "crt_size_in": 5})").zoom);
+  EXPECT_EQ(10.0, view(R"({"crt_zoom": 1e30})").zoom);
+  EXPECT_EQ(4.0, view(R"({"crt_zoom": null, "crt_size_in": 5})").zoom);
+  EXPECT_EQ(10.0, view(R"({"crt_zoom": null, "crt_size_in": 0})").zoom);
+  EXPECT_EQ(1.0, view(R"({"crt_zoom": null, "crt_size_in": null})").zoom);
+  EXPECT_THROW(view(R"({"crt_zoom": "abc"})"), OptionsError);
+  EXPECT_EQ(1.0, plan_tube_view({{"crt", {{"lines", 0}}}}, {}).lines_seen);
+}
+
+// The first harmonic of Gaussian strokes a line apart, seen by pixels of their own width.
+TEST(BeamSpot, LinesKeepTheLevelAndShowByTheirSpot) {
+  for (const double line_px : {2.0, 2.4, 4.0, 7.5})
+    for (const double spot : {0.0, 0.1, 0.3, 0.45}) {
+      const ScanRaster raster = {120.0 / line_px, 120};
+      const Image screen = draw_lines(scan_lines(Image(120, 3, 3, 0.25f), raster), raster, spot);
+      EXPECT_NEAR(0.25, mean_of(screen, 1), 1e-4) << line_px << " " << spot;
+      EXPECT_NEAR(0.25, mean_of(screen, 1, 0, 60), 1e-3) << line_px << " " << spot;
+      double in_phase = 0.0, aside = 0.0;
+      for (int y = 0; y < 120; ++y) {
+        const double angle = 2.0 * kPi * (y + 0.5) / line_px;
+        in_phase += screen.at(y, 0) * std::cos(angle) / 60.0;
+        aside += screen.at(y, 0) * std::sin(angle) / 60.0;
+      }
+      const double sigma = std::max(0.3 / line_px, spot);
+      const double expected = 0.25 * 2.0 * std::exp(-2.0 * kPi * kPi * sigma * sigma) *
+                              std::sin(kPi / line_px) / (kPi / line_px);
+      if (spot < 0.3 || line_px == 2.0) continue;  // other waves fold back on this one
+      EXPECT_NEAR(expected, std::hypot(in_phase, aside), 0.004) << line_px << " " << spot;
+    }
+  const ScanRaster fine = {100.0, 120};
+  const Image even = draw_lines(scan_lines(Image(120, 3, 3, 0.25f), fine), fine, 0.3);
+  for (const float v : even.data) ASSERT_NEAR(0.25, v, 1e-6);
+}
+
+TEST(BeamSpot, RedLandsFurtherOutThanGreenAndBlueLessFar) {
+  Image picture(301, 401, 3);
+  for (int k = 0; k < 3; ++k) picture.at(10, 20, k) = picture.at(150, 200, k) = 1.0f;
+  misconverge(picture, 5.0);
+  const auto place = [&](int k) {  // of the corner's dot
+    double sum = 0.0, x_sum = 0.0;
+    for (int y = 0; y < 60; ++y)
+      for (int x = 0; x < 60; ++x)
+        sum += picture.at(y, x, k), x_sum += static_cast<double>(x) * picture.at(y, x, k);
+    return x_sum / sum;
+  };
+  const double at_corner = 5.0 * 180.0 / std::hypot(150.5, 200.5);
+  EXPECT_EQ(20.0, place(1));
+  EXPECT_NEAR(20.0 - at_corner, place(0), 0.3);
+  EXPECT_NEAR(20.0 + at_corner, place(2), 0.3);
+  for (int k = 0; k < 3; ++k) EXPECT_EQ(1.0f, picture.at(150, 200, k));
+  Image least = picture, small = picture;
+  misconverge(least, 0.25);
+  misconverge(small, 0.01);
+  EXPECT_EQ(least.data, small.data);
+  misconverge(small, 0.0);
+  EXPECT_EQ(least.data, small.data);
+}
+
+// Four times as close, a quarter of the lines and of the corner's error are seen.
+TEST(Crt, ACloseViewOfATubeIsTheMiddleOfIt) {
+  Image picture(120, 160, 3, 0.1f);
+  for (int y = 0; y < 120; y += 7) std::fill_n(&picture.at(y, 0), 480, 0.7f);
+  const Json whole = {{"converge_mm", 2.0}, {"lines", 100}};
+  const Json middle = {{"converge_mm", 0.5}, {"lines", 25}};
+  EXPECT_EQ(shown(picture, middle).data, shown(picture, whole, {{"crt_zoom", 4}}).data);
+}
+
+// A signal holds the mean of fine detail in its own gamma, however many rows make a line.
+TEST(Crt, DetailFinerThanTheBandSinksToTheLevelOfItsSignal) {
+  Image board(96, 96, 3);
+  for (int y = 0; y < 96; ++y)
+    for (int x = y % 2; x < 96; x += 2) std::fill_n(&board.at(y, x), 3, 1.0f);
+  const Image screen = shown(board, {{"lines", 24}, {"luma_lines", 12}}, {{"_black_probe", true}});
+  EXPECT_NEAR(std::pow(0.5, 2.2), mean_of(screen, 1), 0.01);
+}
+
+// At the limit in TV lines, two of which are a period, three tenths of a wave are left.
+TEST(VideoSignal, ThreeTenthsPassAtTheLimitOfTheBand) {
+  constexpr int width = 1200, periods = 50;
+  const auto swing = [](bool in_colour, const VideoBand& band) {
+    Image row(1, width, 3);
+    for (int x = 0; x < width; ++x) {
+      const double wave = 0.1 * std::cos(2.0 * kPi * periods * x / width);
+      const double rgb[3] = {0.5 + wave, 0.5 + wave * (in_colour ? -0.299 / 0.587 : 1.0),
+                             0.5 + wave * (in_colour ? 0.0 : 1.0)};
+      for (int k = 0; k < 3; ++k) row.at(0, x, k) = static_cast<float>(std::pow(rgb[k], 2.2));
+    }
+    limit_bandwidth(row, band);
+    double amplitude = 0.0;
+    for (int x = 0; x < width; ++x)
+      amplitude += std::pow(row.at(0, x, 0), 1.0 / 2.2) *
+                   std::cos(2.0 * kPi * periods * x / width) / (0.05 * width);
+    return amplitude;
+  };
+  EXPECT_NEAR(0.3, swing(false, {100.0, 1.0}), 0.01);
+  EXPECT_NEAR(0.3, swing(true, {1e6, 100.0}), 0.01);
+  EXPECT_NEAR(1.0, swing(false, {1e6, 1.0}), 0.01);
+  EXPECT_NEAR(0.0, swing(true, {1e6, 20.0}), 0.01);
+  Image grey(3, 5000, 3, 0.3f);
+  limit_bandwidth(grey, {-7.0, 0.0});
+  for (const float v : grey.data) ASSERT_NEAR(0.3, v, 2e-5);
+}
+
+TEST(VideoSignal, OverscanFillsTheScreenWithTheMiddle) {
+  Image picture(100, 200, 3, 0.1f);
+  for (int y = 10; y < 90; ++y) std::fill_n(&picture.at(y, 20), 480, 0.6f);
+  const Image screen = cut_overscan(picture, 0.1);
+  ASSERT_EQ(200, screen.w);
+  for (const float v : screen.data) ASSERT_NEAR(0.6, v, 1e-6);
+  EXPECT_EQ(picture.data, cut_overscan(picture, 0.0001).data);
+}
+
+TEST(PhosphorMask, EachColourHasTheSameDotsAThirdOfAPeriodOn) {
+  PhosphorMask mask;
+  mask.period_px = 30.0;
+  const MaskPeriod dots = draw_mask_period(mask);
+  const int w = dots.light.w, h = dots.light.h, third = w / 3;
+  ASSERT_EQ(0, w % 6);
+  ASSERT_EQ(0, h % 2);
+  double lit = 0.0;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      const float red = dots.light.at(y, x, 0);
+      ASSERT_NEAR(red, dots.light.at(y, (x + third) % w, 1), 2e-4);
+      ASSERT_NEAR(red, dots.light.at(y, (x + 2 * third) % w, 2), 2e-4);
+      ASSERT_NEAR(red, dots.light.at((y + h / 2) % h, (x + w / 2) % w, 0), 2e-4);
+      lit += red > 0.5f * dots.light.at(0, 0, 0) ? 1.0 : 0.0;
+    }
+  // Dots of 0.8 in a hexagonal packing of circles, a third of them red.
+  EXPECT_NEAR(0.64 * kPi / (2.0 * std::sqrt(3.0)) / 3.0, lit / (w * h), 0.005);
+  EXPECT_NEAR(30.0 / std::sqrt(3.0), dots.height_px, 1e-9);
+}
+
+TEST(PhosphorMask, LightIsKeptOnAverage) {
+  for (const bool stripes : {false, true})
+    for (const double period : {3.0, 6.07, 17.3, 400.0})
+      for (const double fill : {0.0, 0.8, 5.0}) {
+        PhosphorMask mask = {stripes, period, fill, 0.7, 0.31, 0.77};
+        const MaskPeriod one = draw_mask_period(mask);
+        for (int k = 0; k < 3; ++k) EXPECT_NEAR(1.0, mean_of(one.light, k), 1e-4);
+        if (period > 20.0 || fill == 0.0) continue;
+        Image screen(519, 519, 3, 0.5f);
+        light_phosphors(screen, mask);
+        for (int k = 0; k < 3; ++k) EXPECT_NEAR(0.5, mean_of(screen, k), 0.004) << period;
+      }
+}
+
+// The third harmonic of the stripes is white and folds back to 11 pixels from a period of 3.3.
+TEST(PhosphorMask, StripesDoNotBeatWithThePixels) {
+  Image screen(1, 330, 3, 1.0f);
+  light_phosphors(screen, {true, 3.3, 0.85, 1.0, 0.31, 0.0});
+  double in_phase = 0.0, aside = 0.0;
+  for (int x = 0; x < 330; ++x) {
+    in_phase += screen.at(0, x, 1) * std::cos(2.0 * kPi * x / 11.0) / 165.0;
+    aside += screen.at(0, x, 1) * std::sin(2.0 * kPi * x / 11.0) / 165.0;
+  }
+  EXPECT_LT(std::hypot(in_phase, aside), 0.05);
+}
+
+TEST(TubeGlass, CornersWiresAndBulge) {
+  Image screen(200, 300, 3, 1.0f);
+  shade_screen(screen, {1.0, 0.4, 0.1});
+  EXPECT_EQ(0.0f, screen.at(2, 2));
+  EXPECT_NEAR(1.0 - 0.4 * 150.0 * 150.0 / (150.0 * 150.0 + 100.0 * 100.0), screen.at(100, 0), 3e-3);
+  EXPECT_NEAR(1.0, screen.at(100, 150), 1e-4);
+  EXPECT_NEAR(screen.at(30, 40), screen.at(169, 259, 2), 1e-5);
+  Image close(200, 300, 3, 1.0f);
+  shade_screen(close, {4.0, 0.4, 0.1});
+  EXPECT_NEAR(1.0 - 0.4 / 16.0, close.at(0, 0), 1e-3);
+
+  Image wired(240, 2, 3, 1.0f);
+  cast_wires(wired, {1.0, 2.0, 1.5, 0.5});
+  EXPECT_NEAR(0.5, wired.at(80, 0), 0.03);
+  EXPECT_NEAR(0.5, wired.at(159, 1, 2), 0.03);
+  EXPECT_EQ(1.0f, wired.at(120, 0));
+  Image apart(240, 2, 3, 1.0f);
+  cast_wires(apart, {4.0, 2.0, 1.5, 0.5});  // both lie beyond what is seen
+  cast_wires(apart, {1.0, 2.0, 0.2, 0.5});  // too thin
+  for (const float v : apart.data) ASSERT_EQ(1.0f, v);
+
+  Image ramp(101, 151, 3);
+  for (int y = 0; y < ramp.h; ++y)
+    for (int x = 0; x < ramp.w; ++x) ramp.at(y, x, 0) = static_cast<float>(x);
+  const Image sphere = bulge_glass(ramp, {0.2, true}), cylinder = bulge_glass(ramp, {0.2, false});
+  EXPECT_NEAR(150.0, sphere.at(0, 150), 0.6);
+  EXPECT_NEAR(150.0, cylinder.at(50, 150), 0.6);
+  EXPECT_NEAR(75.0 + 10.0 / 1.4, sphere.at(50, 85), 0.05);
+  EXPECT_NEAR(75.0 + 10.0 / 1.2, cylinder.at(50, 85), 0.05);
+  EXPECT_EQ(0.0f, bulge_glass(Image(101, 151, 3, 1.0f), {-0.2, true}).at(50, 0));
+}
+
+TEST(TubeLight, ResponseRisesFromBlackToTheBrightestPhosphor) {
+  const std::vector<float> response = tube_response();
+  EXPECT_EQ(0.0f, response.front());
+  EXPECT_EQ(1.0f, response.back());
+  for (std::size_t i = 1; i < response.size(); ++i) ASSERT_GT(response[i], response[i - 1]);
+  EXPECT_NEAR(2.35 / 2.2, std::log2(response[128] / response[64]), 1e-4);
+}
+
+TEST(TubeLight, OnePhosphorAndABluishWhite) {
+  const Json flat = {{"mask", "none"}, {"white_k", 9300}, {"adapt", 1}};
+  const Image white = shown(Image(40, 40, 3, 0.1f), flat);
+  EXPECT_NEAR(1.343 / 0.846, white.at(20, 20, 2) / white.at(20, 20, 0), 1e-3);
+  const Image green = shown(Image(40, 40, 1, 0.1f), flat, {{"crt_phosphor", "green"}});
+  EXPECT_NEAR(0.12, green.at(20, 20, 0) / green.at(20, 20, 1), 1e-5);
+  EXPECT_NEAR(0.3, green.at(20, 20, 2) / green.at(20, 20, 1), 1e-5);
+  try {
+    shown(Image(4, 4, 3), {{"phosphor", "ruby"}});
+    FAIL();
+  } catch (const std::out_of_range& error) {
+    EXPECT_STREQ("invalid map<K, T> key", error.what());
+  }
+}
+
+TEST(Crt, AGreyComesOutNearWhereItWentInAndWhiteDoesNotClip) {
+  for (const char* mask : {"delta", "mask", "none"}) {
+    const Json tube = {{"mask", mask}, {"spot", 0.33}, {"lines", 50}, {"depth", 0.6}};
+    for (int k = 0; k < 3; ++k)
+      EXPECT_NEAR(0.18, mean_of(shown(Image(200, 300, 3, 0.18f), tube), k), 0.03) << mask;
+    int clipped = 0;
+    const Image white = shown(Image(200, 300, 3, 0.95f), tube);
+    for (const float v : white.data) clipped += v > 0.995f ? 1 : 0;
+    EXPECT_LT(clipped, 0.02 * static_cast<double>(white.data.size())) << mask;
+    EXPECT_GT(mean_of(white, 1), 0.5) << mask;
+  }
+}
+
+TEST(Crt, DrawsByTheTubeAndNotByTheRaster) {
+  const auto next_after = [](const char* mask, double px_um) {
+    Rng rng = rng_from_key({9});
+    shown(Image(20, 30, 3, 0.3f), {{"mask", mask}}, {}, px_um, &rng);
+    return rng.next();
+  };
+  Rng rng = rng_from_key({9});
+  EXPECT_EQ(rng.next(), next_after("none", 100.0));
+  rng.next();
+  const std::uint64_t third = rng.next();
+  EXPECT_EQ(third, next_after("delta", 100.0));
+  EXPECT_EQ(third, next_after("mask", 3000.0));
+}
+
+TEST(Crt, AProbeSeesTheBeamAlone) {
+  const Json tube = {{"vignette", 0.9}, {"corner_r", 0.5}, {"phosphor", "amber"}, {"bulge", 0.3}};
+  const Image black = shown(Image(8, 8, 3, 0.02f), tube, {{"_black_probe", true}});
+  for (const float v : black.data) ASSERT_NEAR(0.02, v, 1e-5);
+}
+
+TEST(Crt, TubesThatNobodyCouldBuildStillShowAPicture) {
+  const char* tubes[] = {R"({"lines": 0})",
+                         R"({"lines": 1e308})",
+                         R"({"lines": -5, "luma_lines": 0})",
+                         R"({"pitch_mm": 0})",
+                         R"({"pitch_mm": -1})",
+                         R"({"pitch_mm": 1e30})",
+                         R"({"pitch_mm": 1e308, "dot": 1e308})",
+                         R"({"nominal_in": 1e308})",
+                         R"({"nominal_in": -1})",
+                         R"({"bulge": -0.5})",
+                         R"({"bulge": 1e308})",
+                         R"({"bulge": -1, "curve": "cylinder"})",
+                         R"({"wires": 1e9, "wire_mm": 1e9})",
+                         R"({"wires": -3})",
+                         R"({"overscan": 0.45})",
+                         R"({"overscan": -1})",
+                         R"({"corner_r": 5})",
+                         R"({"vignette": 1e308})",
+                         R"({"spot": 1e308})",
+                         R"({"spot": -1})",
+                         R"({"bloom": 9, "bloom_mm": 1e308})",
+                         R"({"camera_psf_um": 1e308})",
+                         R"({"converge_mm": 1e308})",
+                         R"({"depth": 1e308})",
+                         R"({"white_k": 1e308, "adapt": -1e308})",
+                         R"({"dot": -1, "mask": "mask"})"};
+  for (const char* tube : tubes)
+    for (const auto& [h, w] : {std::pair{1, 1}, {2, 2}, {8, 8}, {1, 50}, {33, 47}})
+      for (const double px_um : {100.0, 1e30, std::nan("")}) {
+        if (std::isnan(px_um) && h != 8) continue;  // a period of many pixels is dear to draw
+        const Image screen = shown(Image(h, w, 3, 0.4f), Json::parse(tube), {}, px_um);
+        ASSERT_EQ(h, screen.h);
+        ASSERT_EQ(w, screen.w);
+        for (const float v : screen.data) ASSERT_TRUE(v >= 0.0f && v <= 1.0f) << tube << v;
+      }
+  EXPECT_THROW(shown(Image(4, 4, 3), {{"spot", "wide"}}), OptionsError);
+}
+
+}  // namespace
+}  // namespace morva

@@ -1,0 +1,83 @@
+// The relief of a paper under light from one side.
+
+#include "repro/print_surface.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <utility>
+
+#include "image/errors.h"
+#include "image/pairwise_sum.h"
+
+namespace morva {
+namespace {
+
+// The light on an even grey sheet, against the grey.
+Image light_on(const char* block, double px_um, int w, int h) {
+  Rng rng = rng_from_key({7, 3, 0});
+  const Image sheet = repro_surface(Image(h, w, 3, 0.5f), {{"surface", Json::parse(block)}},
+                                    Json::object(), px_um, rng);
+  Image light = extract_channel(sheet, 0);
+  for (float& v : light.data) v = v * 2.0f - 1.0f;
+  return light;
+}
+
+TEST(PrintSurface, TheSideOfAHillThatFacesTheLampIsLit) {
+  const double cell_px = 8.0;
+  Rng rng = rng_from_key({7, 3, 0});
+  const Image hills = band_field(120, 160, 0.35 * cell_px, cell_px, rng);
+  // How well the light goes with the rise of the hills to the right and down, -1..1.
+  const auto lit_rises = [&](const char* block) {
+    const Image light = light_on(block, 50.0, hills.w, hills.h);
+    double across = 0.0, down = 0.0, across2 = 0.0, down2 = 0.0, light2 = 0.0;
+    for (int y = 1; y + 1 < hills.h; ++y)
+      for (int x = 1; x + 1 < hills.w; ++x) {
+        const double right = static_cast<double>(hills.at(y, x + 1) - hills.at(y, x - 1));
+        const double below = static_cast<double>(hills.at(y + 1, x) - hills.at(y - 1, x));
+        const double lit = static_cast<double>(light.at(y, x));
+        across += lit * right, down += lit * below;
+        across2 += right * right, down2 += below * below, light2 += lit * lit;
+      }
+    return std::pair(across / std::sqrt(across2 * light2), down / std::sqrt(down2 * light2));
+  };
+  EXPECT_GT(lit_rises(R"({"amount": 0.1, "cell_um": 400, "light": [-1, 0]})").first, 0.95);
+  EXPECT_LT(lit_rises(R"({"amount": 0.1, "cell_um": 400, "light": [0, 1, 5]})").second, -0.95);
+  // From above left where no direction is told.
+  const auto [across, down] = lit_rises(R"({"amount": 0.1, "cell_um": 400, "light": [1]})");
+  EXPECT_GT(across, 0.6);
+  EXPECT_GT(down, 0.6);
+}
+
+TEST(PrintSurface, ReliefHasItsSizeOnTheSheetAndItsLightIsEven) {
+  for (const double px_um : {100.0, 50.0, 12.5}) {
+    const Image light = light_on(R"({"amount": 0.1, "cell_um": 400})", px_um, 600, 600);
+    int turns = 0;  // from light to shade and back
+    for (int y = 0; y < light.h; ++y)
+      for (int x = 1; x < light.w; ++x)
+        turns += (light.at(y, x) > 0.0f) != (light.at(y, x - 1) > 0.0f);
+    // Rice's count of zero crossings from the relief's spectrum: 2.35 a mm.
+    EXPECT_NEAR(turns / (600.0 * 0.6 * px_um), 2.35, 0.4) << px_um << " um a pixel";
+    const auto [mean, deviation] = mean_and_deviation(light.data.data(), light.data.size());
+    EXPECT_NEAR(mean, 0.0, 1e-6);
+    EXPECT_NEAR(deviation, 0.1 * 0.55, 0.004);  // tanh of a normal deviate of 0.8
+  }
+}
+
+TEST(PrintSurface, AnySheetAndAnyNumberGiveAPrint) {
+  for (const char* block :
+       {R"({"amount": 1e300, "cell_um": 1e300, "light": [1e300, -1e300]})",
+        R"({"amount": 1e30, "cell_um": -5, "light": [0, 0]})", R"({"amount": 0.3})"})
+    for (const int side : {1, 2, 37})
+      for (const double px_um : {1e-300, 0.1, HUGE_VAL})
+        for (const bool tall : {false, true})
+          for (const float v : light_on(block, px_um, tall ? 1 : side, tall ? side : 1).data)
+            ASSERT_TRUE(v >= -1.0f && v <= 1.0f) << block << v;
+  const Image row = light_on(R"({"amount": 0.3})", 60.0, 40, 1);
+  EXPECT_GT(standard_deviation(row.data.data(), row.data.size()), 0.1);
+  EXPECT_EQ(light_on(R"({"amount": 0.3})", 60.0, 1, 1).data[0], 0.0f);
+  EXPECT_THROW(light_on(R"({"amount": 1, "light": ["up", 1]})", 60.0, 9, 9), OptionsError);
+}
+
+}  // namespace
+}  // namespace morva
