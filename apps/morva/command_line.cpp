@@ -26,6 +26,7 @@ constexpr const char* kFooter = R"(Examples:
   morva render scene.exr -o print.png --set push=1 --set print_cm=40 --seed 7
   morva render photo.jpg -o print.png --crop 0.1,0.1,0.8,0.8 --angle -1.5 --source-exposure shadows
   morva render demo -o demo.jpg
+  morva plan photo.jpg --film silver_400 --paper bw_warm --set mat=classic
   morva list films
 
 Exit codes:
@@ -135,28 +136,44 @@ void add_framing(CLI::App& verb, OptionFlags& flags) {
   verb.add_flag("--mirror", flags.mirror, "Flip left to right, before the turn");
 }
 
-void add_render(CLI::App& app, RenderRequest& request) {
-  CLI::App& verb = *app.add_subcommand("render", "Render a picture on film and paper");
-  verb.add_option("input", request.input, "The picture")->required()->type_name("IN");
-  add_output(verb, request.output);
-  verb.add_option("--film", request.film, "Film")->capture_default_str()->type_name("NAME");
-  verb.add_option("--lens", request.lens, "Lens")->capture_default_str()->type_name("NAME");
-  verb.add_option("--paper", request.paper, "Paper; without it the film's own")->type_name("NAME");
-  add_list_of(verb, "--set", request.options.settings, "KEY=VALUE",
+void add_input(CLI::App& verb, RenderSetting& setting) {
+  verb.add_option("input", setting.input, "The picture")->required()->type_name("IN");
+}
+
+void add_setting(CLI::App& verb, RenderSetting& setting) {
+  verb.add_option("--film", setting.film, "Film")->capture_default_str()->type_name("NAME");
+  verb.add_option("--lens", setting.lens, "Lens")->capture_default_str()->type_name("NAME");
+  verb.add_option("--paper", setting.paper, "Paper; without it the film's own")->type_name("NAME");
+  add_list_of(verb, "--set", setting.options.settings, "KEY=VALUE",
               "Set an option; may be repeated, and wins over --options");
-  add_list_of(verb, "--options", request.options.files, "FILE",
+  add_list_of(verb, "--options", setting.options.files, "FILE",
               "Options from a JSON file; may be repeated, a later one wins");
-  add_framing(verb, request.options.flags);
+  add_framing(verb, setting.options.flags);
   verb.add_option(
-          "--source-exposure", request.source_exposure,
+          "--source-exposure", setting.source_exposure,
           "How the source is metered: auto, as_shot, highlights, shadows or off. Without it "
           "the option src_exposure counts, else auto, but off for EXR and demo. Not "
           "together with the option _source_gain")
       ->check(CLI::IsMember({"auto", "as_shot", "highlights", "shadows", "off"}))
       ->type_name("MODE");
-  verb.add_option("--seed", request.options.flags.seed, "Seed of everything random")
+  verb.add_option("--seed", setting.options.flags.seed, "Seed of everything random")
       ->type_name("N");
+}
+
+void add_render(CLI::App& app, RenderRequest& request) {
+  CLI::App& verb = *app.add_subcommand("render", "Render a picture on film and paper");
+  add_input(verb, request.setting);
+  add_output(verb, request.output);
+  add_setting(verb, request.setting);
   verb.footer(kRenderFooter);
+}
+
+void add_plan(CLI::App& app, PlanRequest& request) {
+  CLI::App& verb =
+      *app.add_subcommand("plan", "Tell the sizes that a render would have, without rendering");
+  add_input(verb, request.setting);
+  verb.add_flag("--json", request.as_json, "As a JSON object, with all that the engine tells");
+  add_setting(verb, request.setting);
 }
 
 void add_list(CLI::App& app, ListRequest& request) {
@@ -185,6 +202,7 @@ void add_demo(CLI::App& app, DemoRequest& request) {
 
 struct Requests {
   RenderRequest render;
+  PlanRequest plan;
   ListRequest list;
   OptionsRequest options;
   InfoRequest info;
@@ -193,6 +211,7 @@ struct Requests {
 
 Request chosen(const CLI::App& app, const Requests& requests) {
   if (app.got_subcommand("render")) return requests.render;
+  if (app.got_subcommand("plan")) return requests.plan;
   if (app.got_subcommand("list")) return requests.list;
   if (app.got_subcommand("options")) return requests.options;
   if (app.got_subcommand("info")) return requests.info;
@@ -208,6 +227,7 @@ std::optional<Request> parse_command_line(int argc, char** argv) {
   app.set_version_flag("--version", version_text());
   app.footer(kFooter);
   add_render(app, requests.render);
+  add_plan(app, requests.plan);
   add_list(app, requests.list);
   add_options(app, requests.options);
   add_info(app, requests.info);

@@ -14,6 +14,11 @@ void print_line(const std::string& text) {
   }
 }
 
+std::string padded(std::string text, std::size_t width) {
+  text.resize(std::max(text.size() + 1, width), ' ');
+  return text;
+}
+
 void print_json(const nlohmann::ordered_json& value) {
   print_line(value.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
 }

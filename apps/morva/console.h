@@ -9,6 +9,9 @@ namespace morva::host {
 // A line of data. Throws when it cannot be written.
 void print_line(const std::string& text);
 
+// A word at the head of a column of `width`; a longer one has a space behind it.
+std::string padded(std::string text, std::size_t width);
+
 // A JSON value as one line. Bytes of a file name that are not UTF-8 are replaced.
 void print_json(const nlohmann::ordered_json& value);
 

@@ -32,4 +32,8 @@ Picture paint_demo_scene() {
   return canvas;
 }
 
+PixelSize demo_scene_size() {
+  return {scene::kWidth, scene::kHeight};
+}
+
 }  // namespace morva::host

@@ -10,4 +10,6 @@ namespace morva::host {
 // some thousandths. The same picture every time.
 Picture paint_demo_scene();
 
+PixelSize demo_scene_size();
+
 }  // namespace morva::host

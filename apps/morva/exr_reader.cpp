@@ -21,12 +21,7 @@ namespace {
 constexpr int64_t kMostPixels = 500'000'000;  // 6 GB of samples
 constexpr int kRowsAtOnce = 64;               // between two looks at the cancel flag
 
-struct Size {
-  int32_t width;
-  int32_t height;
-};
-
-Size checked_size(const Imath::Box2i& window) {
+PixelSize checked_size(const Imath::Box2i& window) {
   const int64_t width = int64_t{window.max.x} - window.min.x + 1;
   const int64_t height = int64_t{window.max.y} - window.min.y + 1;
   if (width < 1 || height < 1) throw HostError(MORVA_FAILED, "the EXR's data window is empty");
@@ -87,7 +82,7 @@ Picture read_all(const std::filesystem::path& file) {
   Imf::InputFile in(file.string().c_str());
   const Imf::Header& header = in.header();
   const Imath::Box2i window = header.dataWindow();
-  const Size size = checked_size(window);
+  const PixelSize size = checked_size(window);
   const std::array<const char*, 3> names = colour_channels(header.channels());
   const bool grey = names[0] == names[1];
   const std::optional<ColourMatrix> conversion = !grey && Imf::hasChromaticities(header)
@@ -136,7 +131,7 @@ Picture read_exr(const std::filesystem::path& file) {
 ExrInfo read_exr_info(const std::filesystem::path& file) {
   return reading(file, [&] {
     const Imf::InputFile in(file.string().c_str());
-    const Size size = checked_size(in.header().dataWindow());
+    const PixelSize size = checked_size(in.header().dataWindow());
     return ExrInfo{size.width, size.height, channel_names(in.header().channels())};
   });
 }

@@ -4,7 +4,6 @@
 
 #include "console.h"
 #include "exr_reader.h"
-#include "host_error.h"
 #include "picture_reader.h"
 
 namespace morva::host {
@@ -23,9 +22,7 @@ OrderedJson exr_facts(const std::string& input) {
 
 // Only what is known: a zero or an empty text means that the file is silent.
 OrderedJson photo_facts(const std::string& input) {
-  MorvaImageInfo info{};
-  MorvaError error{};
-  check_engine(morva_image_info(input.c_str(), &info, &error), error);
+  const MorvaImageInfo info = read_photo_info(input);
   OrderedJson facts = {{"file", input},
                        {"width", info.width},
                        {"height", info.height},
@@ -43,9 +40,8 @@ OrderedJson photo_facts(const std::string& input) {
 void print_as_lines(const OrderedJson& facts) {
   constexpr std::size_t kNameColumn = 12;
   for (const auto& [name, value] : facts.items()) {
-    std::string label = name;
-    label.resize(std::max(label.size() + 1, kNameColumn), ' ');
-    print_line(label + (value.is_string() ? value.get<std::string>() : value.dump()));
+    const std::string text = value.is_string() ? value.get<std::string>() : value.dump();
+    print_line(padded(name, kNameColumn) + text);
   }
 }
 

@@ -1,6 +1,5 @@
 #include "options_command.h"
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -12,11 +11,6 @@ namespace {
 
 constexpr std::size_t kKeyColumn = 26;
 constexpr std::size_t kDefaultColumn = 12;
-
-std::string padded(std::string text, std::size_t width) {
-  text.resize(std::max(text.size() + 1, width), ' ');
-  return text;
-}
 
 void print_as_json(const std::vector<OptionEntry>& table) {
   nlohmann::ordered_json array = nlohmann::ordered_json::array();

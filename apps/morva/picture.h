@@ -11,6 +11,11 @@
 
 namespace morva::host {
 
+struct PixelSize {
+  int32_t width;
+  int32_t height;
+};
+
 struct SampleRelease {
   bool from_engine = false;
   void operator()(float* samples) const;
@@ -21,6 +26,7 @@ struct Picture {
   int32_t height = 0;
   std::unique_ptr<float[], SampleRelease> samples;
 
+  PixelSize size() const { return {width, height}; }
   std::size_t row_samples() const { return static_cast<std::size_t>(width) * 3; }
   std::span<const float> row(int32_t y) const {
     return {samples.get() + static_cast<std::size_t>(y) * row_samples(), row_samples()};

@@ -56,4 +56,24 @@ Picture read_picture(const std::string& input) {
   return is_exr(input) ? read_exr(input) : decode_by_engine(input);
 }
 
+PixelSize read_picture_size(const std::string& input) {
+  check_input(input);
+  if (names_demo_scene(input)) return demo_scene_size();
+  if (is_exr(input)) {
+    const ExrInfo info = read_exr_info(input);
+    return {info.width, info.height};
+  }
+  const MorvaImageInfo info = read_photo_info(input);
+  if (info.width < 1 || info.height < 1)
+    throw HostError(MORVA_FAILED, "the file does not tell how large its picture is: " + input);
+  return {info.width, info.height};
+}
+
+MorvaImageInfo read_photo_info(const std::string& input) {
+  MorvaImageInfo info{};
+  MorvaError error{};
+  check_engine(morva_image_info(input.c_str(), &info, &error), error);
+  return info;
+}
+
 }  // namespace morva::host

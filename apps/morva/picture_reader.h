@@ -22,4 +22,10 @@ bool is_scene_linear(const std::string& input);
 
 Picture read_picture(const std::string& input);
 
+// The picture's size as its file tells it, without decoding it.
+PixelSize read_picture_size(const std::string& input);
+
+// What a file that the engine decodes tells of itself.
+MorvaImageInfo read_photo_info(const std::string& input);
+
 }  // namespace morva::host

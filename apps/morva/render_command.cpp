@@ -11,6 +11,7 @@
 #include "picture_reader.h"
 #include "picture_writer.h"
 #include "progress.h"
+#include "sheet_size.h"
 #include "source_exposure.h"
 
 namespace morva::host {
@@ -19,40 +20,23 @@ namespace {
 using Json = nlohmann::json;
 using OrderedJson = nlohmann::ordered_json;
 
-struct Size {
-  int32_t width;
-  int32_t height;
-};
-
-std::string options_text(const Json& options) {
-  try {
-    return options.dump();
-  } catch (const Json::exception&) {
-    throw HostError(MORVA_OPTIONS_FAILED, "an option's text is not UTF-8");
-  }
-}
-
-Picture render(const Picture& source, const RenderRequest& request, const std::string& options) {
+Picture render(const Picture& source, const RenderSetting& setting, const std::string& options) {
   MorvaImage sheet{};
   MorvaError error{};
-  const char* paper = request.paper.empty() ? nullptr : request.paper.c_str();
   check_engine(morva_render_ex(source.samples.get(), source.width, source.height, options.c_str(),
-                               request.film.c_str(), request.lens.c_str(), paper, cancel_flag(),
-                               &sheet, &error),
+                               setting.film.c_str(), setting.lens.c_str(), setting.paper.c_str(),
+                               cancel_flag(), &sheet, &error),
                error);
   return take_picture(sheet);
 }
 
-OrderedJson report(const RenderRequest& request, const Json& options, Size source, Size sheet,
-                   double seconds) {
+OrderedJson report(const RenderRequest& request, const Json& options, PixelSize source,
+                   PixelSize sheet, double seconds) {
   OrderedJson report;
   report["output"] = request.output.file;
   report["width"] = sheet.width;
   report["height"] = sheet.height;
-  report["input"] = {{"file", request.input}, {"width", source.width}, {"height", source.height}};
-  report["film"] = request.film;
-  report["lens"] = request.lens;
-  report["paper"] = request.paper.empty() ? OrderedJson() : OrderedJson(request.paper);
+  report_setting(request.setting, source, report);
   report["print_cm"] = option_value(options, "print_cm");
   report["sheet_cm"] = option_value(options, "sheet_cm");
   report["source_gain"] = options.value(kSourceGain, Json());
@@ -68,32 +52,30 @@ void run(const RenderRequest& request) {
   const Encoding encoding =
       encoding_for(request.output.file, request.output.bits, request.output.jpeg_quality);
   OutputFile output(request.output.file, request.output.force);
-  Json options = gather_options(request.options);
-  options_text(options);
-  check_input(request.input);
-  const std::string metering =
-      metering_mode(request.source_exposure, options, is_scene_linear(request.input));
+  const RenderSetting& setting = request.setting;
+  auto [options, metering] = check_setting(setting);
 
   OrderedJson made;
   std::string warning;
   {
     Progress progress(!request.output.quiet);
-    progress.step("reading " + request.input);
-    Picture source = read_picture(request.input);
-    const Size source_size{source.width, source.height};
+    progress.step("reading " + setting.input);
+    Picture source = read_picture(setting.input);
+    const PixelSize source_size = source.size();
     check_cancelled();
 
-    progress.step("rendering on " + request.film);
-    meter_source(source, metering, options);
     warning = frame_straightened(source.width, source.height, options);
-    const Picture sheet = render(source, request, options_text(options));
+    require_sheet_that_fits(sheet_size(setting, options, source_size));
+    progress.step("rendering on " + setting.film);
+    meter_source(source, metering, options);
+    const Picture sheet = render(source, setting, options_text(options));
     source.samples.reset();
 
     progress.step("writing " + request.output.file);
     write_picture(sheet, encoding, output.create_temporary());
     check_cancelled();
     output.commit();
-    made = report(request, options, source_size, {sheet.width, sheet.height}, progress.elapsed_s());
+    made = report(request, options, source_size, sheet.size(), progress.elapsed_s());
   }
   if (!warning.empty()) print_warning(warning);
   announce(request.output, made);

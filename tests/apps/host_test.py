@@ -369,6 +369,67 @@ class Rendering(HostCase):
             self.assertIn(b"\r\x1b[Kmorva: cancelled", screen)
 
 
+class Planning(HostCase):
+    def planned(self, source, *arguments):
+        return json.loads(self.succeed("plan", source, "--json", *arguments))
+
+    def test_the_sheet_is_the_one_that_is_rendered(self):
+        photo = self.folder / "p.png"
+        Image.new("RGB", (40, 30), (90, 60, 30)).save(photo)
+        around = ["--set", "border=0.1", "--set", "mat=classic", "--set", "mat_width_cm=2"]
+        for arguments in (
+            [], ["--angle", "5", "--crop", "0.3,0.3,0.4,0.4"], ["--film", "peel_apart_100"],
+            ["--paper", "crt_delta"],
+            ["--film", "silver_400", "--paper", "bw_warm", "--crop", "0.1,0.2,0.5,0.7", "--rotate",
+             "90", "--set", "frame_style=wide", "--set", "frame_size=full", *around],
+        ):
+            for source in (self.small_picture(), photo):
+                with self.subTest(arguments=arguments, source=source.name):
+                    sheet = self.planned(source, *arguments)["sheet"]
+                    self.assertEqual(self.rendered(source, *arguments).shape[:2],
+                                     (sheet["height"], sheet["width"]))
+
+    def test_sizes_on_the_way(self):
+        plan = self.planned("demo", "--film", "silver_400", "--paper", "bw_warm", "--crop",
+                            "0,0,0.5,1", "--rotate", "90", "--set", "print_cm=24", "--set",
+                            "border=0.25", "--set", "frame_size=full")
+        self.assertEqual(plan["input"], {"file": "demo", "width": 1800, "height": 1200})
+        self.assertEqual(plan["crop"], {"width": 900, "height": 1200})
+        self.assertEqual((plan["raster"]["width"], plan["raster"]["height"]), (1200, 900))
+        self.assertAlmostEqual(plan["raster"]["um_per_px"] * 1.2,
+                               plan["facts"]["window"]["long_mm"])
+        self.assertEqual(plan["print"], {"width": 1200, "height": 900, "width_cm": 24.0,
+                                         "height_cm": 18.0})
+        self.assertAlmostEqual(plan["sheet"]["width_cm"], 36.0)
+        self.assertEqual((plan["frame_aspect"], plan["forced_aspect"]), (1.5, 0))
+
+        card = self.planned("demo", "--film", "instant_square")
+        self.assertEqual((card["raster"]["width"], card["raster"]["height"]), (1200, 1200))
+        self.assertEqual((card["forced_aspect"], card["grain_cap_px"]), (1, 0))
+
+        table = self.succeed("plan", "demo")
+        self.assertRegex(table, r"(?m)^raster +1800 x 1200 pixels, 20\.00 um per pixel$")
+        self.assertRegex(table, r"(?m)^sheet +1800 x 1200 pixels, 30\.0 x 20\.0 cm$")
+
+    def test_a_sheet_too_large_is_refused_before_it_is_rendered(self):
+        source, target = self.small_picture(), self.out / "a.png"
+        for setting, saying in (("border=500", "36036 x 36024 px"), ("border=1e9", "what surrounds the picture"),
+                                ("colour=1", "colour")):
+            with self.subTest(setting=setting):
+                self.fail_with(OPTIONS, "render", source, "-o", target, "--set", setting,
+                               saying=saying)
+                self.fail_with(OPTIONS, "plan", source, "--set", setting, saying=saying)
+
+        long = self.folder / "long.exr"
+        files.write_exr(long, {"Y": np.full((2, 32770), 0.18)})
+        whole = ["--set", "master_cap=false"]
+        self.assertTrue(self.planned(long)["fits"])
+        told = run_host("plan", long, "--json", *whole)
+        self.assertFalse(json.loads(told.stdout)["fits"])
+        self.assertIn(b"warning: the sheet would be 32770 x 2 pixels", told.stderr)
+        self.fail_with(OPTIONS, "render", long, "-o", target, *whole, saying="32770 x 2 pixels")
+
+
 class Tables(HostCase):
     def test_options_are_those_of_the_library(self):
         table = json.loads(self.succeed("options", "--json"))
