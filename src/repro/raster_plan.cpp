@@ -100,7 +100,7 @@ RasterScale plan_raster_scale(const Json& paper, const Json& options, int h, int
   // `least` is half of `wanted` or more, so `over` is never above 2.
   if (drawn > 0.0 && drawn >= least - kSlack)
     scale.over = static_cast<int>(std::max(1.0, std::ceil(wanted / drawn - kSlack)));
-  return scale;
+  return plan.repro == "crt" ? scale_held_whole(scale, h, w) : scale;
 }
 
 RasterScale scale_held_whole(RasterScale scale, int h, int w) {

@@ -28,8 +28,9 @@ struct RasterScale {
 RasterScale plan_raster_scale(const Json& paper, const Json& options, int h, int w,
                               double print_px_um);
 
-// The same for a stage that holds its raster whole: `over` falls away, and `up` gives way, where
-// the raster would pass 2^27 pixels, 1.5 GiB in three channels.
+// What is left of it for a stage that holds its raster whole, as a tube's does: `over` falls away,
+// and `up` gives way, where the raster would pass 2^27 pixels, 1.5 GiB in three channels. A mask is
+// drawn as each pixel gathers it, so it loses little.
 RasterScale scale_held_whole(RasterScale scale, int h, int w);
 
 // A side of `px` pixels enlarged: to the nearest pixel, at least 1.

@@ -21,10 +21,8 @@ Image resized(Image picture, int h, int w, int filter) {
 }
 
 Image show_enlarged(Image picture, const Json& paper, const Json& options, double px_um,
-                    const RasterScale& planned, Rng& rng, RenderContext& ctx) {
+                    const RasterScale& scale, Rng& rng, RenderContext& ctx) {
   const int h = picture.h, w = picture.w;
-  // The mask is drawn as each pixel gathers it, so it loses little to a raster that is not so fine.
-  const RasterScale scale = scale_held_whole(planned, h, w);
   const int up_h = enlarged_side(h, scale.up), up_w = enlarged_side(w, scale.up);
   picture = resized(std::move(picture), up_h, up_w, kResizeBicubic);
   picture = resized(std::move(picture), enlarged_side(up_h, scale.over),
