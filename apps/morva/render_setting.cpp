@@ -11,7 +11,7 @@ using Json = nlohmann::json;
 CheckedSetting check_setting(const RenderSetting& setting) {
   CheckedSetting checked;
   checked.options = gather_options(setting.options);
-  options_text(checked.options);
+  options_text(checked.options);  // refuses what is not UTF-8
   check_input(setting.input);
   checked.metering =
       metering_mode(setting.source_exposure, checked.options, is_scene_linear(setting.input));

@@ -11,7 +11,7 @@ using Json = nlohmann::json;
 
 constexpr int32_t kLongestSidePx = 32768;
 constexpr const char* kRemedy =
-    "what surrounds the picture makes the sheet: border, frame, frame_style, mat, mat_width_cm, "
+    "it comes from what surrounds the picture: border, frame, frame_style, mat, mat_width_cm, "
     "table, table_width_cm";
 
 struct Answer {

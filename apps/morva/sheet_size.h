@@ -11,7 +11,7 @@
 namespace morva::host {
 
 // `source` is the picture's size; `options` are gathered and framed. Throws what the engine finds
-// wrong with the setting, with what to change where the surroundings are too large.
+// wrong with the setting; where the picture alone would do, with the options that surround it.
 PixelSize sheet_size(const RenderSetting& setting, const nlohmann::json& options, PixelSize source);
 
 // The options of the print alone, with neither border nor mat nor table, and of the picture alone,
@@ -19,7 +19,7 @@ PixelSize sheet_size(const RenderSetting& setting, const nlohmann::json& options
 nlohmann::json print_alone(nlohmann::json options);
 nlohmann::json picture_alone(nlohmann::json options);
 
-// The complaint about a sheet that is larger than any render's, or nothing.
+// The complaint about a sheet that is larger than this host writes, or nothing.
 std::string too_large(PixelSize sheet);
 
 // Throws that complaint.

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "engine/develop_print.h"
@@ -20,8 +19,13 @@ namespace morva {
 
 namespace {
 
+constexpr int kCurvePoints = 65;
 constexpr double kFirstExposure = -3.0;
-constexpr double kExposureStep = 0.09375;
+constexpr double kExposureStep = 0.09375;  // exact in binary
+
+double curve_exposure(int i) {
+  return kFirstExposure + kExposureStep * i;
+}
 
 std::string type_of(const Json& stock) {
   return get_text_or(stock, "type", "");
@@ -119,10 +123,6 @@ std::array<HdCurve, 3> pack_curves(const Json& stock, const Json& opts) {
 }
 
 }  // namespace
-
-double curve_exposure(int i) {
-  return kFirstExposure + kExposureStep * i;
-}
 
 Json film_curves(const Json& stock, const Json& opts) {
   constexpr double any_px_um = 1.0;  // no curve depends on it

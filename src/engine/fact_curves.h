@@ -1,16 +1,10 @@
-// Characteristic curves for drawing: densities at even steps of exposure, taken from the curves
-// that render.
+// Characteristic curves for drawing: densities at 65 even steps of exposure, from -3 to 3 in log10
+// relative to a mid grey's, taken from the curves that render.
 #pragma once
 
 #include "profiles/json_access.h"
 
 namespace morva {
-
-// Every curve has as many points, from -3 to 3 in log10 exposure relative to a mid grey's.
-inline constexpr int kCurvePoints = 65;
-
-// Of point `i`: steps of 0.09375, exact in binary.
-double curve_exposure(int i);
 
 // The stock's densities, base and fog included, by what its type calls for: one layer as an array,
 // three as an array of three. `stock` is the developed film.

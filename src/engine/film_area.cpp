@@ -47,9 +47,8 @@ std::optional<int> master_cap(const Json& film, const FilmArea& area, const Json
 }
 
 PixelSize master_size(PixelSize picture, std::optional<int> cap_px) {
-  const int long_px = std::max(picture.h, picture.w);
-  if (!cap_px || long_px <= *cap_px) return picture;
-  const double s = static_cast<double>(*cap_px) / long_px;
+  if (!cap_px || long_side(picture) <= *cap_px) return picture;
+  const double s = static_cast<double>(*cap_px) / long_side(picture);
   const auto reduced = [s](int side) {
     return std::max(1, static_cast<int>(std::nearbyint(side * s)));
   };

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "input/crop_geometry.h"
+#include "image/pixel_size.h"
 #include "profiles/formats.h"
 #include "profiles/json_access.h"
 

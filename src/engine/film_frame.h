@@ -2,19 +2,13 @@
 // decided before a pixel is touched. A render and whoever only asks measure by these.
 #pragma once
 
-#include <algorithm>
-
 #include "engine/film_area.h"
 #include "finish/rebate_plan.h"
 #include "finish/rebate_style.h"
-#include "input/crop_geometry.h"
+#include "image/pixel_size.h"
 #include "profiles/json_access.h"
 
 namespace morva {
-
-inline int long_side(PixelSize size) {
-  return std::max(size.w, size.h);
-}
 
 struct FilmFrame {
   FilmArea area;
@@ -26,6 +20,8 @@ struct FilmFrame {
   PixelSize film() const { return {rebate.w, rebate.h}; }
   int pic_long() const { return long_side(picture); }
   int film_long() const { return long_side(film()); }
+  // As if the canvas filled the length that the picture takes on the film: a rebate makes a pixel
+  // smaller there.
   double um_per_px() const { return area.long_um / film_long(); }
 };
 

@@ -15,7 +15,7 @@ using namespace morva;
 
 namespace {
 
-// Answers with the store and the merged options; their failures are those of the question.
+// Gives `answer` the store and the merged options. A failure of any of them is the export's code.
 template <class Answer>
 std::int32_t query(const char* options, MorvaError* err, const Answer& answer) noexcept {
   return guarded(err, query_failure, [&]() -> std::int32_t {

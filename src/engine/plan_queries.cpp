@@ -4,35 +4,25 @@
 #include "film/grain.h"
 #include "film/growth_grain.h"
 #include "finish/instant_card.h"
-#include "input/crop_geometry.h"
+#include "input/rotate_crop.h"
 
 namespace morva {
 
-namespace {
-
-PixelSize cropped_size(const Json& opts, PixelSize source) {
-  const Json& crop = get(opts, "crop");
-  if (!truthy(crop) || source.w < 1 || source.h < 1) return source;
-  const PixelRect rect = crop_pixels(crop, source);
-  return {rect.w(), rect.h()};
-}
-
-}  // namespace
-
 int grain_cap_px(double long_um, double reach_um) {
   const auto averages = [&](int n) { return grain_by_moments(long_um / n, reach_um); };
-  int good = 64;
-  int bad = 131072;
-  if (!averages(good)) return good;
-  while (good + 1 < bad) {
-    const int middle = (good + bad) / 2;
-    (averages(middle) ? good : bad) = middle;
+  int averaging = 64;
+  int showing = 131072;
+  if (!averages(averaging)) return averaging;
+  while (averaging + 1 < showing) {
+    const int middle = (averaging + showing) / 2;
+    (averages(middle) ? averaging : showing) = middle;
   }
-  return good;
+  return averaging;
 }
 
 FrameCaps frame_caps(const Json& film, const Json& opts, PixelSize source) {
-  const FilmArea area = plan_film_area(film, opts, source, cropped_size(opts, source));
+  source = at_least_one(source);
+  const FilmArea area = plan_film_area(film, opts, source, upright_size(source, opts).crop);
   FrameCaps caps;
   caps.master = master_cap(film, area, opts).value_or(0);
   if (area.is_instant || !grain_has_raster(area.long_um)) return caps;

@@ -16,7 +16,7 @@ struct FrameCaps {
 FrameCaps frame_caps(const Json& film, const Json& opts, PixelSize source);
 
 // The largest long side of `long_um` micrometres of film at which a pixel is large against grain of
-// `reach_um`, at least 64.
+// `reach_um`: 64 where none is, and at most 131071.
 int grain_cap_px(double long_um, double reach_um);
 
 // Long side over short side; 0 where any shape will do.

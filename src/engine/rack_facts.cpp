@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <string>
-#include <utility>
 
 #include "engine/develop_print.h"
 #include "engine/fact_curves.h"
@@ -25,10 +24,6 @@
 namespace morva {
 
 namespace {
-
-PixelSize at_least_one(PixelSize size) {
-  return {std::max(size.w, 1), std::max(size.h, 1)};
-}
 
 // The options with the crop of that size, wherever it lies: sizes do not depend on its place.
 Json cropped_options(const RackSetting& setting, PixelSize source) {

@@ -2,7 +2,7 @@
 // the print run do at this size, read from the stages that will do it.
 #pragma once
 
-#include "input/crop_geometry.h"
+#include "image/pixel_size.h"
 #include "profiles/json_access.h"
 
 namespace morva {

@@ -73,7 +73,7 @@ Image stamp_in_mat(Image sheet, Json& opts) {
 
 PixelSize bordered_size(PixelSize print, double border) {
   if (border <= 0.0) return print;
-  const std::int32_t both_px = 2 * sheet_pixels(std::max(print.h, print.w) * border);
+  const std::int32_t both_px = 2 * sheet_pixels(long_side(print) * border);
   return widened(print, both_px, both_px);
 }
 

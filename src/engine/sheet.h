@@ -9,7 +9,7 @@
 
 #include "finish/rebate_style.h"
 #include "image/image.h"
-#include "input/crop_geometry.h"
+#include "image/pixel_size.h"
 #include "profiles/json_access.h"
 
 namespace morva {

@@ -33,21 +33,17 @@ SheetPlan plan_sheet(const Json& film, const Json& paper, Json opts, PixelSize s
   const FilmFrame& frame = plan.frame = plan_film_frame(film, paper, opts, source);
   update_print_scale(opts, paper, frame.area.is_instant, frame.area.long_um, frame.pic_long(),
                      frame.film_long());
-  plan.print_cm = get_number(opts, "print_cm", 30.0);
-  plan.print_px_um = get_number(opts, "print_px_um", kDefaultPrintPxUm);
-  plan.print = frame.film();
-  if (paper_kind(paper) == "scan") plan.print = scan_file_size(plan.print, paper);
-  const double ratio = static_cast<double>(long_side(plan.print)) / frame.film_long();
-  plan.print_px_um /= ratio;
-  opts["print_px_um"] = plan.print_px_um;
+  PixelSize print = frame.film();
+  if (paper_kind(paper) == "scan") print = scan_file_size(print, paper);
   if (frame.area.is_instant) {
-    const auto card = plan_instant_card(film, opts, plan.print);
-    plan.sheet = card ? card->size : plan.print;
+    const auto card = plan_instant_card(film, opts, print);
+    plan.sheet = card ? card->size : print;
     return plan;
   }
-  const double border =
-      border_of_print(paper, opts, frame.pic_long() * ratio, long_side(plan.print));
-  plan.sheet = finished_size(bordered_size(plan.print, border), opts, !paper_has_sheet(paper));
+  const double ratio = static_cast<double>(long_side(print)) / frame.film_long();
+  opts["print_px_um"] = get_number(opts, "print_px_um", kDefaultPrintPxUm) / ratio;
+  const double border = border_of_print(paper, opts, frame.pic_long() * ratio, long_side(print));
+  plan.sheet = finished_size(bordered_size(print, border), opts, !paper_has_sheet(paper));
   return plan;
 }
 

@@ -3,13 +3,13 @@
 #pragma once
 
 #include "engine/film_frame.h"
-#include "input/crop_geometry.h"
+#include "image/pixel_size.h"
 #include "profiles/json_access.h"
 
 namespace morva {
 
 // Sets `print_cm` and `print_px_um`, the size of the print and of its pixels. `pic_long` and
-// `film_long` are the long sides in pixels without and with the rebate, `long_um` the latter's
+// `film_long` are the long sides in pixels without and with the rebate, `long_um` the picture's
 // length on the film.
 void update_print_scale(Json& opts, const Json& paper, bool is_instant, double long_um,
                         int pic_long, int film_long);
@@ -20,10 +20,7 @@ double border_of_print(const Json& paper, const Json& opts, double pic_long, int
 
 struct SheetPlan {
   FilmFrame frame;
-  PixelSize print;           // developed and printed; a scan may be smaller than its film
-  double print_cm = 0.0;     // its long side on paper
-  double print_px_um = 0.0;  // size of one of its pixels
-  PixelSize sheet;           // with all that surrounds it: what a render returns
+  PixelSize sheet;  // the print with all that surrounds it: what a render returns
 };
 
 // `film` as stored, `paper` as load_positive gives it, merged options. The picture keeps its raster

@@ -6,7 +6,7 @@
 
 #include "finish/sheet_margins.h"
 #include "image/image.h"
-#include "input/crop_geometry.h"
+#include "image/pixel_size.h"
 #include "profiles/json_access.h"
 
 namespace morva {

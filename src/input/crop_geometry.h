@@ -5,6 +5,7 @@
 
 #include <array>
 
+#include "image/pixel_size.h"
 #include "profiles/json_access.h"
 
 namespace morva {
@@ -14,11 +15,6 @@ struct Crop {  // fractions of the picture; those outside 0..1 lie outside the p
   double y = 0.0;
   double w = 1.0;
   double h = 1.0;
-};
-
-struct PixelSize {
-  int w = 0;
-  int h = 0;
 };
 
 struct PixelRect {  // x0 <= x < x1, y0 <= y < y1

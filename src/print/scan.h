@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "image/image.h"
-#include "input/crop_geometry.h"
+#include "image/pixel_size.h"
 #include "profiles/hd_curve.h"
 #include "profiles/json_access.h"
 

@@ -23,8 +23,8 @@ constexpr double kMostPixelUm = 1e9;
 struct Tube {
   double overscan = 0.0;
   VideoBand band;
-  double lines = 576.0;  // in the picture
-  double spot = 0.45;    // of a line
+  double lines = 1.0;  // in the picture
+  double spot = 0.45;  // of a line
   double miss_px = 0.0;
   ScreenShade shade;
   PhosphorMask mask;

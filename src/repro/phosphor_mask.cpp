@@ -35,11 +35,10 @@ double from_dot(double x, double y, double period_px) {
   return std::sqrt(std::min(even * even + even_row * even_row, odd * odd + odd_row * odd_row));
 }
 
-// An edge is hard, and soft to a pixel, which gathers the light of its whole width, a number
-// `samples` of them. An edge drawn soft over 0.6 px and met by pixels as points is sharper, but its
-// third and sixth harmonics, where the three colours fall together, beat with the pixels: at
-// periods of 3 to 7 px by 1 to 10 % of the light, in plain bands; gathered, by 2 % at most.
-std::vector<double> pixel_width(double samples) {
+// A pixel gathers the light of its whole width: `samples` of them, the two at the ends in part.
+// Met as a point, it would beat with the third and sixth harmonic of the mask, where the three
+// colours fall together.
+std::vector<double> box_weights(double samples) {
   const double half = samples / 2.0;
   const auto reach = static_cast<int>(half + 0.5);
   std::vector<double> weights;
@@ -53,7 +52,7 @@ Image gathered_in_pixels(Image dots, double width_px, double height_px) {
     if (!along_rows && dots.h == 1) break;
     Image gathered(dots.h, dots.w, 1);
     correlate1d(dots.data.data(), gathered.data.data(), dots.h, dots.w, along_rows,
-                pixel_width(along_rows ? dots.w / width_px : dots.h / height_px), kBoundaryWrap);
+                box_weights(along_rows ? dots.w / width_px : dots.h / height_px), kBoundaryWrap);
     dots = std::move(gathered);
   }
   return dots;

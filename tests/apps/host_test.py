@@ -1,6 +1,7 @@
 """The command-line host from outside: verbs, exit codes, what lands on the disk and what not."""
 
 import argparse
+import contextlib
 import io
 import json
 import os
@@ -54,18 +55,21 @@ class HostCase(unittest.TestCase):
         self.assertEqual(result.stdout, b"")
         self.assertEqual(sorted(self.out.iterdir()), before)
 
-    def small_picture(self, name="in.exr", **header):
+    def small_picture(self):
         """A ramp with some colour, as EXR."""
         y, x = np.mgrid[0:24, 0:36]
-        planes = {"R": x / 30.0, "G": y / 20.0, "B": 0.02 * (x + y)}
-        path = self.folder / name
-        files.write_exr(path, planes, **header)
+        path = self.folder / "in.exr"
+        files.write_exr(path, {"R": x / 30.0, "G": y / 20.0, "B": 0.02 * (x + y)})
         return path
 
     def rendered(self, source, *arguments):
         target = self.out / f"{source.stem}.exr"
         self.succeed("render", source, "-o", target, "--force", *arguments)
         return files.read_exr(target)[0]
+
+    def report(self, source, *arguments):
+        return json.loads(self.succeed("render", source, "-o", self.out / "report.exr", "--json",
+                                       "--force", *arguments))
 
 
 class CommandLine(HostCase):
@@ -75,29 +79,21 @@ class CommandLine(HostCase):
         self.assertRegex(self.succeed("--version"), r"\Amorva \d+\.\d+")
 
     def test_wrong_command_lines(self):
-        source, target = self.small_picture(), self.out / "a.png"
-        for arguments in (
+        """The complaint about a framing names the flag and what it takes."""
+        source = self.small_picture()
+        render = ["render", source, "-o", self.out / "a.png"]
+        wrong = [([*render, f"{flag}={word}"], f"{flag} takes") for flag, words in (
+            ("--crop", ("0,0,1", "0,0,1,1,", "0,0,,1", "0,0,nan,1", "0,0,0,1", "0,0,36,24",
+                        "-0.1,0,1,1", "0,+-0.1,1,1")),
+            ("--angle", ("inf", " ", "1.5deg", "++1")), ("--rotate", ("45", "-90")),
+        ) for word in words]
+        wrong += [(arguments, "") for arguments in (
             [], ["develop"], ["render"], ["render", source], ["list"], ["list", "cameras"],
-            ["render", source, "-o", target, "--seed", "many"],
-            ["render", source, "-o", target, "--quality", "101"],
-            ["render", source, "-o", target, "--set", "=1"],
-            ["render", source, "another", "-o", target],
-            ["render", source, "-o", target, "--source-exposure", "off", "--set", "_source_gain=2"],
-        ):
+            [*render, "--seed", "many"], [*render, "--quality", "101"], [*render, "--set", "=1"],
+            [*render, "another"], [*render, "--source-exposure", "off", "--set", "_source_gain=2"])]
+        for arguments, saying in wrong:
             with self.subTest(arguments=arguments):
-                self.fail_with(USAGE, *arguments)
-
-    def test_wrong_framing(self):
-        """The complaint names the flag and what it was given."""
-        source, target = self.small_picture(), self.out / "a.png"
-        for flag, words in (("--crop", ("0,0,1", "0,0,1,1,", "0,0,,1", "0,0,nan,1", "0,0,0,1",
-                                        "0,0,36,24", "-0.1,0,1,1", "0,+-0.1,1,1")),
-                            ("--angle", ("inf", " ", "1.5deg", "++1")),
-                            ("--rotate", ("45", "-90"))):
-            for word in words:
-                with self.subTest(flag=flag, word=word):
-                    self.fail_with(USAGE, "render", source, "-o", target, f"{flag}={word}",
-                                   saying=f"{flag} takes")
+                self.fail_with(USAGE, *arguments, saying=saying)
 
     def test_full_standard_output_is_a_failure(self):
         with open("/dev/full", "wb") as full:
@@ -113,7 +109,7 @@ class OutputPlace(HostCase):
         self.assertEqual(target.read_text(), "mine")
         self.succeed("render", source, "-o", target, "--force")
         self.assertEqual(_opened(target).format, "PNG")
-        self.assertEqual(target.stat().st_mode & 0o777, 0o666 & ~_umask())
+        self.assertEqual(target.stat().st_mode, source.stat().st_mode)
 
     def test_places_that_cannot_be_written(self):
         source = self.small_picture()
@@ -129,8 +125,7 @@ class OutputPlace(HostCase):
 
     def test_a_full_disk_leaves_nothing(self):
         source = self.folder / "noise.exr"
-        noise = np.random.default_rng(1).uniform(0, 1, (3, 64, 96))
-        files.write_exr(source, dict(zip("RGB", noise)))
+        files.write_exr(source, dict(zip("RGB", np.random.default_rng(1).random((3, 64, 96)))))
 
         def tiny_disk():
             signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
@@ -144,39 +139,30 @@ class OutputPlace(HostCase):
 
 class Inputs(HostCase):
     def test_what_cannot_be_opened(self):
-        target = self.out / "a.png"
-        self.fail_with(USAGE, "render", self.folder / "none.exr", "-o", target, saying="none.exr")
-        self.fail_with(USAGE, "render", self.folder, "-o", target)
         os.mkfifo(self.folder / "pipe.exr")
-        self.fail_with(USAGE, "render", self.folder / "pipe.exr", "-o", target)
+        for source in (self.folder / "none.exr", self.folder, self.folder / "pipe.exr"):
+            self.fail_with(USAGE, "render", source, "-o", self.out / "a.png", saying=source.name)
 
     def test_what_cannot_be_decoded(self):
-        target = self.out / "a.png"
         (self.folder / "broken.png").write_bytes(b"\x89PNG\r\n\x1a\nnot really")
         whole = self.small_picture().read_bytes()
         for cut in (6, 150, len(whole) // 2, len(whole) - 3):
             (self.folder / f"cut{cut}.exr").write_bytes(whole[:cut])
-        channels = [(name, files.FLOAT) for name in "BGR"]
-        huge = files.exr_header(channels, 200_000, 200_000)
+        huge = files.exr_header([(name, files.FLOAT) for name in "BGR"], 200_000, 200_000)
         (self.folder / "huge.exr").write_bytes(huge + bytes(64))
-        for path in sorted(self.folder.glob("*.*")):
-            if path.name != "in.exr":
-                with self.subTest(path=path.name):
-                    self.fail_with(FAILED, "render", path, "-o", target)
-
-    def test_exr_channels(self):
-        plane = np.linspace(0.0, 2.0, 24 * 36).reshape(24, 36)
+        for path in sorted(set(self.folder.glob("*.*")) - {self.folder / "in.exr"}):
+            with self.subTest(path=path.name):
+                self.fail_with(FAILED, "render", path, "-o", self.out / "a.png")
         for channels in ("Z", "GR"):
-            files.write_exr(self.folder / "odd.exr", {name: plane for name in channels})
-            self.fail_with(FAILED, "render", self.folder / "odd.exr", "-o", self.out / "a.png",
+            files.write_exr(path, dict.fromkeys(channels, np.zeros((24, 36))))
+            self.fail_with(FAILED, "render", path, "-o", self.out / "a.png",
                            saying=", ".join(channels))
 
     def test_one_picture_in_many_files(self):
         """Half values, a shifted data window, alpha, the Rec. 709 label and a grey channel of its
         own change nothing."""
         plane = np.float16(np.linspace(0.0, 2.0, 24 * 36).reshape(24, 36))
-        planes = {name: plane for name in "RGB"}
-        sheets = []
+        planes, sheets = dict.fromkeys("RGB", plane), []
         for picture, header in ((planes, {}), (planes, {"half": True}), ({"Y": plane}, {}),
                                 (planes, {"origin": (-7, 1000)}), ({**planes, "A": 0 * plane}, {}),
                                 (planes, {"chromaticities": files.REC709})):
@@ -186,16 +172,17 @@ class Inputs(HostCase):
 
     def test_other_primaries_keep_white_and_gain_colour(self):
         wide = (0.708, 0.292, 0.170, 0.797, 0.131, 0.046, 0.3457, 0.3585)  # white of 5000 K
-        grey = {name: np.full((24, 36), 0.18) for name in "RGB"}
-        red = {**grey, "G": np.full((24, 36), 0.02), "B": np.full((24, 36), 0.02)}
-        sheets = []
-        for i, (planes, label) in enumerate(((grey, files.REC709), (grey, wide),
-                                             (red, files.REC709), (red, wide))):
-            files.write_exr(self.folder / f"p{i}.exr", planes, chromaticities=label)
-            sheets.append(self.rendered(self.folder / f"p{i}.exr").mean(axis=(0, 1)))
-        np.testing.assert_allclose(sheets[1], sheets[0], rtol=1e-3)
-        colour = [sheet[0] - sheet[1] for sheet in sheets]
-        self.assertGreater(colour[3], 1.02 * colour[2])
+        path = self.folder / "p.exr"
+
+        def sheet(rest, label):
+            light = {"R": 0.18, "G": rest, "B": rest}
+            planes = {name: np.full((24, 36), value) for name, value in light.items()}
+            files.write_exr(path, planes, chromaticities=label)
+            return self.rendered(path).mean(axis=(0, 1))
+
+        np.testing.assert_allclose(sheet(0.18, wide), sheet(0.18, files.REC709), rtol=1e-3)
+        red, plain = sheet(0.02, wide), sheet(0.02, files.REC709)
+        self.assertGreater(red[0] - red[1], 1.02 * (plain[0] - plain[1]))
 
     def test_info(self):
         exr = json.loads(self.succeed("info", self.small_picture(), "--json"))
@@ -215,10 +202,8 @@ class DemoScene(HostCase):
         luma = scene @ np.array([0.2126, 0.7152, 0.0722])
         self.assertGreater((luma > 20).sum(), 300, "cores of lamps")
         self.assertGreater((luma < 0.004).mean(), 0.02, "deep shadow")
-
-        before = (self.out / "d.exr").read_bytes()
-        self.succeed("demo", "-o", self.out / "d.exr", "--force")
-        self.assertEqual((self.out / "d.exr").read_bytes(), before, "the same file again")
+        self.succeed("demo", "-o", self.out / "again.exr")
+        self.assertEqual((self.out / "again.exr").read_bytes(), (self.out / "d.exr").read_bytes())
 
 
 class FileContents(HostCase):
@@ -253,13 +238,10 @@ class FileContents(HostCase):
         self.assertLess(np.abs(peer["a.jpg"] - eight).mean(), 2.5)
 
     def test_every_file_names_its_colours(self):
-        descriptions = {"16.png": "sRGB", "8.png": "sRGB", "a.jpg": "sRGB", "16.tif": "sRGB",
-                        "f.tif": "sRGB linear"}
-        for name, description in descriptions.items():
-            if name.endswith(".tif"):
-                icc = bytes(files.read_tiff(self.out / name)[1][34675])
-            else:
-                icc = _opened(self.out / name).info["icc_profile"]
+        for name, description in (("16.png", "sRGB"), ("8.png", "sRGB"), ("a.jpg", "sRGB"),
+                                  ("16.tif", "sRGB"), ("f.tif", "sRGB linear")):
+            icc = (bytes(files.read_tiff(self.out / name)[1][34675]) if name.endswith(".tif")
+                   else _opened(self.out / name).info["icc_profile"])
             profile = ImageCms.ImageCmsProfile(io.BytesIO(icc))
             self.assertEqual(ImageCms.getProfileDescription(profile).strip(), description, name)
             self.assertEqual(struct.unpack(">6H", icc[24:36]), (2026, 1, 1, 0, 0, 0))
@@ -270,8 +252,7 @@ class FileContents(HostCase):
 
 class Rendering(HostCase):
     def test_report(self):
-        source = self.small_picture()
-        target = self.out / "b.TIF"
+        source, target = self.small_picture(), self.out / "b.TIF"
         report = json.loads(self.succeed("render", source, "-o", target, "--bits", 8, "--json"))
         self.assertEqual((report["output"], report["film"], report["lens"], report["paper"]),
                          (str(target), "everyday_400", "plain", None))
@@ -300,9 +281,8 @@ class Rendering(HostCase):
 
     def test_straightening(self):
         """A crop that reaches into what the turn emptied is rendered, with a warning."""
-        source, plain = self.small_picture(), ["--set", "grain_mult=0"]
-        result = run_host("render", source, "-o", self.out / "a.exr", "--angle", "4", "--crop",
-                          "0,0,1,1", *plain)
+        result = run_host("render", self.small_picture(), "-o", self.out / "a.exr", "--angle", "4",
+                          "--crop", "0,0,1,1")
         self.assertEqual(result.returncode, 0)
         self.assertRegex(result.stderr, rb"\Amorva: warning: the crop [^\n]+\n\Z")
 
@@ -312,9 +292,7 @@ class Rendering(HostCase):
         light = ((60 / 255 + 0.055) / 1.055) ** 2.4
 
         def gain(source, *arguments):
-            told = self.succeed("render", source, "-o", self.out / "a.exr", "--json", "--force",
-                                *arguments)
-            return json.loads(told)["source_gain"]
+            return self.report(source, *arguments)["source_gain"]
 
         self.assertAlmostEqual(gain(dark), 0.15 / light, delta=1e-3)
         self.assertIsNone(gain(dark, "--source-exposure", "off"))
@@ -330,36 +308,28 @@ class Rendering(HostCase):
         one, two = self.folder / "one.json", self.folder / "two.json"
         one.write_text('{"print_cm": 10, "seed": 1, "sheet_cm": null}')
         two.write_text('{"print_cm": 20, "seed": 2}')
-
-        def report(*arguments):
-            target = self.out / "a.exr"
-            told = json.loads(self.succeed("render", source, "-o", target, "--json", "--force",
-                                           *arguments))
-            return told["print_cm"], told["seed"]
-
         both = ["--options", one, "--options", two]
-        self.assertEqual(report(*both), (20, 2))
-        self.assertEqual(report("--set", "print_cm=40", *both, "--set", "seed=3"), (40, 3))
-        self.assertEqual(report("--set", "seed=3", "--seed", "-4"), (30.0, -4))
+        for arguments, print_cm, seed in (
+            (both, 20, 2), (["--set", "print_cm=40", *both, "--set", "seed=3"], 40, 3),
+            (["--set", "seed=3", "--seed", "-4"], 30.0, -4),
+        ):
+            report = self.report(source, *arguments)
+            self.assertEqual((report["print_cm"], report["seed"]), (print_cm, seed))
 
     def test_failures_of_the_engine_keep_their_code(self):
-        source, target = self.small_picture(), self.out / "a.png"
-        self.fail_with(PROFILE, "render", source, "-o", target, "--lens", "no_such_one",
-                       saying="no_such_one")
-        self.fail_with(OPTIONS, "render", source, "-o", target, "--set", "colour=1",
-                       saying="colour")
+        render = ["render", self.small_picture(), "-o", self.out / "a.png"]
+        self.fail_with(PROFILE, *render, "--lens", "no_such_one", saying="no_such_one")
         deep = self.folder / "deep.json"
         for text in ("{", '{"crop": ' + "[" * 100_000 + "]" * 100_000 + "}"):
             deep.write_text(text)
-            self.fail_with(OPTIONS, "render", source, "-o", target, "--options", deep)
-        self.fail_with(OPTIONS, "render", source, "-o", target, "--set", b"stamp_text=\xff".decode(
-            errors="surrogateescape"))
+            self.fail_with(OPTIONS, *render, "--options", deep)
+        self.fail_with(OPTIONS, *render, "--set", os.fsdecode(b"stamp_text=\xff"))
 
     def test_ctrl_c_leaves_nothing(self):
         """On a terminal: the line of progress tells when the render is under way."""
-        planes = dict(zip("RGB", np.random.default_rng(2).uniform(0, 1, (3, 2400, 3600))))
         source = self.folder / "large.exr"
-        files.write_exr(source, planes, half=True)
+        planes = np.random.default_rng(2).random((3, 2400, 3600))
+        files.write_exr(source, dict(zip("RGB", planes)), half=True)
         for stop in (signal.SIGINT, signal.SIGTERM):
             code, printed, screen = _stop_while_rendering(source, self.out / "a.png", stop)
             self.assertEqual(code, CANCELLED, screen)
@@ -376,12 +346,10 @@ class Planning(HostCase):
     def test_the_sheet_is_the_one_that_is_rendered(self):
         photo = self.folder / "p.png"
         Image.new("RGB", (40, 30), (90, 60, 30)).save(photo)
-        around = ["--set", "border=0.1", "--set", "mat=classic", "--set", "mat_width_cm=2"]
         for arguments in (
             [], ["--angle", "5", "--crop", "0.3,0.3,0.4,0.4"], ["--film", "peel_apart_100"],
-            ["--paper", "crt_delta"],
             ["--film", "silver_400", "--paper", "bw_warm", "--crop", "0.1,0.2,0.5,0.7", "--rotate",
-             "90", "--set", "frame_style=wide", "--set", "frame_size=full", *around],
+             "90", "--set", "frame_size=full", "--set", "border=0.1", "--set", "mat=classic"],
         ):
             for source in (self.small_picture(), photo):
                 with self.subTest(arguments=arguments, source=source.name):
@@ -395,30 +363,22 @@ class Planning(HostCase):
                             "border=0.25", "--set", "frame_size=full")
         self.assertEqual(plan["input"], {"file": "demo", "width": 1800, "height": 1200})
         self.assertEqual(plan["crop"], {"width": 900, "height": 1200})
-        self.assertEqual((plan["raster"]["width"], plan["raster"]["height"]), (1200, 900))
-        self.assertAlmostEqual(plan["raster"]["um_per_px"] * 1.2,
-                               plan["facts"]["window"]["long_mm"])
+        self.assertAlmostEqual(plan["raster"]["um_per_px"] * 1.2, plan["facts"]["window"]["long_mm"])
         self.assertEqual(plan["print"], {"width": 1200, "height": 900, "width_cm": 24.0,
                                          "height_cm": 18.0})
         self.assertAlmostEqual(plan["sheet"]["width_cm"], 36.0)
         self.assertEqual((plan["frame_aspect"], plan["forced_aspect"]), (1.5, 0))
-
-        card = self.planned("demo", "--film", "instant_square")
-        self.assertEqual((card["raster"]["width"], card["raster"]["height"]), (1200, 1200))
-        self.assertEqual((card["forced_aspect"], card["grain_cap_px"]), (1, 0))
-
-        table = self.succeed("plan", "demo")
-        self.assertRegex(table, r"(?m)^raster +1800 x 1200 pixels, 20\.00 um per pixel$")
-        self.assertRegex(table, r"(?m)^sheet +1800 x 1200 pixels, 30\.0 x 20\.0 cm$")
+        self.assertRegex(self.succeed("plan", "demo"),
+                         r"(?ms)^raster +1800 x 1200 pixels, 20\.00 um per pixel$.*"
+                         r"^sheet +1800 x 1200 pixels, 30\.0 x 20\.0 cm$")
 
     def test_a_sheet_too_large_is_refused_before_it_is_rendered(self):
         source, target = self.small_picture(), self.out / "a.png"
-        for setting, saying in (("border=500", "36036 x 36024 px"), ("border=1e9", "what surrounds the picture"),
-                                ("colour=1", "colour")):
-            with self.subTest(setting=setting):
-                self.fail_with(OPTIONS, "render", source, "-o", target, "--set", setting,
-                               saying=saying)
-                self.fail_with(OPTIONS, "plan", source, "--set", setting, saying=saying)
+        for setting, saying in (("border=500", "36036 x 36024 px"), ("colour=1", "colour"),
+                                ("border=1e9", "from what surrounds the picture")):
+            for verb in (["render", source, "-o", target], ["plan", source]):
+                with self.subTest(setting=setting, verb=verb[0]):
+                    self.fail_with(OPTIONS, *verb, "--set", setting, saying=saying)
 
         long = self.folder / "long.exr"
         files.write_exr(long, {"Y": np.full((2, 32770), 0.18)})
@@ -458,9 +418,8 @@ class Tables(HostCase):
         (films / "folder.json").mkdir()
         (films / "dangling.json").symlink_to("nowhere")
         elsewhere = {**os.environ, "MORVA_PROFILES_DIR": str(self.folder)}
-        listed = self.succeed("list", "films", env=elsewhere).splitlines()
-        self.assertEqual(listed, ["a", "b       second", "broken  (cannot be read)",
-                                  "shown   third"])
+        self.assertEqual(self.succeed("list", "films", env=elsewhere),
+                         "a\nb       second\nbroken  (cannot be read)\nshown   third\n")
         self.fail_with(PROFILE, "list", "papers", env=elsewhere)
 
 
@@ -468,33 +427,20 @@ def _opened(path):
     return Image.open(io.BytesIO(path.read_bytes()))
 
 
-def _umask():
-    mask = os.umask(0)
-    os.umask(mask)
-    return mask
-
-
 def _stop_while_rendering(source, target, stop):
     """Exit code, standard output, and what stood on the terminal."""
     terminal, other_end = pty.openpty()
-
     host = subprocess.Popen(
-        [HOST, "render", str(source), "-o", str(target)], stdout=subprocess.PIPE, stderr=other_end,
+        [HOST, "render", source, "-o", target], stdout=subprocess.PIPE, stderr=other_end,
         preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))  # as in a shell
     os.close(other_end)
     screen, stopped = b"", False
-    while True:
-        ready, _, _ = select.select([terminal], [], [], 120)
-        try:
-            piece = os.read(terminal, 4096) if ready else b""
-        except OSError:  # how a terminal says that nobody is left
-            piece = b""
-        if not piece:
-            break
-        screen += piece
-        if not stopped and b"rendering" in screen:
-            host.send_signal(stop)
-            stopped = True
+    with contextlib.suppress(OSError):  # how a terminal says that nobody is left
+        while select.select([terminal], [], [], 120)[0]:
+            screen += os.read(terminal, 4096)
+            if not stopped and b"rendering" in screen:
+                host.send_signal(stop)
+                stopped = True
     printed, _ = host.communicate(timeout=120)
     os.close(terminal)
     return host.returncode, printed, screen

@@ -11,10 +11,6 @@ HALF, FLOAT = 1, 2
 REC709 = (0.64, 0.33, 0.30, 0.60, 0.15, 0.06, 0.3127, 0.3290)
 
 
-def _attribute(name, kind, payload):
-    return name.encode() + b"\0" + kind.encode() + b"\0" + struct.pack("<i", len(payload)) + payload
-
-
 def _channel_list(channels):
     return b"".join(name.encode() + b"\0" + struct.pack("<iiii", pixel_type, 0, 1, 1)
                     for name, pixel_type in channels) + b"\0"
@@ -22,42 +18,34 @@ def _channel_list(channels):
 
 def exr_header(channels, width, height, origin=(0, 0), chromaticities=None):
     x, y = origin
-    window = struct.pack("<iiii", x, y, x + width - 1, y + height - 1)
-    parts = [
-        struct.pack("<ii", EXR_MAGIC, 2),
-        _attribute("channels", "chlist", _channel_list(channels)),
-        _attribute("compression", "compression", b"\0"),
-        _attribute("dataWindow", "box2i", window),
-        _attribute("displayWindow", "box2i", struct.pack("<iiii", 0, 0, width - 1, height - 1)),
-        _attribute("lineOrder", "lineOrder", b"\0"),
-        _attribute("pixelAspectRatio", "float", struct.pack("<f", 1.0)),
-        _attribute("screenWindowCenter", "v2f", struct.pack("<ff", 0.0, 0.0)),
-        _attribute("screenWindowWidth", "float", struct.pack("<f", 1.0)),
+    attributes = [
+        ("channels", "chlist", _channel_list(channels)),
+        ("compression", "compression", b"\0"),
+        ("dataWindow", "box2i", struct.pack("<4i", x, y, x + width - 1, y + height - 1)),
+        ("displayWindow", "box2i", struct.pack("<4i", 0, 0, width - 1, height - 1)),
+        ("lineOrder", "lineOrder", b"\0"),
+        ("pixelAspectRatio", "float", struct.pack("<f", 1.0)),
+        ("screenWindowCenter", "v2f", struct.pack("<2f", 0.0, 0.0)),
+        ("screenWindowWidth", "float", struct.pack("<f", 1.0)),
     ]
     if chromaticities is not None:
-        parts.append(_attribute("chromaticities", "chromaticities",
-                                struct.pack("<8f", *chromaticities)))
-    return b"".join(parts) + b"\0"
+        attributes.append(("chromaticities", "chromaticities", struct.pack("<8f", *chromaticities)))
+    return struct.pack("<ii", EXR_MAGIC, 2) + b"".join(
+        name.encode() + b"\0" + kind.encode() + b"\0" + struct.pack("<i", len(payload)) + payload
+        for name, kind, payload in attributes) + b"\0"
 
 
 def write_exr(path, planes, half=False, **header):
     """`planes`: name to a two-dimensional array. Uncompressed scan lines."""
     names = sorted(planes)
-    height, width = planes[names[0]].shape
-    pixel_type, dtype = (HALF, "<f2") if half else (FLOAT, "<f4")
-    head = exr_header([(name, pixel_type) for name in names], width, height, **header)
+    samples = np.stack([planes[name] for name in names], 1).astype("<f2" if half else "<f4")
+    height, _, width = samples.shape
+    head = exr_header([(name, HALF if half else FLOAT) for name in names], width, height, **header)
     first_row = header.get("origin", (0, 0))[1]
-    rows = []
-    for y in range(height):
-        data = b"".join(planes[name][y].astype(dtype).tobytes() for name in names)
-        rows.append(struct.pack("<ii", first_row + y, len(data)) + data)
+    rows = [struct.pack("<ii", first_row + y, row.nbytes) + row.tobytes()
+            for y, row in enumerate(samples)]
     places = len(head) + 8 * height + len(rows[0]) * np.arange(height, dtype="<u8")
     path.write_bytes(head + places.astype("<u8").tobytes() + b"".join(rows))
-
-
-def _c_string(data, at):
-    end = data.index(b"\0", at)
-    return data[at:end].decode(), end + 1
 
 
 def _undo_zip(packed, size):
@@ -65,11 +53,8 @@ def _undo_zip(packed, size):
         return np.frombuffer(packed, np.uint8)
     coded = np.frombuffer(zlib.decompress(packed), np.uint8).astype(np.int64)
     coded[1:] -= 128
-    plain = (np.cumsum(coded) & 255).astype(np.uint8)
-    result = np.empty_like(plain)
-    half = (size + 1) // 2
-    result[0::2], result[1::2] = plain[:half], plain[half:]
-    return result
+    plain = np.cumsum(coded).astype(np.uint8)
+    return np.stack(np.split(plain, 2), 1).ravel()  # a block has an even number of bytes
 
 
 def read_exr(path):
@@ -78,11 +63,10 @@ def read_exr(path):
     assert struct.unpack_from("<i", data)[0] == EXR_MAGIC
     at, attributes = 8, {}
     while data[at] != 0:
-        name, at = _c_string(data, at)
-        _, at = _c_string(data, at)
-        (size,) = struct.unpack_from("<i", data, at)
-        attributes[name] = data[at + 4:at + 4 + size]
-        at += 4 + size
+        name, _, rest = data[at:].split(b"\0", 2)
+        (size,) = struct.unpack_from("<i", rest)
+        attributes[name.decode()] = rest[4:4 + size]
+        at = len(data) - len(rest) + 4 + size
     at += 1
     assert attributes["compression"] == b"\3", "16 lines a block"
     assert attributes["channels"] == _channel_list([(n, FLOAT) for n in "BGR"])

@@ -12,6 +12,7 @@
 #include <initializer_list>
 #include <new>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 #include "engine/film_area.h"
@@ -103,78 +104,61 @@ TEST_F(Flow, TheSameCallGivesTheSameBytesOnEveryInstructionSet) {
     }
 }
 
-TEST_F(Flow, OnePixelReachesThePrint) {
-  for (const std::string& film : maker().list("films", true)) {
-    const Rendered r = render(Scene(1, 1, 0.4f), nullptr, film.c_str(), nullptr);
-    EXPECT_TRUE(r.code == 0 && !r.empty) << film << ": " << r.message;
-  }
-}
-
 TEST_F(Flow, BordersFollowThePaper) {
   const Scene scene(100, 60, 0.18f);
-  const Rendered sheet =
-      render(scene, R"({"border": 0.05, "border_black": true})", "silver_50", "bw_warm");
-  EXPECT_EQ(110, sheet.width);
-  EXPECT_EQ(70, sheet.height);
+  const char* options = R"({"border": 0.05, "border_black": true})";
+  const Rendered sheet = render(scene, options, "silver_50", "bw_warm");
+  EXPECT_TRUE(sheet.width == 110 && sheet.height == 70);
   EXPECT_NEAR(0.955, sheet.at(0, 0)[1], 1e-6);
-  const Rendered scan =
-      render(scene, R"({"border": 0.05, "border_black": true})", "everyday_400", "color_scan");
+  const Rendered scan = render(scene, options, "everyday_400", "color_scan");
   EXPECT_LT(scan.at(0, 0)[0], 0.02f);
   const Rendered dark = render(Scene(8, 8, 0.0f), nullptr, "everyday_400", "color_scan");
   EXPECT_NEAR(dark.at(0, 0)[0], scan.at(0, 0)[0], 1e-6);
-  EXPECT_EQ(100, render(scene, R"({"border": -1})", "silver_50", nullptr).width);
+}
+
+std::string styled(const char* style, const char* more) {
+  return std::string(R"({"frame_style": ")") + style + "\"" + more + "}";
 }
 
 // At 300 x 200 pixels each way to lay a rebate has a size of its own.
 TEST_F(Flow, TheRebateFollowsFormatAndGate) {
-  struct Case {
-    const char* options;
+  const struct {
+    const char *style, *more;
     int width, height;
+  } cases[] = {
+      {"wide", "", 322, 222},
+      {"wide", R"(, "format": "120", "frame_size": "6x9")", 312, 206},
+      {"thin", R"(, "format": "120", "frame_size": "6x9")", 308, 208},
+      // A crop has no gate of its own, but keeps its film.
+      {"wide", R"(, "format": "120", "frame_size": "6x9", "crop": [0, 0, 1, 0.5])", 322, 122},
+      {"thin", R"(, "format": "120", "frame_size": "6x9", "crop": [0, 0, 1, 0.5])", 308, 108},
+      {"wide", R"(, "format": "4x5")", 320, 210},
+      {"ragged", R"(, "format": "120", "frame": 0.1)", 360, 260},
+      {"wide", R"(, "format": "120", "frame": 0.072)", 318, 234},
   };
-  for (
-      const Case& c : {
-          Case{R"({"frame_style": "wide"})", 322, 222},
-          {R"({"frame_style": "wide", "format": "120", "frame_size": "6x9"})", 312, 206},
-          {R"({"frame_style": "thin", "format": "120", "frame_size": "6x9"})", 308, 208},
-          // A crop has no gate of its own, but keeps its film.
-          {R"({"frame_style": "wide", "format": "120", "frame_size": "6x9", "crop": [0, 0, 1, 0.5]})",
-           322, 122},
-          {R"({"frame_style": "thin", "format": "120", "frame_size": "6x9", "crop": [0, 0, 1, 0.5]})",
-           308, 108},
-          {R"({"frame_style": "wide", "format": "4x5"})", 320, 210},
-          {R"({"frame_style": "ragged", "format": "120", "frame": 0.1})", 360, 260},
-          {R"({"frame_style": "wide", "format": "120", "frame": 0.072})", 318, 234},
-      }) {
-    const Rendered r = render(Scene(300, 200, 0.18f), c.options, "silver_50", nullptr);
-    EXPECT_EQ(c.width, r.width) << c.options << r.message;
-    EXPECT_EQ(c.height, r.height) << c.options;
+  for (const auto& c : cases) {
+    const std::string options = styled(c.style, c.more);
+    const Rendered r = render(Scene(300, 200, 0.18f), options.c_str(), "silver_50", nullptr);
+    EXPECT_TRUE(r.width == c.width && r.height == c.height)
+        << options << ": " << r.width << " x " << r.height << r.message;
   }
 }
 
 TEST_F(Flow, PlatesHaveNoWideRebateAndCardsAndTubesNone) {
-  const Scene scene(90, 60, 0.18f);
-  const auto styled = [](const char* style, const char* more) {
-    return std::string(R"({"frame_style": ")") + style + "\"" + more + "}";
-  };
-  struct Case {
-    const char *film, *more, *same_as_wide;
-  };
-  for (const Case& c : {Case{"silver_50", R"(, "format": "plate")", "thin"},
-                        {"collodion_glass", "", "thin"},
-                        {"instant_wide", "", "none"}}) {
-    const Rendered wide = render(scene, styled("wide", c.more).c_str(), c.film, nullptr);
+  const struct {
+    const char *film, *paper, *more, *same_as_wide;
+  } cases[] = {{"silver_50", nullptr, R"(, "format": "plate")", "thin"},
+               {"collodion_glass", nullptr, "", "thin"},
+               {"instant_wide", nullptr, "", "none"},
+               {"everyday_400", "crt_delta", "", "none"}};
+  for (const auto& c : cases) {
+    const auto with = [&](const char* style) {
+      return render(Scene(90, 60, 0.18f), styled(style, c.more).c_str(), c.film, c.paper);
+    };
+    const Rendered wide = with("wide");
     ASSERT_EQ(0, wide.code) << wide.message;
-    const std::string same = styled(c.same_as_wide, c.more);
-    EXPECT_EQ(wide.pixels, render(scene, same.c_str(), c.film, nullptr).pixels) << c.film;
+    EXPECT_EQ(wide.pixels, with(c.same_as_wide).pixels) << c.film;
   }
-  Json tube = maker().load("papers", "color_gloss");
-  tube["repro"] = "crt";
-  const auto on_tube = [&](const char* style) {
-    RenderContext ctx;
-    return process(maker(), Image(60, 90, 3, 0.18f), maker().load("films", "everyday_400"),
-                   maker().load("lenses", "plain"), tube, {{"frame_style", style}}, ctx);
-  };
-  EXPECT_EQ(on_tube("wide").data, on_tube("none").data);
 }
 
 TEST_F(Flow, RefusesWhatIsNoPictureOrNoPaper) {
@@ -209,32 +193,26 @@ TEST_F(Flow, MirrorAndTurnsReachThePicture) {
   EXPECT_EQ("2:4", brightest(R"({"rotate": -90})"));
 }
 
-TEST_F(Flow, TheMasterCapBoundsTheRaster) {
-  const Json opts = merged_options(Json());
-  const Json film = Json::object();
-  const FilmArea area = plan_film_area(film, opts, {9000, 30}, {9000, 30});
-  EXPECT_EQ(36000.0, area.long_um);
-  EXPECT_EQ(6545, master_size({9000, 30}, master_cap(film, area, opts)).w);
-  const Json uncapped = merged_options({{"master_cap", false}});
-  EXPECT_EQ(9000, master_size({9000, 30}, master_cap(film, area, uncapped)).w);
-  // The film's own format counts only where the option is switched off.
+TEST_F(Flow, TheMasterIsBoundByTheFormat) {
+  // The film's own counts only where the option is switched off.
   const Json half = {{"format_default", "half"}};
-  EXPECT_EQ(36000.0, plan_film_area(half, opts, {9, 6}, {9, 6}).long_um);
-  EXPECT_EQ(24000.0,
-            plan_film_area(half, merged_options({{"format", nullptr}}), {9, 6}, {9, 6}).long_um);
+  for (const auto& [options, long_um, master_px] :
+       {std::tuple(Json(), 36000.0, 6545), {{{"format", nullptr}}, 24000.0, 4364}}) {
+    const Json opts = merged_options(options);
+    const FilmArea area = plan_film_area(half, opts, {9000, 30}, {9000, 30});
+    EXPECT_EQ(long_um, area.long_um);
+    EXPECT_EQ(master_px, master_size({9000, 30}, master_cap(half, area, opts)).w);
+  }
 }
 
-TEST_F(Flow, PrintScaleFollowsSheetAndPlate) {
-  const auto scaled = [](const Json& user, const Json& paper, bool instant = false) {
-    Json opts = merged_options(user);
-    update_print_scale(opts, paper, instant, 36000.0, 3000, 3300);
-    return opts;
+TEST_F(Flow, ASheetHoldsThePrintAndItsBorders) {
+  const auto print_cm = [](bool instant) {
+    Json opts = merged_options({{"sheet_cm", 24}, {"border", 0.1}});
+    update_print_scale(opts, Json::object(), instant, 36000.0, 3000, 3300);
+    return opts["print_cm"].get<double>();
   };
-  EXPECT_NEAR(300000.0 / 3300.0, scaled({}, Json::object())["print_px_um"].get<double>(), 1e-12);
-  const Json sheet = scaled({{"sheet_cm", 24}, {"border", 0.1}}, Json::object());
-  EXPECT_NEAR(24.0 / (2.0 * 0.1 * 3000 / 3300 + 1.0), sheet["print_cm"].get<double>(), 1e-12);
-  EXPECT_EQ(30.0, scaled({{"sheet_cm", 24}}, Json::object(), true)["print_cm"]);
-  EXPECT_EQ(3.6, scaled({}, {{"kind", "plate"}})["print_cm"]);
+  EXPECT_NEAR(24.0, print_cm(false) * (1.0 + 2.0 * 0.1 * 3000 / 3300), 1e-12);
+  EXPECT_EQ(30.0, print_cm(true));
 }
 
 TEST(Sheet, ABorderIsRefusedWhereNoSheetHoldsIt) {
@@ -252,13 +230,10 @@ TEST(Sheet, WhiteFrameIsTheDeepestRaggedness) {
   for (int x = 4; x < 11; ++x) mask.at(20, x) = 0.5f;   // a bite from the left
   for (int y = 33; y < 36; ++y) mask.at(y, 30) = 0.0f;  // and one from below
   const auto white = measure_white_frame(mask, 52.7, nullptr);
-  ASSERT_TRUE(white);
-  EXPECT_EQ((std::array<double, 4>{5, 7, 11, 2}), *white);
+  EXPECT_EQ((std::array<double, 4>{5, 7, 11, 2}), white.value());
   // A preset shrinks the box by the gate's corners and adds what they take.
   const RebateStyle style = rebate_style({{"frame_style", "thin"}});
-  const auto framed = measure_white_frame(mask, 52.0, style.preset);
-  ASSERT_TRUE(framed);
-  EXPECT_NEAR(5 + 2 * 0.293, (*framed)[0], 1e-12);
+  EXPECT_NEAR(5 + 2 * 0.293, measure_white_frame(mask, 52.0, style.preset).value()[0], 1e-12);
   EXPECT_FALSE(measure_white_frame(Image(40, 60, 1), 52.0, nullptr));
   EXPECT_FALSE(measure_white_frame(mask, 0.0, style.preset));
 }

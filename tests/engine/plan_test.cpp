@@ -13,7 +13,7 @@
 #include "engine/plan_queries.h"
 #include "film/growth_grain.h"
 #include "image/random.h"
-#include "input/crop_geometry.h"
+#include "image/pixel_size.h"
 #include "profiles/json_access.h"
 #include "profiles/store.h"
 

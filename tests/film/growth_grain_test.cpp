@@ -28,8 +28,7 @@ const Key kKey = {20260821, 1, 0};
 const Json kGrain = {{"size_um", 14.0}, {"amount", 0.055}};
 
 double variance_of(const Image& image) {
-  const double deviation = standard_deviation(image.data.data(), image.data.size());
-  return deviation * deviation;
+  return std::pow(standard_deviation(image.data.data(), image.data.size()), 2);
 }
 
 // Sheets whose longest side is `long_um`.
@@ -110,11 +109,8 @@ TEST(GrowthGrain, MomentsStandForGrains) {
     const Moments moments = grain_moments(static_cast<float>(lambda * plan.k), grains);
     EXPECT_NEAR(moments.mean / std::exp(-lambda), 1.0, 0.02);
     Image light = grainy_bw(Image(200, 200, 1, static_cast<float>(kBase + above)), 3600.0);
-    double mean = 0.0;
-    for (float& d : light.data) {
-      d = std::pow(10.0f, static_cast<float>(kBase) - d);
-      mean += d / static_cast<double>(light.data.size());
-    }
+    for (float& d : light.data) d = std::pow(10.0f, static_cast<float>(kBase) - d);
+    const double mean = mean_and_deviation(light.data.data(), light.data.size()).mean;
     EXPECT_NEAR(mean / moments.mean, 1.0, 0.005);
     EXPECT_NEAR(variance_of(light) / moments.variance, 1.0, 0.04);
     const Image grown =
@@ -128,8 +124,8 @@ TEST(GrowthGrain, StaysFiniteOnBrokenDensities) {
   constexpr float kInf = std::numeric_limits<float>::infinity();
   const float broken[] = {std::nanf(""), kInf, -kInf, 3e38f, -3e38f, 0.0f};
   Image silver(12, 12, 1), dyes(12, 12, 3);
-  for (std::size_t i = 0; i < silver.data.size(); ++i) silver.data[i] = broken[i % 6];
-  for (std::size_t i = 0; i < dyes.data.size(); ++i) dyes.data[i] = broken[i % 6];
+  for (Image* image : {&silver, &dyes})
+    for (std::size_t i = 0; i < image->data.size(); ++i) image->data[i] = broken[i % 6];
   for (const double long_um : {12 * 6.0, 12 * 40.0})
     for (const Image& grainy : {grainy_bw(silver, long_um), grainy_color(dyes, long_um)})
       for (const float d : grainy.data) ASSERT_TRUE(d >= 0.0f && d < 7.0f) << d;
@@ -155,26 +151,24 @@ double in_a_process_of_its_own(const Measure& measure) {
 
 TEST(GrowthCalibration, DoesNotRememberAnotherFilm) {
   // Films that agree in the digits that tell films apart, and one of another range.
-  const auto silver = [] { return silver_sigma(11.1149, 0.0431949, kBase, 2.1); };
-  const auto dye = [] {
+  const auto silver = [](double size_um, double amount, double most) {
+    return silver_sigma(size_um, amount, kBase, most);
+  };
+  const auto dye = [](double size_um, double most) {
     DyeStock stock;
-    stock.size_um = 9.3349;
+    stock.size_um = size_um;
     stock.dmin = kBases, stock.dmax = kMosts;
+    stock.dmax[1] = most;
     return calibrate_dyes(stock).unit[1];
   };
-  const double alone = in_a_process_of_its_own(silver), dye_alone = in_a_process_of_its_own(dye);
-  silver_sigma(11.1051, 0.0431851, kBase, 2.1);
-  const double other_range = silver_sigma(11.1149, 0.0431949, kBase, 3.4);
-  DyeStock neighbour;
-  neighbour.size_um = 9.3251;
-  neighbour.dmin = kBases, neighbour.dmax = kMosts;
-  calibrate_dyes(neighbour);
-  neighbour.dmax[1] = 1.6;
-  const double dye_other_range = calibrate_dyes(neighbour).unit[1];
-  EXPECT_EQ(silver(), alone);
-  EXPECT_EQ(dye(), dye_alone);
-  EXPECT_NE(alone, other_range);
-  EXPECT_NE(dye_alone, dye_other_range);
+  const double alone = in_a_process_of_its_own([&] { return silver(11.1149, 0.0431949, 2.1); });
+  const double dye_alone = in_a_process_of_its_own([&] { return dye(9.3349, kMosts[1]); });
+  silver(11.1051, 0.0431851, 2.1);
+  dye(9.3251, kMosts[1]);
+  EXPECT_NE(silver(11.1149, 0.0431949, 3.4), alone);
+  EXPECT_NE(dye(9.3251, 1.6), dye_alone);
+  EXPECT_EQ(silver(11.1149, 0.0431949, 2.1), alone);
+  EXPECT_EQ(dye(9.3349, kMosts[1]), dye_alone);
 }
 
 TEST(GrainEngine, FollowsTheOptions) {

@@ -5,13 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 #include <new>
 #include <numbers>
-#include <vector>
 
 #include "finish/card_window.h"
 #include "image/errors.h"
+#include "input/failure_of.h"
 #include "profiles/formats.h"
 #include "profiles/peel_sizes.h"
 
@@ -32,25 +33,19 @@ Json peel_film() {
 
 // Three channels, each pixel told apart by its place.
 Image picture(int h, int w) {
-  Image image(h, w, 3);
+  Image image(h, w, 3, 0.3f);
   for (int y = 0; y < h; ++y)
     for (int x = 0; x < w; ++x) {
       image.at(y, x, 0) = 0.1f + 0.5f * static_cast<float>(y) / static_cast<float>(h);
       image.at(y, x, 1) = 0.1f + 0.5f * static_cast<float>(x) / static_cast<float>(w);
-      image.at(y, x, 2) = 0.3f;
     }
   return image;
 }
 
 TEST(PeelSizes, TheFilmsOwnAndNoOthers) {
-  EXPECT_EQ(95000.0, instant_image_long_um(peel_film(), "3x4"));
-  EXPECT_EQ(237500.0, instant_image_long_um(peel_film(), "8x10"));
-  try {
-    plan_instant_card(peel_film(), {{"peel_size", "4x5"}}, {730, 950});
-    FAIL();
-  } catch (const ProfileError& error) {
-    EXPECT_STREQ("пил-апарт: неизвестный размер 4x5", error.what());
-  }
+  EXPECT_EQ("пил-апарт: неизвестный размер 4x5", testing_files::failure_of([] {
+              plan_instant_card(peel_film(), {{"peel_size", "4x5"}}, {730, 950});
+            }));
   EXPECT_THROW(peel_size(kNone, "8x10"), ProfileError);  // sold as 3x4 alone
   for (const char* name : {"3x4", "8x10"}) {
     const PeelSize& s = peel_size(peel_film()["frame"], name);
@@ -67,17 +62,12 @@ TEST(InstantOpening, CentredCropInThePicturesOrientation) {
   EXPECT_EQ(std::pair(200, 200), size(card_film(), 300, 200));
   EXPECT_EQ(std::pair(260, 200), size(peel_film(), 300, 200));  // 200 * 95 / 73 = 260.27
   EXPECT_EQ(std::pair(200, 260), size(peel_film(), 200, 300));
-  EXPECT_EQ(std::pair(400, 307), size(peel_film(), 400, 390));
   EXPECT_EQ(std::pair(231, 300), size(peel_film(), 300, 300));  // a square lies the film's way
   Json lying = peel_film();
   lying["frame"]["native_orientation"] = "landscape";
   EXPECT_EQ(std::pair(300, 231), size(lying, 300, 300));
-  EXPECT_EQ(std::pair(1, 1), size(card_film(), 1, 1));
   EXPECT_EQ(picture(5, 10).at(0, 2, 1),
             instant_opening_crop(picture(5, 10), card_film(), kNone).at(0, 0, 1));
-  Json open = card_film();
-  open["frame"].erase("crop");
-  EXPECT_EQ(std::pair(300, 200), size(open, 300, 200));
 }
 
 TEST(InstantCard, MarginsToThePixelAndThePictureInPlace) {
@@ -86,10 +76,9 @@ TEST(InstantCard, MarginsToThePixelAndThePictureInPlace) {
   const Image card = instant_finish(shot, film, kNone);
   EXPECT_EQ(100 + 9 + 24, card.h);
   EXPECT_EQ(80 + 12, card.w);
-  for (int k = 0; k < 3; ++k) {
-    EXPECT_EQ(shot.at(0, 0, k), card.at(9, 6, k));
-    EXPECT_EQ(shot.at(99, 79, k), card.at(108, 85, k));
-  }
+  for (int y = 0; y < 100; ++y)
+    ASSERT_TRUE(std::equal(&shot.data[240 * y], &shot.data[240 * y] + 240,
+                           &card.data[3 * (92 * (y + 9) + 6)]));
   EXPECT_EQ(0.9f, card.at(0, 0, 0));
   EXPECT_EQ(0.7f, card.at(109, 6, 2));
   film["frame"]["native_orientation"] = "landscape";
@@ -97,19 +86,13 @@ TEST(InstantCard, MarginsToThePixelAndThePictureInPlace) {
 
   const auto plan = plan_instant_card(peel_film(), kNone, {950, 730});
   EXPECT_TRUE(plan->turned);
-  EXPECT_EQ(1080, plan->size.w);
-  EXPECT_EQ(850, plan->size.h);
-  EXPECT_EQ(4, plan_instant_card(peel_film(), kNone, {8, 10})->margins.left);
+  EXPECT_EQ(std::pair(1080, 850), std::pair(plan->size.w, plan->size.h));
 }
 
 TEST(InstantCard, NoneWithoutAFrameOrTheWish) {
   const Image shot = picture(20, 20);
   EXPECT_EQ(shot.data, instant_finish(shot, card_film(), {{"instant_frame", false}}).data);
   EXPECT_EQ(shot.data, instant_finish(shot, {{"type", "instant"}}, kNone).data);
-  const Image plain =
-      instant_finish(shot, Json::parse(R"({"type": "instant", "frame": {}})"), kNone);
-  EXPECT_EQ(28, plain.w);
-  EXPECT_EQ(0.975f, plain.at(0, 0, 2));
   Json film = card_film();
   film["frame"]["base_tint"] = {0.5, 0.5};  // no colour
   EXPECT_EQ(0.99f, instant_finish(shot, film, kNone).at(0, 0, 1));
@@ -134,17 +117,13 @@ TEST(InstantCard, ABoundIsFoundBeforeMemoryIs) {
 }
 
 TEST(InstantCard, SurroundingsGrowTheCardByACentimetre) {
-  const Json opts = {{"card_outside", "black"}};
   const Image alone = instant_finish(picture(160, 160), card_film(), kNone);
-  const Image shown = instant_finish(picture(160, 160), card_film(), opts);
+  const Image shown = instant_finish(picture(160, 160), card_film(), {{"card_outside", "black"}});
   ASSERT_EQ(alone.w + 40, shown.w);
   ASSERT_EQ(alone.h + 40, shown.h);
-  EXPECT_EQ(shown.w, plan_instant_card(card_film(), opts, {160, 160})->size.w);
   EXPECT_NEAR(0.025, shown.at(0, 0, 0), 1e-3);
   EXPECT_EQ(alone.at(100, 0, 1), shown.at(120, 20, 1));
   EXPECT_LT(shown.at(shown.h - 19, 60, 0), 0.02f);  // its shadow
-  EXPECT_EQ(instant_finish(picture(160, 160), card_film(), {{"card_outside", "white"}}).data,
-            instant_finish(picture(160, 160), card_film(), {{"card_outside", "teak"}}).data);
 }
 
 // Distances just outside a round corner come out a rounding error short of a pixel's half: the
@@ -153,14 +132,10 @@ TEST(InstantCard, ThePixelsBesideTheCardAreTheGrounds) {
   Json film = card_film();
   const Json opts = {{"card_outside", "black"}};
   const auto expect_dark_beside = [&](const Image& shown, int margin, int side) {
-    for (int x = 0; x < shown.w; ++x) {
-      ASSERT_LT(shown.at(margin - 1, x, 0), 0.03f) << side;
-      ASSERT_LT(shown.at(shown.h - margin, x, 0), 0.03f) << side;
-    }
-    for (int y = 0; y < shown.h; ++y) {
-      ASSERT_LT(shown.at(y, margin - 1, 0), 0.03f) << side;
-      ASSERT_LT(shown.at(y, shown.w - margin, 0), 0.03f) << side;
-    }
+    for (int x = 0; x < shown.w; ++x)
+      for (const int y : {margin - 1, shown.h - margin}) ASSERT_LT(shown.at(y, x), 0.03f) << side;
+    for (int y = 0; y < shown.h; ++y)
+      for (const int x : {margin - 1, shown.w - margin}) ASSERT_LT(shown.at(y, x), 0.03f) << side;
   };
   for (int side = 50; side <= 300; ++side)
     expect_dark_beside(instant_finish(picture(side, side), film, opts),
@@ -188,27 +163,19 @@ TEST(CardWindow, CornersLoseWhatGeometrySays) {
 TEST(CardWindow, LightComesFromTheUpperLeft) {
   Json film = card_film();
   film["frame"]["window_line"] = {{"gain", 0.25}};
-  const Image flat = Image(800, 800, 3, 0.5f);
-  const Image card = instant_finish(flat, film, kNone);
-  const int m = 48, top = 72;  // px; 10 px to the millimetre
-  const auto shade = [&](int y, int x) { return card.at(y, x, 0); };
-  EXPECT_LT(shade(top + 400, m + 1), shade(top + 400, m + 798));  // the left edge casts a shadow
-  EXPECT_LT(shade(top + 1, m + 400), shade(top + 798, m + 400));
-  EXPECT_EQ(0.5f, shade(top + 20, m + 20));
-  EXPECT_EQ(0.9f, shade(2, 2));
-  EXPECT_NE(0.9f, shade(top + 400, m - 4));  // the groove
+  const Image card = instant_finish(Image(800, 800, 3, 0.5f), film, kNone);
+  const int m = 48, top = 72;                                         // px; 10 px to the millimetre
+  EXPECT_LT(card.at(top + 400, m + 1), card.at(top + 400, m + 798));  // the left edge's shadow
+  EXPECT_LT(card.at(top + 1, m + 400), card.at(top + 798, m + 400));
+  EXPECT_EQ(0.5f, card.at(top + 20, m + 20));
+  EXPECT_EQ(0.9f, card.at(2, 2));
+  EXPECT_NE(0.9f, card.at(top + 400, m - 4));  // the groove
 }
 
 Image peeled(const Json& film, const Json& opts = Json::object()) {
   Json stock = film;
   instant_seeds(stock, film, opts);
   return instant_finish(Image(475, 365, 3, 0.2f), stock, opts);
-}
-
-double white_share(const Image& sheet) {
-  double white = 0.0;
-  for (std::size_t i = 0; i < sheet.pixels(); ++i) white += sheet.data[3 * i] > 0.55f ? 1.0 : 0.0;
-  return white / static_cast<double>(sheet.pixels());
 }
 
 TEST(PeelSheet, ChipsEatThePictureAndNothingElse) {
@@ -218,7 +185,10 @@ TEST(PeelSheet, ChipsEatThePictureAndNothingElse) {
   EXPECT_EQ(425, whole.w);
   film["frame"]["chips"] = 30;
   const Image chipped = peeled(film);
-  EXPECT_GT(white_share(chipped), white_share(whole));
+  const auto white = [](const Image& sheet) {
+    return std::count_if(sheet.data.begin(), sheet.data.end(), [](float v) { return v > 0.55f; });
+  };
+  EXPECT_GT(white(chipped), white(whole));
   film["frame"]["chips_by_size"] = {{"3x4", 0}};
   EXPECT_EQ(whole.data, peeled(film).data);
   EXPECT_NEAR(0.2f, chipped.at(270, 212, 0), 1e-6);
@@ -254,17 +224,15 @@ TEST(PeelSheet, ALyingPictureIsTurnedWithItsSheet) {
   film["frame"]["edge_yellow"] = 1.0;
   instant_seeds(film, film, kNone);
   const Image upright = picture(475, 365);
-  Image lying(365, 475, 3);  // the same picture turned counter-clockwise, so that its top is left
-  const auto turned = [](const Image& from, Image& to) {
+  const auto turned = [](const Image& from) {  // counter-clockwise, so that its top is left
+    Image to(from.w, from.h, 3);
     for (int y = 0; y < to.h; ++y)
       for (int x = 0; x < to.w; ++x)
         for (int k = 0; k < 3; ++k) to.at(y, x, k) = from.at(x, from.w - 1 - y, k);
+    return to;
   };
-  turned(upright, lying);
-  const Image sheet = instant_finish(upright, film, kNone);
-  Image expected(sheet.w, sheet.h, 3);
-  turned(sheet, expected);
-  EXPECT_EQ(expected.data, instant_finish(lying, film, kNone).data);
+  EXPECT_EQ(turned(instant_finish(upright, film, kNone)).data,
+            instant_finish(turned(upright), film, kNone).data);
 }
 
 // 203.2 mm are 135.47 cells of the stain, and 237.5 mm no whole number.
@@ -272,15 +240,16 @@ TEST(PeelSheet, TheLargestSheetHasOnePatternAtEveryRaster) {
   Json film = peel_film();
   film["frame"]["edge_yellow"] = 10.0;
   instant_seeds(film, film, {{"peel_size", "8x10"}});
-  const auto stain = [&](int h, int w) {  // along the upper rim
-    const Image sheet = instant_finish(Image(h, w, 3, 0.2f), film, {{"peel_size", "8x10"}});
-    std::vector<float> rim;
-    for (int i = 0; i < 20; ++i)
-      rim.push_back(sheet.at(0, static_cast<int>((i + 0.5) / 20.0 * sheet.w), 2) / 0.7f);
-    return rim;
+  const auto sheet = [&](int h, int w) {
+    return instant_finish(Image(h, w, 3, 0.2f), film, {{"peel_size", "8x10"}});
   };
-  const std::vector<float> coarse = stain(200, 160), fine = stain(203, 162);
-  for (int i = 0; i < 20; ++i) EXPECT_NEAR(coarse[i], fine[i], 0.004) << i;
+  const Image coarse = sheet(200, 160), fine = sheet(203, 162);
+  for (int i = 0; i < 20; ++i) {  // along the upper rim
+    const auto stain = [i](const Image& on) {
+      return on.at(0, static_cast<int>((i + 0.5) / 20.0 * on.w), 2) / 0.7f;
+    };
+    EXPECT_NEAR(stain(coarse), stain(fine), 0.004) << i;
+  }
 }
 
 }  // namespace

@@ -12,20 +12,19 @@ namespace {
 const Json kPaper = Json::parse(R"({"process": {"plate": {"enabled": true}}})");
 
 TEST(PlateMark, LiesAThirdOfTheBorderFromThePicture) {
+  const Json none = Json::object();
   // 400 px of 100 um are a border of 40 mm: 0.35 of it is less than the plate's 18 mm margin.
-  EXPECT_NEAR(400.0 * 0.65, *plate_mark_px(kPaper, Json::object(), 400.0, 100.0), 1e-9);
-  EXPECT_NEAR(2000.0 - 180.0, *plate_mark_px(kPaper, Json::object(), 2000.0, 100.0), 1e-9);
+  EXPECT_NEAR(400.0 * 0.65, plate_mark_px(kPaper, none, 400.0, 100.0).value(), 1e-9);
+  EXPECT_NEAR(2000.0 - 180.0, plate_mark_px(kPaper, none, 2000.0, 100.0).value(), 1e-9);
   Json near = kPaper;
-  near["process"]["plate"]["offset_mm"] = 5;
-  EXPECT_NEAR(350.0, *plate_mark_px(near, Json::object(), 400.0, 100.0), 1e-9);
-  near["process"]["plate"]["margin_mm"] = 3;  // and wins
-  EXPECT_NEAR(370.0, *plate_mark_px(near, Json::object(), 400.0, 100.0), 1e-9);
+  near["process"]["plate"].update({{"offset_mm", 5}, {"margin_mm", 3}});  // the margin wins
+  EXPECT_NEAR(370.0, plate_mark_px(near, none, 400.0, 100.0).value(), 1e-9);
   // A border of 1.5 mm has room for neither 1.2 mm and a sheet around it.
-  EXPECT_FALSE(plate_mark_px(kPaper, Json::object(), 15.0, 100.0));
-  EXPECT_FALSE(plate_mark_px(kPaper, Json::object(), 0.0, 100.0));
+  for (const double border_px : {15.0, 0.0})
+    EXPECT_FALSE(plate_mark_px(kPaper, none, border_px, 100.0));
   EXPECT_FALSE(plate_mark_px(kPaper, {{"plate_mark", false}}, 400.0, 100.0));
-  EXPECT_FALSE(plate_mark_px(Json::object(), Json::object(), 400.0, 100.0));
-  EXPECT_TRUE(plate_mark_px(Json::object(), {{"plate_mark", true}}, 400.0, 100.0));
+  EXPECT_FALSE(plate_mark_px(none, none, 400.0, 100.0));
+  EXPECT_TRUE(plate_mark_px(none, {{"plate_mark", true}}, 400.0, 100.0));
 }
 
 TEST(PlateMark, ThePressedStepIsShadedAboveAndLitBelow) {

@@ -7,11 +7,12 @@
 
 #include <cmath>
 #include <new>
-#include <stdexcept>
 
 #include "finish/cast_shadow.h"
 #include "finish/linen.h"
 #include "image/filters.h"
+#include "image/pairwise_sum.h"
+#include "input/failure_of.h"
 #include "profiles/seeds.h"
 
 namespace morva {
@@ -29,10 +30,7 @@ std::vector<float> part_of(const Linen& linen, const SurfacePart& part) {
 }
 
 double deviation(const std::vector<float>& values) {
-  double sum = 0.0, squares = 0.0;
-  for (const float v : values) sum += v, squares += static_cast<double>(v) * v;
-  const double n = static_cast<double>(values.size());
-  return std::sqrt(squares / n - sum / n * (sum / n));
+  return standard_deviation(values.data(), values.size());
 }
 
 TEST(Table, NamesAndSizes) {
@@ -43,12 +41,9 @@ TEST(Table, NamesAndSizes) {
   EXPECT_EQ(130 + 2 * 55, table.w);
   EXPECT_EQ(0.4f, table.at(55, 55, 2));
   EXPECT_EQ(on_table({{"table", "grey"}}).data, on_table({{"table", "walnut"}}).data);
-  try {
-    table_margin_px({{"table", "oak"}});
-    FAIL();
-  } catch (const std::invalid_argument& error) {
-    EXPECT_STREQ("Стола «oak» нет. Есть: none, white, grey, black, linen", error.what());
-  }
+  EXPECT_EQ("Стола «oak» нет. Есть: none, white, grey, black, linen", testing_files::failure_of([] {
+              table_margin_px({{"table", "oak"}});
+            }));
   for (const double width : {1e30, 200.0, std::nan("")})
     EXPECT_THROW(on_table({{"table", "linen"}, {"table_width_cm", width}}), std::bad_alloc);
   EXPECT_EQ(90, on_table({{"table", "linen"}, {"table_width_cm", -4.0}}).h);
@@ -74,10 +69,12 @@ TEST(Table, ShadowIsTheBlurredSilhouetteAwayFromTheLight) {
   }
   // Darker to the right than to the left and darkest below; under the sheet both shadows are full.
   const CastShadow shadow(place, 2.5, px_per_mm);
-  std::vector<float> row(124), below(124), above(124);
-  shadow.light_left(55, 0, 124, row.data());
-  shadow.light_left(40 + 31 + 2, 0, 124, below.data());
-  shadow.light_left(40 - 3, 0, 124, above.data());
+  const auto light = [&shadow](int y) {
+    std::vector<float> row(124);
+    shadow.light_left(y, 0, 124, row.data());
+    return row;
+  };
+  const std::vector<float> row = light(55), below = light(40 + 31 + 2), above = light(40 - 3);
   EXPECT_NEAR(0.5 * 0.65, row[62], 1e-4);
   EXPECT_LT(row[40 + 44 + 2], row[40 - 3] - 0.1f);
   EXPECT_LT(below[62], row[40 + 44 + 2]);
@@ -121,10 +118,8 @@ TEST(Linen, FadesToItsMeanBeforeItBeatsWithTheRaster) {
       EXPECT_NEAR(std::sqrt(0.5), crown, 0.03);
     }
     EXPECT_LT(crown, px_per_mm <= 3.0 ? 0.08 : px_per_mm <= 5.0 ? 0.25 : 1.0) << px_per_mm;
-    double mean = 0.0;
     const std::vector<float> shade = part_of(linen, {0, 64, 0, 3000});
-    for (const float value : shade) mean += value;
-    EXPECT_NEAR(1.0, mean / static_cast<double>(shade.size()), 0.03) << px_per_mm;
+    EXPECT_NEAR(1.0, mean_and_deviation(shade.data(), shade.size()).mean, 0.03) << px_per_mm;
   }
 }
 

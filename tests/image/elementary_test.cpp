@@ -88,10 +88,11 @@ TEST(Elementary, DoubleFormsStayWithinTheirUlps) {
   const std::vector<Sampler> angles = {uniform(-10, 10), uniform(-1700, 1700), uniform(-1e9, 1e9),
                                        log_uniform(-60, 62), near_quarter_turns};
   const std::vector<double> odd = {-0.0, 0x1p-1074, -0x1p-1022, kInf, -kInf, kNaN};
+  const std::vector<double> ends = {-0.0, 0x1p-1074, -745.13, 710.0, kInf, -kInf, kNaN};
   const std::vector<double> zeros = {0.0, -0.0, 1.0, -1.0, kInf, -kInf, kNaN};
   const std::vector<double> far = {-30.0, 0.0, 1e300, kInf, -kInf, kNaN};
   const Form forms[] = {
-      {"exp", 1.0, elementary::exp, expl, {uniform(-2, 2), uniform(-746, 710)}, odd},
+      {"exp", 1.0, elementary::exp, expl, {uniform(-2, 2), uniform(-746, 710)}, ends},
       {"log", 1.0, elementary::log, logl, positive, zeros},
       {"log10", 1.0, elementary::log10, log10l, positive, zeros},
       {"sin", 1.0, elementary::sin, sinl, angles, odd},
@@ -111,8 +112,6 @@ TEST(Elementary, DoubleFormsStayWithinTheirUlps) {
           << form.name << " of " << x << ": " << got << ", " << want;
     }
   }
-  EXPECT_EQ(elementary::exp(710.0), kInf);
-  EXPECT_EQ(elementary::exp(-745.13), 0x1p-1074);
 }
 
 TEST(Elementary, LargeAnglesKeepTheirTurns) {
@@ -132,8 +131,8 @@ TEST(Elementary, Atan2StaysWithinTwoUlpsInEveryQuadrant) {
   for (const double x : {1.0, -1.0, 3.7, -0.02, -1e200}) {
     const Real angle = [=](double y) { return elementary::atan2(y, x); };
     const Exact exact = [=](long double y) { return std::atan2(y, static_cast<long double>(x)); };
-    expect_within("atan2", 2.0, angle, exact, uniform(-4, 4), 40000);
-    expect_within("atan2 wide", 2.0, angle, exact, log_uniform(-900, 900), 40000);
+    for (const Sampler& sample : {uniform(-4, 4), log_uniform(-900, 900)})
+      expect_within("atan2", 2.0, angle, exact, sample, 40000);
   }
   for (const double y : {0.0, -0.0, 2.0, -2.0, kInf, -kInf})
     for (const double x : {0.0, -0.0, 5.0, -5.0, kInf, -kInf})
@@ -144,9 +143,9 @@ TEST(Elementary, PowStaysWithinTwoUlps) {
   for (const double y : {2.2, -1.7, 0.5, 30.0, -120.0, 1e-3, 1000.0, 1e7}) {
     const Real power = [=](double x) { return elementary::pow(x, y); };
     const Exact exact = [=](long double x) { return std::pow(x, static_cast<long double>(y)); };
-    expect_within("pow", 2.0, power, exact, log_uniform(-10, 10), 40000);
-    expect_within("pow near 1", 2.0, power, exact, uniform(0.99, 1.01), 40000);
-    expect_within("pow wide", 2.0, power, exact, log_uniform(-1074, 1023.9), 40000);
+    for (const Sampler& sample :
+         {log_uniform(-10, 10), uniform(0.99, 1.01), log_uniform(-1074, 1023.9)})
+      expect_within("pow", 2.0, power, exact, sample, 40000);
   }
   for (const double y : {0.0, -0.0, 0x1p-1074, 0.5, 1.0, 2.0, 3.0, 1e300, kInf, kNaN})
     for (const double x : {0.0, 0x1p-1074, 0.25, 0x1.fffffffffffffp-1, 1.0, 0x1.0000000000001p0,
@@ -165,17 +164,15 @@ TEST(Elementary, PowStaysWithinTwoUlps) {
 TEST(Elementary, QuickFormsKeepTheirBounds) {
   namespace formula = elementary::formula;
   std::mt19937_64 rng(1);
-  double worst_exp = 0.0, worst_exp10 = 0.0;
+  double worst = 0.0;
   for (int i = 0; i < 300000; ++i) {
     const auto x = static_cast<float>(uniform(-87, 88)(rng));
     const auto y = static_cast<float>(uniform(-37, 38)(rng));
-    const double exact = std::exp(static_cast<double>(x));
-    const double exact10 = std::pow(10.0, static_cast<double>(y));
-    worst_exp = std::max(worst_exp, std::fabs(formula::single_exp(x) / exact - 1.0));
-    worst_exp10 = std::max(worst_exp10, std::fabs(formula::single_exp10(y) / exact10 - 1.0));
+    worst = std::max(
+        {worst, std::fabs(formula::single_exp(x) / std::exp(static_cast<double>(x)) - 1.0),
+         std::fabs(formula::single_exp10(y) / std::pow(10.0, static_cast<double>(y)) - 1.0)});
   }
-  EXPECT_LE(worst_exp, 0x1p-22);
-  EXPECT_LE(worst_exp10, 0x1p-22);
+  EXPECT_LE(worst, 0x1p-22);
   EXPECT_EQ(formula::single_exp(0.0f), 1.0f);
   EXPECT_EQ(formula::single_exp10(-kInfF), formula::single_exp10(-37.0f));
   EXPECT_EQ(formula::single_exp(kInfF), formula::single_exp(88.0f));
@@ -191,18 +188,22 @@ struct FloatForm {
 };
 
 std::vector<FloatForm> float_forms() {
-  std::vector<FloatForm> forms = {
-      {"exp", [](float x) { return elementary::expf(x); },
-       [](const float* in, float* out, std::size_t n) { elementary::expf(in, out, n); }, expl},
-      {"log", [](float x) { return elementary::logf(x); },
-       [](const float* in, float* out, std::size_t n) { elementary::logf(in, out, n); }, logl},
-      {"log10", [](float x) { return elementary::log10f(x); },
-       [](const float* in, float* out, std::size_t n) { elementary::log10f(in, out, n); }, log10l},
-      {"tanh", [](float x) { return elementary::tanhf(x); },
-       [](const float* in, float* out, std::size_t n) { elementary::tanhf(in, out, n); }, tanhl},
-      {"exp2", [](float x) { return elementary::powf(2.0f, x); }, elementary::exp2f, exp2l},
-      {"exp10", [](float x) { return elementary::powf(10.0f, x); }, elementary::exp10f,
-       [](long double x) { return std::pow(10.0L, x); }}};
+  struct Named {  // plain pointers choose among overloads
+    const char* name;
+    float (*single)(float);
+    void (*array)(const float*, float*, std::size_t);
+    long double (*exact)(long double);
+  };
+  std::vector<FloatForm> forms;
+  for (const auto& [name, single, array, exact] :
+       {Named{"exp", elementary::expf, elementary::expf, expl},
+        Named{"log", elementary::logf, elementary::logf, logl},
+        Named{"log10", elementary::log10f, elementary::log10f, log10l},
+        Named{"tanh", elementary::tanhf, elementary::tanhf, tanhl},
+        Named{"exp2", [](float x) { return elementary::powf(2.0f, x); }, elementary::exp2f, exp2l},
+        Named{"exp10", [](float x) { return elementary::powf(10.0f, x); }, elementary::exp10f,
+              [](long double x) { return std::pow(10.0L, x); }}})
+    forms.push_back({name, single, array, exact});
   for (const float y : {2.2f, -1.7f, 1.0f / 2.4f, 0.0f, 1.0f, 1e-3f, 777.0f, kInfF, kNaNF})
     forms.push_back(
         {"pow " + std::to_string(y), [y](float x) { return elementary::powf(x, y); },
@@ -227,50 +228,37 @@ std::vector<float> float_samples() {
   return samples;
 }
 
-std::vector<std::uint32_t> bit_patterns(const std::vector<float>& values) {
-  std::vector<std::uint32_t> bits(values.size());
-  std::transform(values.begin(), values.end(), bits.begin(),
-                 [](float v) { return std::bit_cast<std::uint32_t>(v); });
-  return bits;
-}
-
-constexpr morva::vector::Isa kSets[] = {morva::vector::Isa::baseline, morva::vector::Isa::avx2,
-                                        morva::vector::Isa::avx512};
-
 }  // namespace
 
-TEST(Elementary, FloatFormsRoundOnce) {
-  const std::vector<float> samples = float_samples();
-  for (const FloatForm& form : float_forms()) {
-    double worst = 0.0;
-    float at = 0.0f;
-    for (const float x : samples) {
-      const double error = ulps(form.single(x), form.exact(static_cast<long double>(x)));
-      if (!(error <= worst)) worst = error, at = x;
-    }
-    EXPECT_LE(worst, 0.51) << form.name << ": " << worst << " ulp at " << std::hexfloat << at;
-  }
-}
-
-TEST(Elementary, ArraysOfEveryInstructionSetHaveTheBitsOfSingleForms) {
+TEST(Elementary, FloatFormsRoundOnceInArraysOfEveryInstructionSetToo) {
+  using morva::vector::Isa;
   const std::vector<float> samples = float_samples();
   for (const FloatForm& form : float_forms()) {
     std::vector<float> want(samples.size());
-    std::transform(samples.begin(), samples.end(), want.begin(), form.single);
-    for (const auto isa : kSets) {
+    double worst = 0.0;
+    float at = 0.0f;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+      want[i] = form.single(samples[i]);
+      const double error = ulps(want[i], form.exact(static_cast<long double>(samples[i])));
+      if (!(error <= worst)) worst = error, at = samples[i];
+    }
+    EXPECT_LE(worst, 0.51) << form.name << ": " << worst << " ulp at " << std::hexfloat << at;
+
+    for (const Isa isa : {Isa::baseline, Isa::avx2, Isa::avx512}) {
       morva::vector::use_isa(isa);
-      std::vector<float> got(samples.size());
+      const auto holds = [&](const std::vector<float>& got, std::size_t from, std::size_t n) {
+        return std::memcmp(got.data(), want.data() + from, n * sizeof(float)) == 0;
+      };
+      std::vector<float> got(samples.size()), in_place = samples;
       form.array(samples.data(), got.data(), got.size());
-      EXPECT_EQ(bit_patterns(got), bit_patterns(want)) << form.name << static_cast<int>(isa);
-      got = samples;
-      form.array(got.data(), got.data(), got.size());
-      EXPECT_EQ(bit_patterns(got), bit_patterns(want)) << form.name << " in place";
+      EXPECT_TRUE(holds(got, 0, got.size())) << form.name << static_cast<int>(isa);
+      form.array(in_place.data(), in_place.data(), in_place.size());
+      EXPECT_TRUE(holds(in_place, 0, in_place.size())) << form.name << " in place";
       for (const std::size_t n : {0, 1, 2, 3, 15, 16, 17, 31, 2047, 2049}) {
         std::vector<float> part(n + 1, 77.0f);
         form.array(samples.data() + 5, part.data(), n);
         EXPECT_EQ(part[n], 77.0f) << form.name << " wrote past " << n;
-        EXPECT_EQ(std::memcmp(part.data(), want.data() + 5, n * sizeof(float)), 0)
-            << form.name << " of " << n;
+        EXPECT_TRUE(holds(part, 5, n)) << form.name << " of " << n;
       }
     }
   }

@@ -7,8 +7,6 @@
 #include <vector>
 
 #include "image/generator_jump.h"
-#include "image/noise.h"
-#include "image/pairwise_sum.h"
 #include "image/vector/isa.h"
 
 namespace morva {
@@ -68,30 +66,25 @@ TEST(Random, FillsHaveTheBitsOfSingleDraws) {
   for (const auto isa : {vector::Isa::baseline, vector::Isa::avx2, vector::Isa::avx512}) {
     vector::use_isa(isa);
     const auto expect_fill = [&](std::size_t n, const auto& fill, const auto& draw) {
-      std::vector<float> got(n + 1, 77.0f), want(n + 1, 77.0f);
-      Rng single = rng_from_key({3, 2, 1});
-      Rng many = single;
+      std::vector<float> got(n + 1, 77.0f), want = got;
+      Rng single = rng_from_key({3, 2, 1}), many = single;
       for (std::size_t i = 0; i < n; ++i) want[i] = static_cast<float>(draw(single, i));
-      fill(many, got.data(), n);
+      fill(many, got.data());
       EXPECT_TRUE(same_bits(got, want)) << n << " on " << static_cast<int>(isa);
       EXPECT_TRUE(same_state(many, single)) << "draws taken for " << n;
     };
-    const auto copy = [](const std::vector<float>& from, float* to) {
-      std::copy(from.begin(), from.end(), to);
-    };
     for (const std::size_t n : {0, 1, 2, 3, 15, 16, 17, 255, 257, 2047, 2048, 2049, 6145, 70001}) {
       expect_fill(
-          n, [](Rng& rng, float* out, std::size_t count) { rng.fill_uniforms(out, count); },
+          n, [n](Rng& rng, float* out) { rng.fill_uniforms(out, n); },
           [](Rng& rng, std::size_t) { return rng.uniform(); });
       expect_fill(
-          n, [](Rng& rng, float* out, std::size_t count) { rng.fill_normals(out, count); },
+          n, [n](Rng& rng, float* out) { rng.fill_normals(out, n); },
           [](Rng& rng, std::size_t) { return rng.normal(); });
       expect_fill(
-          n,
-          [&](Rng&, float* out, std::size_t count) { copy(counter_uniforms(42, 7, count), out); },
+          n, [n](Rng&, float* out) { std::ranges::copy(counter_uniforms(42, 7, n), out); },
           [](Rng&, std::size_t i) { return counter_uniforms(42, 7 + i, 1)[0]; });
       expect_fill(
-          n, [&](Rng&, float* out, std::size_t count) { copy(counter_normals(42, 7, count), out); },
+          n, [n](Rng&, float* out) { std::ranges::copy(counter_normals(42, 7, n), out); },
           [](Rng&, std::size_t i) { return counter_normals(42, 7 + i, 1)[0]; });
     }
   }
@@ -122,39 +115,6 @@ TEST(Random, JumpsLandWhereSteppingWould) {
   for (const std::uint64_t part : {kFar - (std::uint64_t{3} << 38), std::uint64_t{3} << 38})
     parts.skip_normals(part / 2), parts.skip(part % 2);
   EXPECT_TRUE(same_state(once, parts));
-}
-
-TEST(Noise, BandsHaveTheNumbersOfTheirKeys) {
-  const Key key = {7};
-  // The first values of the bands -1 and 0.
-  EXPECT_FLOAT_EQ(band_noise(key, -256, -255, 2, false).data[1], -1.0901399850845337f);
-  EXPECT_FLOAT_EQ(band_noise(key, 0, 1, 2, false).data[0], -1.0406590700149536f);
-  // The counter form, at row 3 of band 1 and in the first row of band -1.
-  EXPECT_FLOAT_EQ(band_noise(key, 259, 260, 5, true).data[2], -0.566727340221405f);
-  EXPECT_FLOAT_EQ(band_noise(key, -256, -255, 2, true).data[1], 0.4343184232711792f);
-}
-
-TEST(Noise, RowUniformsBelongToTheStripsFirstRow) {
-  // Of the key {7, 940}.
-  EXPECT_EQ(row_uniforms({7}, 40, 2, false)[1], static_cast<float>(2706479519050363.0 * 0x1p-53));
-  EXPECT_EQ(row_uniforms({7}, 40, 3, true)[2], 13884503 * 0x1p-24f);
-  for (const bool counter : {false, true}) {
-    const std::vector<float> strip = row_uniforms({7}, 40, 1000, counter);
-    for (const auto& [start, n] : {std::pair{0, 7}, {377, 600}, {999, 1}}) {
-      std::vector<float> part(static_cast<std::size_t>(n));
-      fill_row_uniforms({7}, 40, static_cast<std::uint64_t>(start), part.size(), counter,
-                        part.data());
-      EXPECT_TRUE(same_bits(part, {strip.begin() + start, strip.begin() + start + n})) << start;
-    }
-  }
-}
-
-TEST(Noise, ABlurLeavesItsShareOfTheDeviation) {
-  const Image rough = gaussian_noise_image({5}, 0, 300, 400, 0.0, true);
-  EXPECT_NEAR(standard_deviation(rough.data.data(), rough.data.size()), 1.0, 0.01);
-  const Image smooth = gaussian_noise_image({5}, 0, 300, 400, 2.0, true);
-  // A Gaussian leaves white noise the deviation 1 / (2 sqrt(pi) sigma).
-  EXPECT_NEAR(standard_deviation(smooth.data.data(), smooth.data.size()), 0.141, 0.006);
 }
 
 }  // namespace

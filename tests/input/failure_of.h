@@ -1,5 +1,7 @@
-// What a call says when it fails.
+// What a call says when it fails, and the memory that it took.
 #pragma once
+
+#include <sys/resource.h>
 
 #include <exception>
 #include <functional>
@@ -15,6 +17,13 @@ inline std::string failure_of(const std::function<void()>& call) {
     return problem.what();
   }
   return {};
+}
+
+// The most that this process has held so far.
+inline long peak_kilobytes() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
 }
 
 }  // namespace morva::testing_files

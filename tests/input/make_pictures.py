@@ -50,7 +50,7 @@ def save(name, picture, kind, upright, tolerance=0, alpha=None, mode=None, **for
     write(name, None, upright, tolerance, alpha)
 
 
-def directory(tags, start, chains=0):
+def directory(tags, start):
     """A TIFF directory that stands at `start`, and behind it what does not fit into its entries."""
     entries, spill = struct.pack("<H", len(tags)), b""
     place = start + 2 + 12 * len(tags) + 4
@@ -62,33 +62,29 @@ def directory(tags, start, chains=0):
             offset, spill = place + len(spill), spill + packed + b"\0" * (len(packed) % 2)
             packed = struct.pack("<I", offset)
         entries += struct.pack("<HHI4s", tag, kind, count, packed.ljust(4, b"\0"))
-    return entries + struct.pack("<I", chains) + spill
+    return entries + struct.pack("<I", 0) + spill
 
 
-def tiff(tags, camera=None, data=b"", places=(273,), parts=None):
-    """A TIFF, DNG or EXIF block: first directory, the camera's own, and the data that `places` point to."""
-    tags = dict(tags)
-    parts = parts or [data]
-    if data or camera:
-        tags |= {34665: (LONG, [0])} if camera else {}
-        for tag in places if data else ():
-            tags[tag] = (LONG, [0] * len(parts))
-            tags[{273: 279, 324: 325}[tag]] = (LONG, [len(part) for part in parts])
-        camera_at = 8 + len(directory(tags, 8))
-        data_at = camera_at + (len(directory(camera, camera_at)) if camera else 0)
-        if camera:
-            tags[34665] = (LONG, [camera_at])
-        for tag in places if data else ():
-            tags[tag] = (LONG, [data_at + sum(map(len, parts[:i])) for i in range(len(parts))])
-    head = b"II*\0" + struct.pack("<I", 8) + directory(tags, 8)
-    return head + (directory(camera, len(head)) if camera else b"") + data
+def tiff(tags, camera=None, parts=(), place=273):
+    """A TIFF, DNG or EXIF block: first directory, the camera's own, and the data that tag `place` points to."""
+    def first(camera_at, data_at):
+        more = {34665: (LONG, [camera_at])} if camera else {}
+        if parts:
+            more[place] = (LONG, [data_at + sum(map(len, parts[:i])) for i in range(len(parts))])
+            more[{273: 279, 324: 325}[place]] = (LONG, list(map(len, parts)))
+        return directory(tags | more, 8)
+
+    camera_at = 8 + len(first(0, 0))
+    second = directory(camera, camera_at) if camera else b""
+    head = b"II*\0" + struct.pack("<I", 8) + first(camera_at, camera_at + len(second))
+    return head + second + b"".join(parts)
 
 
 def tiff_rgb(picture, depth=8, kind=1, **more):
     h, w, c = picture.shape
     tags = {256: (SHORT, [w]), 257: (SHORT, [h]), 258: (SHORT, [depth] * c), 259: (SHORT, [1]),
             262: (SHORT, [2 if c >= 3 else 1]), 277: (SHORT, [c]), 278: (SHORT, [h]), 339: (SHORT, [kind] * c)}
-    return tiff(tags | more.pop("tags", {}), data=picture.tobytes(), **more)
+    return tiff(tags | more.pop("tags", {}), parts=[picture.tobytes()], **more)
 
 
 def exif(orientation, camera=None, first=None):
@@ -145,8 +141,7 @@ def colour_forms():
     save("faint.png", np.dstack([rgb, faint]), "PNG", rgb, alpha=faint)
     deep = rgb.astype(int) * 257 + ramp[..., None] % 257 - 128
     codes = (deep + 128) // 257
-    opaque = np.full((16, 24), 65535)
-    rows = png_rows(np.dstack([deep, opaque]).astype(">u2"))
+    rows = png_rows(np.dstack([deep, np.full((16, 24), 65535)]).astype(">u2"))
     write("deep.png", png(24, 16, 16, 6, rows), codes)
     passes = [(0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4), (1, 0, 2, 2), (0, 1, 1, 2)]
     rows = b"".join(png_rows(rgb[y::dy, x::dx]) for x, y, dx, dy in passes)
@@ -168,25 +163,21 @@ def colour_forms():
     write("signed.tif", tiff_rgb(deep.astype("<i4"), 32, 2))
     save("grey-alpha.tif", np.dstack([grey, alpha]), "TIFF", grey, alpha=alpha, mode="LA")
     write("white-is-zero.tif", tiff_rgb(grey[..., None], tags={262: (SHORT, [0])}), 255 - grey.astype(int))
-    indexed = Image.fromarray(rgb).quantize(6)
-    indexed.save(OUT / "palette.tif")
+    Image.fromarray(rgb).quantize(6).save(OUT / "palette.tif")
     write("palette.tif", None, rgb)
     save("inks.tif", inks.astype(np.uint8), "TIFF", light, 1, mode="CMYK")
     save("jpeg.tif", rgb, "TIFF", rgb, 4, mode="RGB", compression="jpeg", quality=100)
     # 16 x 64, of which the first holds 16 x 16 of the picture and the second 8 x 16.
     tiles = [np.pad(part, ((0, 48), (0, 16 - part.shape[1]), (0, 0))) for part in (rgb[:, :16], rgb[:, 16:])]
-    parts = [tile.tobytes() for tile in tiles]
     tags = {256: (SHORT, [24]), 257: (SHORT, [16]), 258: (SHORT, [8] * 3), 259: (SHORT, [1]), 262: (SHORT, [2]),
             277: (SHORT, [3]), 322: (SHORT, [16]), 323: (SHORT, [64])}
-    write("tiles.tif", tiff(tags, data=b"".join(parts), places=(324,), parts=parts), rgb)
+    write("tiles.tif", tiff(tags, parts=[tile.tobytes() for tile in tiles], place=324), rgb)
 
     save("faint.webp", np.dstack([rgb, faint]), "WEBP", rgb, alpha=faint, lossless=True, exact=True)
     flat = np.full((16, 24, 3), 128, np.uint8)
     save("lossy-alpha.webp", np.dstack([flat, alpha]), "WEBP", flat, 3, alpha, quality=100)
-    frames = [Image.fromarray(rgb), Image.fromarray(flat)]
-    frames[0].save(OUT / "animation.webp", save_all=True, append_images=frames[1:], lossless=True,
-                   exif=exif(1))
-    write("animation.webp", None, rgb)
+    save("animation.webp", rgb, "WEBP", rgb, save_all=True, append_images=[Image.fromarray(flat)], lossless=True,
+         exif=exif(1))
 
 
 def claims_and_dates():
@@ -225,7 +216,7 @@ TO_REC709 = np.array([[3.2404542, -1.5371385, -0.4985314], [-0.9692660, 1.876010
 BLACK, WHITE = 512, 16383
 
 
-def dng(scene, orientation=1, **more):
+def dng(scene, orientation=1, more={}):
     """`scene`: linear light at the sensor, 1.0 where green saturates under daylight."""
     h, w = scene.shape[:2]
     counts = BLACK + scene * DAYLIGHT * (WHITE - BLACK)
@@ -239,7 +230,7 @@ def dng(scene, orientation=1, **more):
                    50721: (SIGNED_RATIO, [v for m in matrix for v in (int(m), 10000)]),
                    50728: (RATIO, [v for n in LAMP for v in (int(n * 1000), 1000)]), 50778: (SHORT, [21])}
     camera = CAMERA | {36868: (ASCII, TAKEN)}  # the library keeps whichever of the two dates comes last
-    return tiff(tags | more.get("tags", {}), camera, bayer.round().astype("<u2").tobytes())
+    return tiff(tags | more, camera, [bayer.round().astype("<u2").tobytes()])
 
 
 def hostile_raw():
@@ -258,22 +249,21 @@ def hostile_raw():
     tags = {256: (SHORT, [96]), 257: (SHORT, [64]), 258: (SHORT, [8] * 3), 259: (SHORT, [34892]),
             262: (SHORT, [34892]), 271: BODY[271], 277: (SHORT, [3]), 322: (SHORT, [96]), 323: (SHORT, [64]),
             50706: (1, [1, 4, 0, 0])}
-    write("short.dng", tiff(tags, data=coded.getvalue()[:-200], places=(324,)))
+    write("short.dng", tiff(tags, parts=[coded.getvalue()[:-200]], place=324))
     # A progressive JPEG of another size than the raw file says, and one of passes without end.
     jpeg = passes.getvalue()
     sides = jpeg.index(b"\xff\xc2") + 5
     huge = jpeg[:sides] + struct.pack(">2H", 20000, 20000) + jpeg[sides + 4:]
-    write("huge.dng", tiff(tags, data=huge, places=(324,)))
+    write("huge.dng", tiff(tags, parts=[huge], place=324))
     empty_scan = bytes.fromhex("ffda 0008 01 01 00 01 05 00")
-    write("scans.dng", tiff(tags, data=jpeg[:-2] + empty_scan * 300 + jpeg[-2:], places=(324,)))
+    write("scans.dng", tiff(tags, parts=[jpeg[:-2] + empty_scan * 300 + jpeg[-2:]], place=324))
 
 
 def camera_files():
     block = b"Exif\0\0" + exif(8, CAMERA, BODY)
     sideways = stored(patches(), 8)
-    save("info.jpg", sideways, "JPEG", None, exif=block)
-    save("info.png", sideways, "PNG", None, exif=block)
-    save("info.webp", sideways, "WEBP", None, lossless=True, exif=block)
+    for name, kind in (("info.jpg", "JPEG"), ("info.png", "PNG"), ("info.webp", "WEBP")):
+        save(name, sideways, kind, None, lossless=True, exif=block)
     write("info.tif", tiff_rgb(sideways, tags=BODY | {274: (SHORT, [8])}, camera=CAMERA))
     hostile_raw()
     scene = (patches(32) / 255.0) ** 2
@@ -283,7 +273,7 @@ def camera_files():
     write("lamp.dng", dng(np.full((64, 96, 3), 0.5) * LAMP / DAYLIGHT))
     write("large.dng", dng(np.full((800, 1200, 3), 0.25)))
     write("small.dng", dng(scene[:24, :24]))
-    write("giant.dng", dng(scene, tags={256: (LONG, [60000]), 257: (LONG, [60000])}))
+    write("giant.dng", dng(scene, more={256: (LONG, [60000]), 257: (LONG, [60000])}))
 
 
 def heif_files():

@@ -37,11 +37,9 @@ struct TemporaryFolder {
 
 inline const fs::path& pictures() {
   static const TemporaryFolder folder;
-  static const int status = [] {
-    const fs::path script = fs::path(__FILE__).parent_path() / "make_pictures.py";
-    const std::string command = "/usr/bin/python3 " + script.string() + " " + folder.path.string();
-    return std::system(command.c_str());
-  }();
+  static const fs::path script = fs::path(__FILE__).parent_path() / "make_pictures.py";
+  static const int status =
+      std::system(("/usr/bin/python3 " + script.string() + " " + folder.path.string()).c_str());
   if (status != 0) throw std::runtime_error("make_pictures.py failed");
   return folder.path;
 }
@@ -64,21 +62,16 @@ inline std::string written(const std::string& name, const Bytes& bytes) {
 
 // What a picture decodes to: RGBA codes, and how far a codec may be from them.
 struct Upright {
-  int w = 0;
-  int h = 0;
-  int tolerance = 0;
+  int w = 0, h = 0, tolerance = 0;
   Bytes rgba;
 };
 
 inline Upright upright_of(const std::string& name) {
   const Bytes file = bytes_of(pictures() / (name + ".upright"));
-  Upright upright;
-  std::uint16_t head[3] = {};
-  if (file.size() > sizeof head) {
-    std::memcpy(head, file.data(), sizeof head);
-    upright = {head[0], head[1], head[2], Bytes(file.begin() + sizeof head, file.end())};
-  }
-  return upright;
+  std::uint16_t head[3];
+  if (file.size() < sizeof head) throw std::runtime_error("no upright picture: " + name);
+  std::memcpy(head, file.data(), sizeof head);
+  return {head[0], head[1], head[2], Bytes(file.begin() + sizeof head, file.end())};
 }
 
 }  // namespace morva::testing_files

@@ -6,10 +6,10 @@
 #include <cmath>
 #include <limits>
 #include <new>
-#include <random>
 #include <string>
 
 #include "image/errors.h"
+#include "image/on_every_isa.h"
 #include "optics/aperture_response.h"
 #include "optics/lens_sampling.h"
 
@@ -18,19 +18,6 @@ namespace {
 
 Image through(const Image& picture, const Json& lens, const Json& opts = Json::object()) {
   return apply_lens(picture, lens, opts, RenderContext());
-}
-
-Image noise(std::int32_t h, std::int32_t w) {
-  std::mt19937 random(7);
-  std::normal_distribution<float> normal(0.4f, 0.5f);
-  Image picture(h, w, 3);
-  for (float& sample : picture.data) sample = normal(random);
-  return picture;
-}
-
-Image clamped(Image picture) {
-  for (float& sample : picture.data) sample = std::max(0.0f, sample);
-  return picture;
 }
 
 Image lamp(std::int32_t h, std::int32_t w, std::int32_t y, std::int32_t x, float level = 1000.0f) {
@@ -42,8 +29,7 @@ Image lamp(std::int32_t h, std::int32_t w, std::int32_t y, std::int32_t x, float
 // Light, centre and spread of a channel.
 struct Spot {
   double light = 0.0;
-  double y = 0.0, x = 0.0;
-  double sigma_y = 0.0, sigma_x = 0.0;
+  double y = 0.0, x = 0.0, sigma_y = 0.0, sigma_x = 0.0;
 };
 
 Spot spot_of(const Image& picture, std::int32_t k = 1) {
@@ -70,23 +56,24 @@ Spot spot_at(double rn, const Json& lens) {
 }
 
 TEST(Lens, WithoutStrengthsLeavesThePicture) {
-  const Image picture = noise(23, 31);
+  const Image picture = random_image(23, 31, 3);
+  Image clamped = picture;
+  for (float& sample : clamped.data) sample = std::max(0.0f, sample);
   const Json zeros = Json::parse(R"({"distortion": 0, "veil": 0, "bloom": 0, "glow": 0, "coma": 0,
       "astigmatism": 0, "ca": 0, "vignette": 0, "field_curvature": 0, "soften": 0, "cast": null,
       "chroma_soft": [0, 0, 0]})");
   for (const Json& lens : {Json::object(), zeros, Json(nullptr), Json{{"ca", -0.1}, {"veil", -1}}})
-    EXPECT_EQ(through(picture, lens).data, clamped(picture).data) << lens;
-  EXPECT_NE(through(picture, {{"optics", {{"vignette", 1.0}}}}).data, clamped(picture).data);
+    EXPECT_EQ(through(picture, lens).data, clamped.data) << lens;
+  EXPECT_NE(through(picture, {{"optics", {{"vignette", 1.0}}}}).data, clamped.data);
   Image spoiled = picture;
   spoiled.at(3, 3, 0) = std::numeric_limits<float>::quiet_NaN();
   EXPECT_EQ(through(spoiled, zeros).at(3, 3, 0), 0.0f);
 }
 
-TEST(Lens, StoppingDownFadesEachFaultAtItsOwnRate) {
-  const ApertureResponse two = aperture_response(Json::object(), 2.0);
-  EXPECT_NEAR(two.vignetting, 0.3 + 0.7 * std::exp(-2.0 / 1.4), 1e-12);
-  EXPECT_NEAR(two.spherical, std::exp2(-2.2), 1e-12);
-  EXPECT_NEAR(two.field, std::exp2(-1.1), 1e-12);
+TEST(Lens, StoppingDownLeavesARestOfTheVignettingAndLittleElse) {
+  const ApertureResponse left = aperture_response(Json::object(), 8.0);
+  EXPECT_NEAR(left.vignetting, 0.3, 0.01);
+  EXPECT_TRUE(left.spherical < left.field / 10.0 && left.field < 0.05);
 }
 
 TEST(Lens, GlowMovesLightAndMakesNone) {
@@ -127,9 +114,8 @@ TEST(Lens, FieldCurvatureGrowsTowardsTheCorner) {
   const auto sigma_at = [](double rn, double power) {
     const Spot spot = spot_at(rn, {{"field_curvature", 0.02}, {"field_power", power}});
     EXPECT_NEAR(spot.sigma_x, spot.sigma_y, 0.15 * spot.sigma_x) << rn;
-    return (spot.sigma_x + spot.sigma_y) / 2.0;
+    return (spot.sigma_x + spot.sigma_y) / 2.0;  // 12 px of 601 in the corner
   };
-  // 12 px of 601 in the corner.
   EXPECT_NEAR(sigma_at(0.75, 2.0), 12.0 * 0.5625, 1.0);
   EXPECT_NEAR(sigma_at(0.5, 2.0), 12.0 * 0.25, 0.6);
   EXPECT_NEAR(sigma_at(0.75, 4.0), 12.0 * 0.3164, 1.0);
@@ -202,11 +188,8 @@ TEST(Lens, SoftnessAndGlassActByChannel) {
 // strengths past a float's range.
 TEST(Lens, AbsurdStrengthsEndSoonInAPicture) {
   // All of them together overflow a float; what is no number comes out black.
-  const Json dazzling = {{"field_curvature", 0.02},
-                         {"defocus_bias", 1e308},
-                         {"veil", 1e308},
-                         {"bloom", 1e308},
-                         {"glow", 1e308}};
+  const Json dazzling = Json::parse(R"({"field_curvature": 0.02, "defocus_bias": 1e308,
+      "veil": 1e308, "bloom": 1e308, "glow": 1e308})");
   for (const float sample : through(lamp(60, 90, 20, 9, 1e9f), dazzling).data)
     ASSERT_GE(sample, 0.0f);
   EXPECT_THROW(through(Image(1, 100'000, 3, 0.5f), {{"coma", 1e-4}}), std::bad_alloc);
@@ -214,14 +197,13 @@ TEST(Lens, AbsurdStrengthsEndSoonInAPicture) {
 
 // Past 2^24 the float of a line's last index is the next one up.
 TEST(Lens, SamplingStaysWithinTheLongestLine) {
-  for (const std::int32_t n : {1, 2, 7, (1 << 24) + 2, (1 << 25) + 4, 2147483647}) {
+  for (const std::int32_t n : {1, 2, 7, (1 << 24) + 2, (1 << 25) + 4, 2147483647})
     for (const float position : {0.0f, 0.5f, static_cast<float>(n), 3e38f, -1.0f, std::nanf("")}) {
       const Between at = between(position, n);
       EXPECT_LT(at.upper, static_cast<std::size_t>(n)) << position;
       EXPECT_LE(at.upper - at.lower, 1u) << position;
       EXPECT_TRUE(at.upper_share >= 0.0 && at.upper_share < 1.0) << position;
     }
-  }
 }
 
 TEST(Lens, DamagedFilesGiveAnErrorOrAPicture) {
@@ -233,7 +215,7 @@ TEST(Lens, DamagedFilesGiveAnErrorOrAPicture) {
       "defocus_bias": 0.5, "ca": 0.01, "vignette": 0.5, "vignette_power": 2, "soften": 10,
       "soften_mix": 0.5, "chroma_soft": [9, 9, 9], "cast": [1, 1, 1],
       "aperture_response": {"sa_falloff": 1}})");
-  const Image picture = noise(30, 40);
+  const Image picture = random_image(30, 40, 3);
   const Json strange = Json::parse(R"([null, [1, 2], {"a": 1}, 1e300, -1e300, 1e5, "0.5"])");
   for (const auto& [key, value] : sound.items())
     for (const Json& other : strange) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <new>
 #include <numbers>
@@ -13,13 +14,6 @@
 
 namespace morva {
 namespace {
-
-double sum_of(const Image& image, std::int32_t k) {
-  double sum = 0.0;
-  for (std::size_t i = static_cast<std::size_t>(k); i < image.data.size(); i += 3)
-    sum += image.data[i];
-  return sum;
-}
 
 Image lamp(std::int32_t size, float level) {
   Image picture(size, size, 3, 0.05f);
@@ -39,7 +33,11 @@ double on_diagonal(const Image& image, int r) {
 TEST(StarFilter, MovesLightAndAddsNone) {
   const Image before = lamp(201, 20.8f);
   const Image after = apply_star_filter(before, Json::object(), 0.0);
-  for (int k = 0; k < 3; ++k) EXPECT_NEAR(sum_of(after, k), sum_of(before, k), 0.02) << k;
+  for (int k = 0; k < 3; ++k) {
+    double gained = 0.0;
+    for (std::size_t i = k; i < after.data.size(); i += 3) gained += after.data[i] - before.data[i];
+    EXPECT_NEAR(gained, 0.0, 0.02) << k;
+  }
   // 0.3 of the 20 above the threshold has left the lamp but for the centre of the figure.
   EXPECT_LT(after.at(100, 100, 1), 20.8f - 0.7f * 6.0f);
   EXPECT_GT(at_right(after, 10), 1e-3);
@@ -49,8 +47,7 @@ TEST(StarFilter, MovesLightAndAddsNone) {
 TEST(StarFilter, RaysStandAtTheirNumberAndAngle) {
   const Image picture = lamp(201, 50.0f);
   const Image eight = apply_star_filter(picture, {{"rays", 8}}, 0.0);
-  EXPECT_GT(at_right(eight, 10), 1e-3);
-  EXPECT_GT(on_diagonal(eight, 10), 1e-3);
+  EXPECT_GT(std::min(at_right(eight, 10), on_diagonal(eight, 10)), 1e-3);
   const Image turned = apply_star_filter(picture, {{"rays", 4}, {"angle", 15}}, 30.0);
   EXPECT_LT(at_right(turned, 10), 1e-6);
   EXPECT_GT(on_diagonal(turned, 10), 1e-3);
@@ -69,54 +66,42 @@ TEST(StarFilter, RedReachesFurtherThanBlue) {
 
 TEST(StarFilter, AbsurdProfilesFailCleanly) {
   const Image picture = lamp(21, 20.0f);
-  const auto run = [&](const Json& filter, double angle = 0.0) {
-    return apply_star_filter(picture, filter, angle);
-  };
+  const auto run = [&](const Json& filter) { return apply_star_filter(picture, filter, -1e17); };
   EXPECT_THROW(run({{"length_frac", 1e308}}), std::bad_alloc);
   EXPECT_EQ(run({{"rays", 1e18}}).data, run({{"rays", 200}}).data);
   for (const Json& filter :
        {Json{{"length_frac", -1e9}}, Json{{"width_frac", 1e300}}, Json{{"decay", -1.0}},
         Json{{"dispersion", -20.0}}, Json{{"angle", 1e300}},
         Json{{"strength", 1e300}, {"tint", {1e300, 1e-295, 1.0}}}})
-    for (const float sample : run(filter, -1e17).data) EXPECT_GE(sample, 0.0f) << filter;
+    for (const float sample : run(filter).data) EXPECT_GE(sample, 0.0f) << filter;
   EXPECT_EQ(apply_star_filter(Image(1, 1, 3, 9.0f), Json::object(), 0.0).data.size(), 3u);
 }
 
-// The figure's formula, entry by entry; the row `y` and column `x` run from -R to R.
-std::vector<double> plain_kernel(const StarShape& shape, int radius) {
-  std::vector<double> kernel;
-  for (int y = -radius; y <= radius; ++y)
-    for (int x = -radius; x <= radius; ++x) {
-      double light = 0.0;
-      for (int k = 0; k < shape.lines; ++k) {
-        const double a = (180.0 * k / shape.lines + shape.angle_deg) * std::numbers::pi / 180.0;
-        const double across = y * std::cos(a) - x * std::sin(a);
-        const double along = std::fabs(x * std::cos(a) + y * std::sin(a));
-        if (along <= static_cast<float>(shape.length_px))
-          light += std::exp(-across * across / (2.0 * shape.width_px * shape.width_px)) *
-                   std::exp(-along / (shape.length_px * shape.decay));
-      }
-      kernel.push_back(light);
-    }
-  const double sum = std::accumulate(kernel.begin(), kernel.end(), 0.0);
-  for (double& tap : kernel) tap /= sum;
-  return kernel;
-}
-
+// Against the figure's definition, entry by entry.
 TEST(StarKernel, IsTheGaussianAcrossAndTheExponentialAlong) {
   for (const StarShape& shape : {StarShape{12.3, 0.8, 1, 0.0, 0.3},
                                  {12.3, 0.6, 1, 17.0, 0.32},
                                  {11.6, 2.5, 3, 17.0, 0.5},
                                  {3.0, 3.0, 3, 0.0, 0.32}}) {
     const StarKernel kernel = star_kernel(shape);
-    std::vector<double> plain = plain_kernel(shape, kernel.radius);
-    const std::size_t side = kernel.rows.size();
-    for (std::size_t y = 0; y < side; ++y)
+    const int radius = kernel.radius, side = 2 * radius + 1;
+    std::vector<double> plain(static_cast<std::size_t>(side) * side), taps(plain.size());
+    for (int i = 0; i < side * side; ++i)
+      for (int k = 0; k < shape.lines; ++k) {
+        const int y = i / side - radius, x = i % side - radius;
+        const double a = (180.0 * k / shape.lines + shape.angle_deg) * std::numbers::pi / 180.0;
+        const double across = (y * std::cos(a) - x * std::sin(a)) / shape.width_px;
+        const double along = std::fabs(x * std::cos(a) + y * std::sin(a));
+        if (along <= static_cast<float>(shape.length_px))
+          plain[i] += std::exp(-across * across / 2.0 - along / (shape.length_px * shape.decay));
+      }
+    const double sum = std::accumulate(plain.begin(), plain.end(), 0.0);
+    for (int y = 0; y < side; ++y)
       for (const StarKernel::Run& run : kernel.rows[y])
         for (std::size_t i = 0; i < run.count; ++i)
-          plain[y * side + run.dx + kernel.radius + i] -= kernel.taps[run.first + i];
+          taps[y * side + run.dx + radius + i] += kernel.taps[run.first + i];
     for (std::size_t i = 0; i < plain.size(); ++i)
-      ASSERT_NEAR(plain[i], 0.0, 1e-14) << shape.lines << " lines, entry " << i;
+      ASSERT_NEAR(taps[i], plain[i] / sum, 1e-14) << shape.lines << " lines, entry " << i;
   }
 }
 

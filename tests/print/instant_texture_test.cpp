@@ -8,6 +8,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "image/pairwise_sum.h"
 #include "image/resample.h"
 #include "print/dot_screen.h"
 #include "print/peel_texture.h"
@@ -16,9 +17,7 @@ namespace morva {
 namespace {
 
 double mean(const Image& image) {
-  double sum = 0.0;
-  for (const float v : image.data) sum += v;
-  return sum / static_cast<double>(image.data.size());
+  return mean_and_deviation(image.data.data(), image.data.size()).mean;
 }
 
 TEST(InstantTexture, StreaksOfATallPictureLeaveItsMean) {
@@ -36,9 +35,8 @@ double correlation(const Image& a, const Image& b) {
   const double ma = mean(a), mb = mean(b);
   double ab = 0, aa = 0, bb = 0;
   for (std::size_t i = 0; i < a.data.size(); ++i) {
-    ab += (a.data[i] - ma) * (b.data[i] - mb);
-    aa += (a.data[i] - ma) * (a.data[i] - ma);
-    bb += (b.data[i] - mb) * (b.data[i] - mb);
+    const double da = a.data[i] - ma, db = b.data[i] - mb;
+    ab += da * db, aa += da * da, bb += db * db;
   }
   return ab / std::sqrt(aa * bb);
 }

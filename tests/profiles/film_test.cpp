@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "input/failure_of.h"
 #include "profiles/hd_curve.h"
@@ -12,10 +14,11 @@
 namespace morva {
 namespace {
 
-Json silver() {
-  return Json::parse(R"({"type": "bw",
-    "negative": {"dmin": 0.1, "dmax": 2.1, "gamma": 0.6, "mid_density": 0.9},
-    "grain": {"amount": 0.05, "size_um": 10}})");
+Json silver(const char* type = "bw") {
+  Json film = Json::parse(R"({"negative": {"dmin": 0.1, "dmax": 2.1, "gamma": 0.6,
+      "mid_density": 0.9}, "grain": {"amount": 0.05, "size_um": 10}})");
+  film["type"] = type;
+  return film;
 }
 
 Json layers_of(const char* type) {
@@ -32,8 +35,12 @@ Json resolve(const Json& film, double push = 0.0, const char* dev = "standard", 
   return resolve_film(film, push, dev, dev_c, mottle, c41_c);
 }
 
+double number_at(const Json& film, const char* path) {
+  return film.at(Json::json_pointer(path)).get<double>();
+}
+
 TEST(HdCurve, PassesItsAnchorWithItsSlope) {
-  for (const double toe : {0.7, 1.0, 1.5, 2.4}) {
+  for (const double toe : {0.7, 1.0, 1.5, 2.4})
     for (const double gamma : {0.5, 1.8, 3.0}) {
       const HdCurve curve = make_curve(0.1, 2.3, gamma, toe, kGreyDensity);
       EXPECT_NEAR(0.1 + kGreyDensity, curve.density(0.0), 1e-12);
@@ -42,7 +49,6 @@ TEST(HdCurve, PassesItsAnchorWithItsSlope) {
       EXPECT_NEAR(0.1, curve.density(-1e9), 1e-6);
       EXPECT_NEAR(2.3, curve.density(1e9), 1e-6);
     }
-  }
   // An anchor beyond the range is clamped into it.
   EXPECT_NEAR(0.999, make_curve(0.0, 1.0, 0.6, 1.5, 5.0).density(0.0), 1e-9);
   EXPECT_NEAR(0.18, std::pow(10.0, -kGreyDensity), 1e-15);
@@ -55,33 +61,28 @@ TEST(HdCurve, FloatFormFollowsTheDoubleForm) {
   std::vector<float> density(x.size());
   curve.density(x.data(), density.data(), x.size());
   double largest = 0.0;
-  for (std::size_t i = 0; i < x.size(); ++i) {
+  for (std::size_t i = 0; i < x.size(); ++i)
     largest = std::max(largest, std::fabs(density[i] - curve.density(x[i])));
-    if (i > 0) {
-      EXPECT_GE(density[i], density[i - 1]);
-    }
-  }
   EXPECT_LT(largest, 3e-6);
+  EXPECT_TRUE(std::ranges::is_sorted(density));
 }
 
 TEST(ResolveFilm, PushSteepensFogsAndCoarsens) {
   const Json film = resolve(silver(), 2.0);
-  EXPECT_NEAR(0.6 * 1.26, film["negative"]["gamma"].get<double>(), 1e-12);
-  EXPECT_NEAR(0.17, film["negative"]["dmin"].get<double>(), 1e-12);
-  EXPECT_NEAR(0.1 + 2.0 * 1.12 + 0.07, film["negative"]["dmax"].get<double>(), 1e-12);
-  EXPECT_NEAR(0.9 * 1.26, film["negative"]["mid_density"].get<double>(), 1e-12);
-  EXPECT_NEAR(0.05 * 1.44, film["grain"]["amount"].get<double>(), 1e-12);
+  EXPECT_NEAR(0.6 * 1.26, number_at(film, "/negative/gamma"), 1e-12);
+  EXPECT_NEAR(0.17, number_at(film, "/negative/dmin"), 1e-12);
+  EXPECT_NEAR(2.41, number_at(film, "/negative/dmax"), 1e-12);
+  EXPECT_NEAR(0.9 * 1.26, number_at(film, "/negative/mid_density"), 1e-12);
+  EXPECT_NEAR(0.05 * 1.44, number_at(film, "/grain/amount"), 1e-12);
   EXPECT_EQ(silver()["negative"], resolve(silver())["negative"]);
-  const Json pulled = resolve(silver(), -8.0);
-  EXPECT_NEAR(0.6 * 0.3, pulled["negative"]["gamma"].get<double>(), 1e-12);
-  EXPECT_NEAR(0.1, pulled["negative"]["dmin"].get<double>(), 1e-12);
+  EXPECT_NEAR(0.6 * 0.3, number_at(resolve(silver(), -8.0), "/negative/gamma"), 1e-12);
+  EXPECT_NEAR(0.1, number_at(resolve(silver(), -8.0), "/negative/dmin"), 1e-12);
   // The anchor stops short of the shoulder.
   Json dense = silver();
   dense["negative"]["mid_density"] = 1.9;
-  const Json pushed = resolve(dense, 3.0);
-  const Json& negative = pushed["negative"];
-  EXPECT_NEAR(0.92 * (negative["dmax"].get<double>() - negative["dmin"].get<double>()),
-              negative["mid_density"].get<double>(), 1e-12);
+  dense = resolve(dense, 3.0);
+  EXPECT_NEAR(0.92 * (number_at(dense, "/negative/dmax") - number_at(dense, "/negative/dmin")),
+              number_at(dense, "/negative/mid_density"), 1e-12);
 }
 
 TEST(ResolveFilm, PushOfASlideIsExposureAndPresetsReachTheStages) {
@@ -92,19 +93,14 @@ TEST(ResolveFilm, PushOfASlideIsExposureAndPresetsReachTheStages) {
   EXPECT_EQ(0.0, color["_exposure_shift"]);
   EXPECT_EQ(0.38, color["_retained_silver"]);
   EXPECT_EQ(0.30, resolve(silver(), 0.0, "stand")["_adjacency"]);
-}
-
-TEST(ResolveFilm, PyroStainsTheSilverOfAPlate) {
-  Json plate = silver();
-  plate["type"] = "collodion";
-  EXPECT_EQ(Json::parse("[0.90, 0.84, 0.74]"), resolve(plate, 0.0, "pyro")["_silver_tint"]);
-  EXPECT_FALSE(has(resolve(plate), "_silver_tint"));
+  EXPECT_EQ(Json::parse("[0.90, 0.84, 0.74]"),
+            resolve(silver("collodion"), 0.0, "pyro")["_silver_tint"]);
+  EXPECT_FALSE(has(resolve(silver("collodion")), "_silver_tint"));
 }
 
 TEST(ResolveFilm, HandBathFollowsItsTemperature) {
   const auto gamma_b = [](double c41_c) {
-    return resolve(layers_of("color"), 0.0, "hand", 21.0, 1.0, c41_c)["layers"]["b"]["gamma"]
-        .get<double>();
+    return number_at(resolve(layers_of("color"), 0.0, "hand", 21.0, 1.0, c41_c), "/layers/b/gamma");
   };
   EXPECT_NEAR(0.6 * 0.93, gamma_b(30.0), 1e-12);
   EXPECT_NEAR(0.6, gamma_b(40.0), 1e-12);
@@ -114,16 +110,14 @@ TEST(ResolveFilm, HandBathFollowsItsTemperature) {
 TEST(ResolveFilm, InstantPackFollowsTheWeather) {
   Json film = layers_of("instant");
   film["texture"] = Json::parse(R"({"mottle_amp": 1.0})");
-  const Json mild = resolve(film, 3.0, "x");
-  EXPECT_FALSE(mild.contains("_temp_rough"));
-  EXPECT_EQ(0.6, mild["layers"]["r"]["gamma"]);
+  EXPECT_EQ(film["layers"], resolve(film, 3.0, "x")["layers"]) << "no push, and mild";
   film["tone_mottle"] = 5;  // wrong, and true
   const Json cold = resolve(film, 0.0, "standard", 4.0, 2.0);
   EXPECT_EQ(Json::parse(R"({"amp": 0.0})"), cold["tone_mottle"]);
-  EXPECT_NEAR(0.2 + 2.0 * (1.0 - 0.17), cold["layers"]["r"]["dmax"].get<double>(), 1e-12);
-  EXPECT_NEAR(0.6 + 2.0 * (1.0 - 0.34), cold["layers"]["b"]["dmax"].get<double>(), 1e-12);
-  EXPECT_NEAR(1.9, cold["_temp_rough"].get<double>(), 1e-12);
-  EXPECT_NEAR(3.8, cold["texture"]["mottle_amp"].get<double>(), 1e-12);
+  EXPECT_NEAR(1.86, number_at(cold, "/layers/r/dmax"), 1e-12);
+  EXPECT_NEAR(1.92, number_at(cold, "/layers/b/dmax"), 1e-12);
+  EXPECT_NEAR(1.9, number_at(cold, "/_temp_rough"), 1e-12);
+  EXPECT_NEAR(3.8, number_at(cold, "/texture/mottle_amp"), 1e-12);
 }
 
 TEST(ResolveFilm, FailuresNameWhatIsWrong) {
@@ -132,9 +126,8 @@ TEST(ResolveFilm, FailuresNameWhatIsWrong) {
   };
   EXPECT_EQ("«x» — не вариант проявки. Доступно: standard, acutance, fine, stand",
             text_of(silver(), "x"));
-  Json plate = silver();
-  plate["type"] = "collodion";
-  EXPECT_EQ("«x» — не вариант проявки коллодия. Доступно: iron, pyro", text_of(plate, "x"));
+  EXPECT_EQ("«x» — не вариант проявки коллодия. Доступно: iron, pyro",
+            text_of(silver("collodion"), "x"));
   Json film = layers_of("color");
   film["layers"]["g"].erase("dmax");
   EXPECT_EQ("layer: нет ключа «dmax»", text_of(film, "standard"));

@@ -1,17 +1,78 @@
-// The press: what lands of an even tone, whose plates move and whose do not, what is drawn, and
-// numbers that no press has.
+// The press and its screens: what lands of an even tone, a screen against its definition, whose
+// plates move, what is drawn, and numbers that no press has.
 
 #include "repro/offset.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
+#include <numbers>
+#include <numeric>
 #include <utility>
+#include <vector>
 
+#include "repro/halftone_screen.h"
 #include "repro/inks.h"
 
 namespace morva {
 namespace {
+
+double plain_threshold(int y, int x, const HalftoneScreen& s) {
+  const long double turn = 2.0L * std::numbers::pi_v<long double>;
+  const long double a = s.angle_deg * (turn / 360.0L);
+  const long double along = (x * std::cos(a) + y * std::sin(a)) / s.period_px + s.along;
+  const long double across = (y * std::cos(a) - x * std::sin(a)) / s.period_px + s.across;
+  const auto spot = static_cast<double>(std::cos(turn * along) + std::cos(turn * across));
+  const double t = std::clamp((spot + 2.0) * 1024.0, 0.0, 4095.999);
+  const auto i = static_cast<std::size_t>(t);
+  const double here = spot_shares()[i].share;
+  const double next = spot_shares()[std::min<std::size_t>(i + 1, 4095)].share;
+  return 1.0 - (here + (next - here) * (t - static_cast<double>(i)));
+}
+
+// A value that equals its pixel's threshold is half covered, and the edge is 0.6 px wide: what the
+// phase is off by shows tenfold. At the far corner of a long raster as well.
+TEST(HalftoneScreen, FollowsItsFormulaToTheFarCornerOfALongRaster) {
+  for (const double angle : {0.0, 15.0, 75.0})
+    for (const int y : {0, 29990}) {
+      const HalftoneScreen screen = {6.37, angle, 0.31, 0.94};
+      std::vector<float> plate(30001);
+      for (int x = 0; x < 30001; ++x) plate[x] = static_cast<float>(plain_threshold(y, x, screen));
+      screen_rows(plate.data(), y, 1, 30001, screen);
+      for (const float v : plate) ASSERT_NEAR(0.5f, v, 2e-6f) << angle << " " << y;
+    }
+}
+
+TEST(HalftoneScreen, AnEvenToneCoversItsShare) {
+  constexpr int side = 400;
+  for (const float value : {0.15f, 0.3f, 0.5f, 0.7f, 0.85f})
+    for (const double angle : {0.0, 15.0, 45.0, 75.0})
+      for (const double period : {3.07, 3.9, 6.37, 8.91, 19.93}) {
+        std::vector<float> plate(side * side, value);
+        screen_rows(plate.data(), 0, side, side, {period, angle, 0.2, 0.7});
+        const double sum = std::accumulate(plate.begin(), plate.end(), 0.0);
+        EXPECT_NEAR(value, sum / (side * side), value == 0.5f ? 0.002 : 0.01)
+            << angle << " " << period;
+      }
+}
+
+TEST(HalftoneScreen, IsTheSameWhereverItIsCutAndGivesCoverageWhateverItsNumbers) {
+  constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+  for (const double period : {4.3, 0.0, -5.0, 1e-300, 1e30, static_cast<double>(nan)})
+    for (const int w : {1, 63, 64, 65, 131}) {
+      const HalftoneScreen screen = {period, 75.0, 0.1, 0.6};
+      const float values[] = {0.0f, 0.3f, 0.5f, 0.8f, 1.0f, nan, 1e30f, -1e30f, 0.1f};
+      std::vector<float> whole;
+      for (int i = 0; i < 3 * w; ++i) whole.push_back(values[i % 9]);
+      std::vector<float> cut = whole;
+      screen_rows(whole.data(), 1'000'000'000, 3, w, screen);
+      for (int y = 0; y < 3; ++y) screen_rows(&cut[y * w], 1'000'000'000 + y, 1, w, screen);
+      EXPECT_EQ(whole, cut) << w;
+      for (const float v : whole) ASSERT_TRUE(v >= 0.0f && v <= 1.0f) << period << " " << v;
+    }
+}
 
 Json press_of(const char* keys) {
   return {{"repro", "offset"}, {"offset", Json::parse(keys)}};
@@ -33,14 +94,12 @@ TEST(Offset, AnEvenGreyKeepsItsLightUnderTheScreen) {
   for (const auto& [channels, tolerance] : {std::pair{1, 0.004}, {3, 0.02}})
     for (const float grey : {0.2f, 0.5f, 0.8f}) {
       const Image print = run_off(Image(400, 400, channels, grey), paper, 25400.0 / 150.0 / 6.37);
-      double sum = 0.0;
-      for (const float v : print.data) sum += v;
+      const double sum = std::accumulate(print.data.begin(), print.data.end(), 0.0);
       EXPECT_NEAR(grey * sheet, sum / static_cast<double>(print.data.size()), tolerance) << grey;
     }
   // 1200 lines lie far below a pixel: the tone stays even.
-  const Image even =
-      run_off(Image(5, 7, 1, 0.3f), press_of(R"({"lpi": 1200, "misregister_mm": 0})"), 60.0);
-  for (const float v : even.data) EXPECT_NEAR(0.3f * sheet, v, 1e-3);
+  for (const float v : run_off(Image(5, 7, 1, 0.3f), press_of(R"({"lpi": 1200})"), 60.0).data)
+    EXPECT_NEAR(0.3f * sheet, v, 1e-3);
 }
 
 // The cyan plate is the first to be drawn; red light sees little but its ink.
@@ -66,9 +125,8 @@ TEST(Offset, DrawsWhatItsPlatesNeed) {
   const auto draws = [](int channels, const char* keys) {
     Rng rng = rng_from_key({11}), counted = rng;
     run_off(Image(8, 8, channels, 0.5f), press_of(keys), 25.0, &rng);
-    const std::uint64_t next = rng.next();
     int n = 0;
-    while (counted.next() != next && n < 1000) ++n;
+    for (const std::uint64_t next = rng.next(); counted.next() != next && n < 1000;) ++n;
     return n;
   };
   EXPECT_EQ(4 * 2 + 3 * 4, draws(3, R"({"misregister_mm": 0.05})"));

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
-#include <string>
 
 namespace morva {
 namespace {
@@ -21,45 +21,21 @@ RasterScale scale_of_screen(double period_px, int side = 1000, const Json& optio
   return plan_raster_scale(offset_paper(254.0), options, side, side, 100.0 / period_px);
 }
 
-TEST(RasterPlan, PeriodsAreThoseOfTheSheet) {
-  const auto period = [](const char* paper) {
-    return plan_raster(Json::parse(paper), kNone, 50.0).period_um;
-  };
-  EXPECT_DOUBLE_EQ(period(R"({"repro": "offset"})"), 25400.0 / 150.0);
-  EXPECT_DOUBLE_EQ(period(R"({"repro": "inkjet"})"), 75.0);
-  EXPECT_DOUBLE_EQ(period(R"({"repro": "inkjet", "inkjet": {"drop_um": 20}})"), 50.0);
-  EXPECT_DOUBLE_EQ(period(R"({"repro": "crt"})"), 720.0);
-  EXPECT_DOUBLE_EQ(period(R"({"repro": "crt", "crt": {"mask": "mask", "pitch_mm": 0.3}})"), 300.0);
-  EXPECT_EQ(period(R"({"repro": "crt", "crt": {"mask": "none"}})"), 0.0);
-  EXPECT_EQ(period(R"({"repro": "plotter"})"), 0.0);
-  EXPECT_EQ(period("{}"), 0.0);
-}
-
 TEST(RasterPlan, AScreenIsEnlargedUntilItsDotsAreClean) {
-  struct Case {
-    double period_px, up;
-    int over;
-    double drawn_px;
-  };
-  // Out of reach; just within it, where rounding must not decide; enlarged once; twice; not at all.
-  for (const Case& c : {Case{1.49, 1.0, 1, 1.49},
-                        {1.5, 2.0, 2, 6.0},
-                        {1.7, 2.0, 2, 6.8},
-                        {3.0, 2.0, 1, 6.0},
-                        {4.0, 1.5, 1, 6.0},
-                        {6.0, 1.0, 1, 6.0},
-                        {20.0, 1.0, 1, 20.0}}) {
-    const RasterScale scale = scale_of_screen(c.period_px);
-    EXPECT_NEAR(scale.up, c.up, 1e-12) << c.period_px;
-    EXPECT_EQ(scale.over, c.over) << c.period_px;
-    const RasterPlan drawn = enlarged_plan(scale, 100.0 / c.period_px);
-    EXPECT_NEAR(drawn.period_px, c.drawn_px, 1e-9);
-    EXPECT_EQ(drawn.resolved, c.drawn_px > 2.9);
+  // Out of reach; just within it, where rounding must not decide; enlarged twice, once; not at all.
+  const std::array<double, 3> cases[] = {{1.49, 1.0, 1}, {1.5, 2.0, 2}, {1.7, 2.0, 2},
+                                         {3.0, 2.0, 1},  {4.0, 1.5, 1}, {6.0, 1.0, 1},
+                                         {20.0, 1.0, 1}};
+  for (const auto& [period_px, up, over] : cases) {
+    const RasterScale scale = scale_of_screen(period_px);
+    EXPECT_NEAR(scale.up, up, 1e-12) << period_px;
+    EXPECT_EQ(scale.over, over) << period_px;
+    const RasterPlan drawn = enlarged_plan(scale, 100.0 / period_px);
+    EXPECT_NEAR(drawn.period_px, period_px * up * over, 1e-9);
+    EXPECT_EQ(drawn.resolved, period_px > 1.49);
   }
-  const Json off = {{"repro_raster", "off"}}, other = {{"repro_raster", "fine"}};
-  EXPECT_EQ(scale_of_screen(1.7, 1000, off).up, 1.0);
-  EXPECT_EQ(scale_of_screen(1.7, 1000, off).over, 1);
-  EXPECT_EQ(scale_of_screen(1.7, 1000, other).up, 2.0);
+  const RasterScale off = scale_of_screen(1.7, 1000, {{"repro_raster", "off"}});
+  EXPECT_TRUE(off.up == 1.0 && off.over == 1);
   EXPECT_NEAR(scale_of_screen(1.7, 9000).up, 16000.0 / 9000.0, 1e-12);
   for (const int side : {12000, 16000, 32000}) EXPECT_EQ(scale_of_screen(1.7, side).up, 1.0);
 }
@@ -86,22 +62,17 @@ TEST(RasterPlan, RoundingDoesNotDecide) {
 }
 
 TEST(RasterPlan, ARasterThatIsHeldWholeFitsTheMemory) {
-  struct Case {
-    int h, w;
-    double up;
-    int over;
-    double held_up;
-    int held_over;
-  };
-  for (const Case& c : {Case{4096, 2048, 2.0, 2, 2.0, 2}, Case{4097, 2048, 2.0, 2, 2.0, 1},
-                        Case{8192, 8192, 2.0, 2, std::sqrt(2.0), 1},
-                        Case{16000, 16000, 1.0, 2, 1.0, 1}, Case{30000, 30000, 1.0, 1, 1.0, 1}}) {
-    RasterScale scale;
-    scale.up = c.up;
-    scale.over = c.over;
-    const RasterScale held = scale_held_whole(scale, c.h, c.w);
-    EXPECT_NEAR(held.up, c.held_up, 1e-12) << c.h;
-    EXPECT_EQ(held.over, c.held_over) << c.h;
+  // Height, width, up and over as wanted and as held.
+  const std::array<double, 6> cases[] = {{4096, 2048, 2.0, 2, 2.0, 2},
+                                         {4097, 2048, 2.0, 2, 2.0, 1},
+                                         {8192, 8192, 2.0, 2, std::sqrt(2.0), 1},
+                                         {16000, 16000, 1.0, 2, 1.0, 1},
+                                         {30000, 30000, 1.0, 1, 1.0, 1}};
+  for (const auto& [h, w, up, over, held_up, held_over] : cases) {
+    const RasterScale wanted = {{}, up, static_cast<int>(over)};
+    const RasterScale held = scale_held_whole(wanted, static_cast<int>(h), static_cast<int>(w));
+    EXPECT_NEAR(held.up, held_up, 1e-12) << h;
+    EXPECT_EQ(held.over, held_over) << h;
   }
 }
 

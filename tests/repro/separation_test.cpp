@@ -10,7 +10,6 @@
 #include <cmath>
 #include <limits>
 #include <random>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -96,14 +95,7 @@ TEST(Separation, ColoursWithinAnInkSetsReachComeBack) {
     }
 }
 
-TEST(Separation, BlackTakesOverGreyAndPrintsItAlone) {
-  const std::vector<float> grey(3, 0.2f);
-  const auto black = [&](double gcr) {
-    return plates_of(grey, plan_of("offset_coated", {}, gcr))[kBlack][0];
-  };
-  EXPECT_EQ(0.0f, black(0.0));
-  EXPECT_NEAR(0.5f, black(0.4) / black(0.8), 1e-6f);
-  EXPECT_GT(black(0.8), 0.4f);
+TEST(Separation, BlackAlonePrintsAGrey) {
   SeparationPlan plan = plan_of("offset_coated", kOffsetGain, 0.75);
   Plates plates = blank_plates(5);
   const std::vector<float> gray = {1.0f, 0.5f, 0.1f, 0.03f, NAN};
@@ -143,13 +135,9 @@ TEST(DotGain, APlateValueLandsAsWhatWasAskedFor) {
         worst = std::max(worst, std::fabs(v[i] - asked[i]));
       EXPECT_LT(worst, 1e-6f) << gain << " " << compensation;
     }
-  std::vector<float> half = {0.5f};
-  press(half.data(), 1, {0.2, 0.0});
-  EXPECT_FLOAT_EQ(0.7f, half[0]);  // by its definition
-  std::vector<float> ends = {0.0f, 1.0f};
-  plate_values(ends.data(), 2, {0.4, 1.0});
-  EXPECT_GT(ends[0], 0.1f);
-  EXPECT_LT(ends[1], 0.9f);
+  float half = 0.5f;
+  press(&half, 1, {0.2, 0.0});
+  EXPECT_FLOAT_EQ(0.7f, half);  // by its definition
 }
 
 TEST(Separation, WhatIsNoNumberLeavesSoundPlates) {
@@ -169,16 +157,6 @@ TEST(Separation, WhatIsNoNumberLeavesSoundPlates) {
         for (float v : printed(p, plan.inks)) EXPECT_TRUE(v >= 0.0f && v <= 1.0f);
       }
     }
-}
-
-TEST(Inks, UnknownNamesFailAsTheTableDoes) {
-  EXPECT_THROW(printing_paper("Coated"), std::out_of_range);
-  try {
-    ink_set("");
-    ADD_FAILURE();
-  } catch (const std::out_of_range& e) {
-    EXPECT_STREQ("invalid map<K, T> key", e.what());
-  }
 }
 
 // One pixel, as plainly as it can be said.
