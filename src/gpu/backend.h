@@ -2,6 +2,7 @@
 // this folder is known outside it.
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -40,9 +41,16 @@ class GpuBackend {
   virtual std::string description() const = 0;
 };
 
-// The device stopped answering in the middle of a render; the text is the reason's name.
+// The device stopped answering in the middle of a render, or has no memory left for it.
 struct GpuLost : std::runtime_error {
-  using std::runtime_error::runtime_error;
+  GpuLost(const std::string& text, std::uint32_t why, std::uint32_t code)
+      : std::runtime_error(text), reason(why), hresult(code) {}
+
+  std::uint32_t reason;   // 1 hung, 2 reset, 3 removed, 4 driver error, 5 out of memory
+  std::uint32_t hresult;  // of the call that failed
+  // Of an allocation that failed twice, else 0.
+  std::uint64_t requested_bytes = 0;
+  std::uint64_t available_bytes = 0;
 };
 
 // Whether the device was rebuilt after `lost` and the render may run again. Without a backend there

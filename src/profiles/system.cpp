@@ -35,6 +35,15 @@ std::optional<std::filesystem::path> environment_path(const char* name) {
   return std::filesystem::path(value);
 }
 
+std::optional<std::string> environment_text(const char* name) {
+  const std::wstring wide_name = path_from_utf8(name).wstring();
+  const DWORD size = GetEnvironmentVariableW(wide_name.c_str(), nullptr, 0);
+  if (size == 0) return std::nullopt;
+  std::wstring value(size, L'\0');
+  value.resize(GetEnvironmentVariableW(wide_name.c_str(), value.data(), size));
+  return utf8_from_path(value);
+}
+
 std::filesystem::path library_file() {
   HMODULE module = nullptr;
   const DWORD flags =
@@ -53,6 +62,12 @@ std::optional<std::filesystem::path> environment_path(const char* name) {
   const char* value = std::getenv(name);
   if (value == nullptr || *value == '\0') return std::nullopt;
   return std::filesystem::path(value);
+}
+
+std::optional<std::string> environment_text(const char* name) {
+  const char* value = std::getenv(name);
+  if (value == nullptr) return std::nullopt;
+  return std::string(value);
 }
 
 std::filesystem::path library_file() {

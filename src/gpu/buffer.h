@@ -1,0 +1,39 @@
+// Data on the GPU: plain buffers of floats, and pictures in them.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "gpu/platform/recording.h"
+
+namespace morva::gpu {
+
+// One allocation. Users hold it by a shared_ptr from Device::alloc(), which gives it back to the
+// device's pool; it must not outlive that device. Any thread may drop it.
+struct Buffer {
+  std::unique_ptr<platform::Resource> resource;
+  std::uint64_t count = 0;                          // capacity in floats
+  platform::State state = platform::State::common;  // as last recorded in the open list
+  std::uint64_t gpu_address = 0;
+};
+
+// A picture laid out as Image is: rows of interleaved pixels. The buffer may be larger.
+struct GImage {
+  std::shared_ptr<Buffer> buffer;
+  std::int32_t height = 0;
+  std::int32_t width = 0;
+  std::int32_t channels = 0;
+};
+
+// In bytes, but for the last. Budget and usage are 0 where the platform does not tell.
+struct PoolStats {
+  std::uint64_t local_budget = 0;
+  std::uint64_t local_usage = 0;
+  std::uint64_t shared_budget = 0;
+  std::uint64_t shared_usage = 0;
+  std::uint64_t pool_free_bytes = 0;
+  std::uint64_t pool_total_bytes = 0;
+  std::uint64_t pending_dispatches = 0;  // recorded into the open list
+};
+
+}  // namespace morva::gpu

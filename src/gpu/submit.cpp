@@ -1,0 +1,53 @@
+// The end of a list: run and waited for, or dropped.
+
+#include "gpu/device_state.h"
+#include "gpu/gpu_error.h"
+
+namespace morva::gpu {
+
+namespace {
+
+void run_and_wait(DeviceState& state) {
+  const std::int64_t begin_ns = state.source->now_ns();
+  state.queue->execute(*state.list);
+  ++state.fence_value;
+  check(state.queue->signal(*state.fence, state.fence_value), "Signal");
+  if (state.fence->completed() < state.fence_value) {
+    check(state.fence->wait(state.fence_value), "SetEventOnCompletion");
+  }
+  state.last_submit_ns = state.source->now_ns();
+  state.stats.wait_ms += static_cast<double>(state.last_submit_ns - begin_ns) * 1e-6;
+  ++state.stats.submits;
+}
+
+}  // namespace
+
+void Device::submit() {
+  DeviceState& state = *state_;
+  if (!state.open) return;
+  const std::optional<std::uint32_t> list_end_query = close_timings(state);
+  // Closed, or failed to: nothing more may be recorded into it either way.
+  state.open = false;
+  check(state.list->close(), "Close списка");
+  state.last_labels.swap(state.open_labels);
+  state.open_labels.clear();
+  run_and_wait(state);
+  check(state.device->removed_reason(), "устройство потеряно");
+  collect_timings(state, list_end_query);
+  end_list(state);
+}
+
+// The labels of the list before stay: the report of a lost device still asks for them.
+void Device::abandon() noexcept {
+  DeviceState& state = *state_;
+  if (state.open) static_cast<void>(state.list->close());
+  state.open = false;
+  state.open_marks.clear();
+  state.open_labels.clear();
+  state.list_start_query.reset();
+  state.need_uav_barrier = false;
+  state.estimate_ms = 0.0;
+  end_list(state);
+}
+
+}  // namespace morva::gpu

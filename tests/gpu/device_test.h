@@ -1,0 +1,85 @@
+// What tests of the device share: a machine, a device on it, a process that has learned nothing. A
+// device must release all it made and never do what a real one would punish.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "gpu/cost_model.h"
+#include "gpu/device.h"
+#include "gpu/fake_platform.h"
+#include "gpu/gpu_budget.h"
+#include "gpu/gpu_error.h"
+#include "gpu/test_hooks.h"
+
+namespace morva::gpu {
+
+inline void forget_everything() {
+  gpu_budget() = GpuBudget{};
+  test_hooks() = TestHooks{};
+  cost_model().ns_by_key.clear();
+  cost_model().worst_ns.fill(0.0);
+}
+
+// The kernel that copies Q[0] floats from U0 to U2, as every thread of the launch would.
+inline void run_copy(const FakeDispatch& call) {
+  const std::uint64_t row_threads = std::uint64_t{call.groups_x} * 256;
+  for (std::uint64_t y = 0; y < call.groups_y; ++y) {
+    for (std::uint64_t x = 0; x < row_threads; ++x) {
+      const std::uint64_t id = (y + call.band_row) * call.constants[15] + x;
+      if (id < call.constants[0]) call.buffers[2][id] = call.buffers[0][id];
+    }
+  }
+}
+
+class GpuTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    forget_everything();
+    machine.run_kernel = [](const FakeDispatch& call) {
+      if (call.kernel == "copy_main") run_copy(call);
+    };
+  }
+  void TearDown() override {
+    device.reset();
+    EXPECT_EQ(0u, machine.live_objects);
+    for (const std::string& misuse : machine.misuses) ADD_FAILURE() << misuse;
+    forget_everything();
+  }
+
+  Device& make(bool software = false) { return device.emplace(software, machine); }
+  // A device that has just run a list, so that no pause counts.
+  Device& make_busy() {
+    make();
+    device->begin_mark("разогрев");
+    device->end_mark();
+    device->submit();
+    device->reset_stats();
+    machine.calls.clear();
+    return *device;
+  }
+  void run(Kernel kernel, std::uint32_t groups, const std::vector<std::uint32_t>& constants = {}) {
+    device->dispatch(kernel, groups, 1, constants, {}, {});
+  }
+  // Nanoseconds a work unit of the next dispatch with these constants.
+  static void set_cost(Kernel kernel, double ns, const std::vector<std::uint32_t>& constants = {}) {
+    cost_model().ns_by_key[cost_key(kernel, constants)] = ns;
+  }
+  static double cost(Kernel kernel, const std::vector<std::uint32_t>& constants = {}) {
+    return cost_model().ns_by_key.at(cost_key(kernel, constants));
+  }
+
+  FakePlatform machine;
+  std::optional<Device> device;
+};
+
+inline std::vector<float> ramp(std::size_t count) {
+  std::vector<float> floats(count);
+  for (std::size_t i = 0; i < count; ++i) floats[i] = static_cast<float>(i) * 0.25f - 7.0f;
+  return floats;
+}
+
+}  // namespace morva::gpu

@@ -1,0 +1,160 @@
+// A GPU made of host memory. It records every call as a plain record, really copies, runs kernels
+// as host functions, keeps a clock of its own for timestamps, fails whatever call it is told to,
+// counts the objects alive, and notes every use that a real device would punish with undefined
+// behaviour.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "gpu/platform/platform.h"
+
+namespace morva::gpu {
+
+enum class Op {
+  enable_debug_layer,
+  enable_kernel_checks,
+  enable_loss_records,
+  create_factory,
+  adapter,
+  software_adapter,
+  try_device,
+  create_device,
+  memory,
+  architecture,
+  double_support,
+  create_queue,
+  create_allocator,
+  create_list,
+  create_fence,
+  create_query_heap,
+  create_buffer,
+  check_layout,
+  create_layout,
+  create_pipeline,
+  removed_reason,
+  remove,
+  keep_messages,
+  take_messages,
+  set_name,
+  map,
+  unmap,
+  allocator_reset,
+  list_reset,
+  list_close,
+  set_layout,
+  set_pipeline,
+  set_constants,
+  set_band_row,
+  bind_table,
+  bind_buffer,
+  dispatch,
+  barrier,
+  transition,
+  copy,
+  marker,
+  end_query,
+  resolve,
+  execute,
+  signal,
+  completed,
+  open_event,
+  wait,
+  timestamp_frequency,
+};
+
+// One call: what it was, the name of the object it was about, its numbers in order.
+struct Call {
+  Op op;
+  std::string name;
+  std::vector<std::uint64_t> values;
+};
+
+// What a kernel sees. Buffers are as large as their resources.
+struct FakeDispatch {
+  std::string kernel;
+  std::array<std::uint32_t, platform::kConstantWords> constants{};
+  std::uint32_t band_row = 0;
+  std::uint32_t groups_x = 0;
+  std::uint32_t groups_y = 0;
+  std::span<const float> table;
+  std::array<std::span<float>, platform::kBufferSlots> buffers;
+};
+
+struct FakeAdapterSetup {
+  platform::AdapterDescription description;
+  platform::Result trial = platform::kOk;
+};
+
+class FakePlatform : public platform::Platform {
+ public:
+  // What the machine is; set before a device is made.
+  std::vector<FakeAdapterSetup> adapters{{{"Fake 3000", false, std::uint64_t{8} << 30}}};
+  bool has_software_adapter = true;
+  platform::Architecture architecture;
+  bool doubles = true;
+  std::uint64_t ticks_per_s = 1'000'000'000;
+  std::string layout_message = "too few bindings";
+  platform::MemoryInfo local;
+  platform::MemoryInfo non_local;
+  std::vector<platform::DebugMessage> messages;
+
+  // How it behaves; may change at any time.
+  std::int64_t clock_ns = 1'000'000'000'000;
+  std::int64_t wait_ns = 0;  // that every wait on the fence takes
+  std::function<void(const FakeDispatch&)> run_kernel;
+  std::function<std::uint64_t(const std::string&)> kernel_ticks;  // of one dispatch; unset: 100
+  std::map<std::uint32_t, std::uint64_t> forced_ticks;            // of a query, whatever the clock
+  platform::Result lost = platform::kOk;                          // a failure: the device is gone
+
+  // Fails the n-th call (from 1, counted from here) of one kind, or of any that can fail.
+  void fail(Op op, std::uint64_t nth, platform::Result code, bool from_then_on = false);
+  void fail_any(std::uint64_t nth, platform::Result code, bool from_then_on = false);
+  // Ends the plan; whether it ever came to pass.
+  bool fail_nothing();
+
+  // What happened.
+  std::vector<Call> calls;
+  std::vector<std::string> misuses;
+  std::vector<Op> struck;  // calls that failed by the plan
+  std::uint64_t live_objects = 0;
+
+  std::vector<Call> calls_of(Op op) const;
+  std::uint64_t count(Op op) const { return calls_of(op).size(); }
+
+  platform::Result enable_debug_layer() override { return answer(Op::enable_debug_layer); }
+  void enable_kernel_checks() override { note(Op::enable_kernel_checks); }
+  platform::Result enable_loss_records() override { return answer(Op::enable_loss_records); }
+  platform::Result create_factory(std::unique_ptr<platform::Factory>* out) override;
+  std::int64_t now_ns() override { return clock_ns; }
+
+  // For the objects that it hands out.
+  void note(Op op, const std::string& name = {}, std::vector<std::uint64_t> values = {});
+  // Records a call that can fail and tells whether it does.
+  platform::Result answer(Op op, const std::string& name = {},
+                          std::vector<std::uint64_t> values = {});
+  void misuse(const std::string& what) { misuses.push_back(what); }
+
+  std::uint64_t next_resource = 1;
+  std::set<std::uint64_t> live_resources;
+  std::uint64_t gpu_ticks = 1000;
+
+ private:
+  struct Plan {  // what is to fail
+    std::optional<Op> op;
+    std::uint64_t nth = 0;
+    platform::Result code;
+    bool from_then_on = false;
+    std::uint64_t seen = 0;
+  };
+  std::optional<Plan> plan_;
+};
+
+}  // namespace morva::gpu

@@ -1,0 +1,183 @@
+// The end of a list: what its timestamps teach, what they report, what is left when it is dropped.
+
+#include "gpu/device_test.h"
+
+namespace morva::gpu {
+namespace {
+
+class Submit : public GpuTest {
+ protected:
+  // Runs one group of a kernel that takes `ns` nanoseconds a work unit.
+  void run_at(double ns) {
+    machine.kernel_ticks = [ns](const std::string&) {
+      return static_cast<std::uint64_t>(ns * 256.0);
+    };
+    run(Kernel::clampv, 1);
+    device->submit();
+  }
+  double total_ms(const std::string& name) { return device->stats().gpu_ms_by_name.at(name); }
+  std::uint64_t calls_of(const std::string& name) { return device->stats().calls_by_name.at(name); }
+};
+
+TEST_F(Submit, NothingIsSubmittedWithoutAList) {
+  make_busy().submit();
+  EXPECT_TRUE(machine.calls.empty());
+}
+
+TEST_F(Submit, LearnsSlowerAtOnceAndFasterByAFifth) {
+  make_busy();
+  run_at(100.0);
+  EXPECT_DOUBLE_EQ(100.0, cost(Kernel::clampv));
+  run_at(50.0);
+  EXPECT_DOUBLE_EQ(90.0, cost(Kernel::clampv));
+  run_at(180.0);
+  EXPECT_DOUBLE_EQ(180.0, cost(Kernel::clampv));
+  run_at(0.0);  // a clock too coarse to see it teaches nothing
+  EXPECT_DOUBLE_EQ(180.0, cost(Kernel::clampv));
+  EXPECT_DOUBLE_EQ(180.0, cost_model().worst_ns[row_of(Kernel::clampv)]);
+}
+
+TEST_F(Submit, ClockRunningBackwardsIsNoTime) {
+  make_busy();
+  machine.forced_ticks = {{0, 1000}, {1, 999}};
+  run(Kernel::clampv, 1);
+  device->submit();
+  EXPECT_EQ(0.0, total_ms("clampv"));
+  EXPECT_EQ(1u, calls_of("clampv"));
+  EXPECT_TRUE(cost_model().ns_by_key.empty());
+}
+
+TEST_F(Submit, AStageAcrossListsIsTheSumOfItsPieces) {
+  make_busy();
+  machine.kernel_ticks = [](const std::string&) { return 1'000'000; };
+  device->begin_mark("печать");
+  device->begin_mark("сушка");
+  run(Kernel::clampv, 1);
+  device->submit();
+  EXPECT_DOUBLE_EQ(1.0, total_ms("печать"));
+  machine.gpu_ticks += 500'000'000;  // what other programs did between the lists
+  run(Kernel::clampv, 1);
+  device->end_mark();
+  run(Kernel::clampv, 1);
+  device->end_mark();
+  device->end_mark();  // one too many
+  device->submit();
+  EXPECT_DOUBLE_EQ(3.0, total_ms("печать"));
+  EXPECT_DOUBLE_EQ(2.0, total_ms("сушка"));
+  EXPECT_EQ(2u, calls_of("печать"));
+  EXPECT_EQ(0u, device->stats().max_ms_by_name.count("печать"));
+}
+
+TEST_F(Submit, AStageThatEndsRightAfterAListGainsNothing) {
+  make_busy();
+  machine.kernel_ticks = [](const std::string&) { return 1'000'000; };
+  run(Kernel::clampv, 1);
+  device->begin_mark("скан");
+  run(Kernel::clampv, 1);
+  device->submit();
+  machine.gpu_ticks += 500'000'000;
+  device->end_mark();
+  device->submit();
+  EXPECT_DOUBLE_EQ(1.0, total_ms("скан"));
+}
+
+TEST_F(Submit, AFullHeapLosesTimesAndNoWork) {
+  make_busy();
+  gpu_budget() = {0.0, 0.0, 1.0};
+  for (int i = 0; i < 10'000; ++i) run(Kernel::clampv, 1);
+  device->begin_mark("без места");
+  device->end_mark();
+  EXPECT_EQ(10'000u, device->pool_stats().pending_dispatches);
+  device->submit();
+  EXPECT_EQ(10'000u, device->stats().dispatches);
+  EXPECT_EQ(10'000u - 2048u, device->stats().unmarked);
+  EXPECT_EQ(2048u, calls_of("clampv"));
+  EXPECT_EQ(1u, machine.count(Op::execute));
+  EXPECT_EQ(0u, device->stats().calls_by_name.count("без места"));
+  EXPECT_EQ(0u, device->pool_stats().pending_dispatches);
+}
+
+TEST_F(Submit, AQueueWithoutTimestampsIsNeverAskedForThem) {
+  machine.ticks_per_s = 0;
+  make();
+  device->set_profiling(true);
+  device->begin_mark("печать");
+  run(Kernel::clampv, 1);
+  device->end_mark();
+  device->submit();
+  EXPECT_EQ(0u, machine.count(Op::end_query));
+  EXPECT_EQ(0u, machine.count(Op::resolve));
+  EXPECT_TRUE(device->stats().gpu_ms_by_name.empty());
+  EXPECT_EQ(1u, device->stats().dispatches);
+}
+
+TEST_F(Submit, ProfilingNamesTheLongestOfAll) {
+  make();
+  device->set_profiling(true);
+  gpu_budget() = {0.0, 0.0, 1.0};
+  machine.wait_ns = 7'000'000;
+  machine.kernel_ticks = [](const std::string& name) {
+    return name == "mat3" ? 3'000'000 : 1'000'000;
+  };
+  set_cost(Kernel::mat3, 1000.0);
+  run(Kernel::clampv, 1);
+  run(Kernel::mat3, 2);
+  device->submit();
+  run(Kernel::clampv, 1);
+  device->submit();
+  const RenderStats& stats = device->stats();
+  EXPECT_EQ((std::vector<double>{4.0, 1.0}), stats.submit_ms);
+  EXPECT_EQ("mat3 512 работ, оценка 2.0 мс", stats.longest_dispatch);
+  EXPECT_EQ("диспетчей 2, оценка 2.1 мс, после простоя", stats.longest_submit);
+  EXPECT_DOUBLE_EQ(14.0, stats.wait_ms);
+  EXPECT_DOUBLE_EQ(3.0, stats.longest_dispatch_ms);
+  EXPECT_EQ(2u, stats.submits);
+
+  device->set_profiling(false);
+  run(Kernel::clampv, 1);
+  device->submit();
+  EXPECT_EQ(2u, stats.submit_ms.size());
+}
+
+TEST_F(Submit, TimestampsThatCannotBeReadAreNoFailure) {
+  make_busy();
+  run(Kernel::clampv, 1);
+  machine.fail(Op::map, 1, platform::kFailed);
+  device->submit();
+  EXPECT_TRUE(machine.fail_nothing());
+  EXPECT_TRUE(device->stats().gpu_ms_by_name.empty());
+  run(Kernel::clampv, 1);
+  device->submit();
+  EXPECT_EQ(1u, calls_of("clampv"));
+}
+
+TEST_F(Submit, AnAbandonedListLeavesNothingBehind) {
+  make_busy();
+  test_hooks().no_pool = true;
+  device->begin_mark("печать");
+  run(Kernel::clampv, 1);
+  auto buffer = device->upload(ramp(10).data(), 10);
+  buffer.reset();
+  device->abandon();
+  EXPECT_EQ(0u, machine.count(Op::execute));
+  EXPECT_EQ(0u, device->pool_stats().pool_total_bytes);
+  EXPECT_EQ(0u, device->pool_stats().pending_dispatches);
+  run(Kernel::clampv, 1);
+  device->submit();
+  EXPECT_EQ(0u, device->stats().calls_by_name.count("печать"));
+  EXPECT_EQ(1u, calls_of("clampv"));
+  device->abandon();  // without a list
+  device->submit();
+}
+
+TEST_F(Submit, ADeviceGoesDownWithAnOpenList) {
+  make_busy();
+  run(Kernel::clampv, 1);
+  machine.fail(Op::signal, 1, platform::kDeviceRemoved);
+  device.reset();
+  EXPECT_TRUE(machine.fail_nothing());
+  EXPECT_EQ(0u, machine.live_objects);
+}
+
+}  // namespace
+}  // namespace morva::gpu
