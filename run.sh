@@ -12,7 +12,7 @@ fi
 
 "$here/tools/setup.sh" run
 [ -f "$here/build/build.ninja" ] ||
-  (cd "$here" && cmake --preset release -DMORVA_BUILD_TESTS=OFF -DMORVA_BUILD_BENCH=OFF >&2)
+  (cd "$here" && cmake --preset release -DMORVA_BUILD_TESTS=OFF >&2)
 cmake --build "$here/build" --target morva >&2
 
 wants_output=1

@@ -6,6 +6,6 @@ cd "$here"
 
 tools/setup.sh
 grep -qs 'MORVA_BUILD_TESTS:BOOL=ON' build/CMakeCache.txt && [ -f build/build.ninja ] ||
-  cmake --preset release -DMORVA_BUILD_TESTS=ON -DMORVA_BUILD_BENCH=ON >&2
+  cmake --preset release -DMORVA_BUILD_TESTS=ON >&2
 cmake --build build >&2
 exec ctest --test-dir build --output-on-failure "$@"

@@ -8,8 +8,8 @@
 #include <functional>
 #include <utility>
 
-#include "engine/flow.h"
-#include "engine/options.h"
+#include "flow/flow.h"
+#include "flow/options.h"
 #include "film/grain.h"
 #include "film/plate_development.h"
 #include "film/plate_fields.h"

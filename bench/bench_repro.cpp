@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/options.h"
+#include "flow/options.h"
 #include "image/vector/isa.h"
 #include "profiles/seeds.h"
 #include "profiles/store.h"

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "engine/flow.h"
-#include "engine/options.h"
+#include "flow/flow.h"
+#include "flow/options.h"
 #include "film/develop_color.h"
 #include "film/emulsion.h"
 #include "film/exposure.h"

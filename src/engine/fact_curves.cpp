@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "engine/develop_print.h"
 #include "film/develop_bw.h"
 #include "film/develop_color.h"
+#include "flow/develop_print.h"
 #include "plates/tricolor.h"
 #include "print/bw_print.h"
 #include "print/instant_positive.h"

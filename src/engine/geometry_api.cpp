@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "engine/boundary.h"
-#include "engine/options.h"
+#include "flow/options.h"
 #include "input/crop_geometry.h"
 #include "input/rotate_crop.h"
 #include "morva.h"

@@ -4,11 +4,11 @@
 
 #include "engine/boundary.h"
 #include "engine/engine_state.h"
-#include "engine/flow.h"
-#include "engine/options.h"
 #include "engine/plan_queries.h"
 #include "engine/rack_facts.h"
-#include "engine/sheet_plan.h"
+#include "flow/flow.h"
+#include "flow/options.h"
+#include "flow/sheet_plan.h"
 #include "morva.h"
 
 using namespace morva;

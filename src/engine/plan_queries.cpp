@@ -1,9 +1,9 @@
 #include "engine/plan_queries.h"
 
-#include "engine/flow.h"
 #include "film/grain.h"
 #include "film/growth_grain.h"
 #include "finish/instant_card.h"
+#include "flow/flow.h"
 #include "input/rotate_crop.h"
 
 namespace morva {

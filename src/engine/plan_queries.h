@@ -1,7 +1,7 @@
 // What a host asks before it renders, answered without a picture.
 #pragma once
 
-#include "engine/film_area.h"
+#include "flow/film_area.h"
 #include "profiles/json_access.h"
 
 namespace morva {

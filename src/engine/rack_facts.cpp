@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <string>
 
-#include "engine/develop_print.h"
 #include "engine/fact_curves.h"
-#include "engine/film_frame.h"
-#include "engine/flow.h"
-#include "engine/sheet.h"
-#include "engine/sheet_plan.h"
 #include "film/grain.h"
+#include "flow/develop_print.h"
+#include "flow/film_frame.h"
+#include "flow/flow.h"
+#include "flow/sheet.h"
+#include "flow/sheet_plan.h"
 #include "optics/lens_parameters.h"
 #include "plates/plate_view.h"
 #include "print/paper.h"

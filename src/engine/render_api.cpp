@@ -5,8 +5,8 @@
 
 #include "engine/boundary.h"
 #include "engine/engine_state.h"
-#include "engine/flow.h"
-#include "engine/options.h"
+#include "flow/flow.h"
+#include "flow/options.h"
 #include "morva.h"
 
 namespace morva {

@@ -1,7 +1,7 @@
 // The walk from a picture to the sheet: grey, determinism, scale, border and what the flow
 // measures.
 
-#include "engine/flow.h"
+#include "flow/flow.h"
 
 #include <gtest/gtest.h>
 
@@ -15,11 +15,11 @@
 #include <tuple>
 #include <utility>
 
-#include "engine/film_area.h"
 #include "engine/host.h"
-#include "engine/options.h"
-#include "engine/sheet.h"
-#include "engine/sheet_plan.h"
+#include "flow/film_area.h"
+#include "flow/options.h"
+#include "flow/sheet.h"
+#include "flow/sheet_plan.h"
 #include "image/vector/isa.h"
 
 namespace morva {

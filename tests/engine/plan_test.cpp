@@ -9,11 +9,11 @@
 #include <vector>
 
 #include "engine/host.h"
-#include "engine/options.h"
 #include "engine/plan_queries.h"
 #include "film/growth_grain.h"
-#include "image/random.h"
+#include "flow/options.h"
 #include "image/pixel_size.h"
+#include "image/random.h"
 #include "profiles/json_access.h"
 #include "profiles/store.h"
 

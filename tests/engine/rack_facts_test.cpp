@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "engine/flow.h"
-#include "engine/options.h"
+#include "flow/flow.h"
+#include "flow/options.h"
 #include "image/random.h"
 #include "morva.h"
 #include "print/paper.h"

@@ -11,6 +11,7 @@ FLOORS = [
     {"profiles", "input"},
     {"film", "print", "optics"},
     {"finish", "repro", "plates"},
+    {"flow"},
     {"gpu"},
     {"engine"},
 ]

@@ -1,4 +1,4 @@
-#include "engine/film_frame.h"
+#include "flow/film_frame.h"
 
 #include <string>
 

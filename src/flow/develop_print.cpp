@@ -1,11 +1,11 @@
-#include "engine/develop_print.h"
+#include "flow/develop_print.h"
 
 #include <utility>
 
-#include "engine/sheet.h"
 #include "film/develop_bw.h"
 #include "film/develop_color.h"
 #include "film/exposure_mix.h"
+#include "flow/sheet.h"
 #include "plates/plate_view.h"
 #include "plates/tricolor.h"
 #include "print/bw_print.h"

@@ -2,9 +2,9 @@
 // decided before a pixel is touched. A render and whoever only asks measure by these.
 #pragma once
 
-#include "engine/film_area.h"
 #include "finish/rebate_plan.h"
 #include "finish/rebate_style.h"
+#include "flow/film_area.h"
 #include "image/pixel_size.h"
 #include "profiles/json_access.h"
 

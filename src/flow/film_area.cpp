@@ -1,4 +1,4 @@
-#include "engine/film_area.h"
+#include "flow/film_area.h"
 
 #include <algorithm>
 #include <cmath>

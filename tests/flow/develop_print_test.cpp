@@ -1,6 +1,6 @@
 // Which processes a stock and a paper call for.
 
-#include "engine/develop_print.h"
+#include "flow/develop_print.h"
 
 #include <gtest/gtest.h>
 

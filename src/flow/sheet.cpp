@@ -1,4 +1,4 @@
-#include "engine/sheet.h"
+#include "flow/sheet.h"
 
 #include <algorithm>
 #include <cmath>

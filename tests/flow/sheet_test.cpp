@@ -1,17 +1,17 @@
 // The bench on which a print is finished: where stamps, mat and table follow one another, and what
 // each is told of the others.
 
-#include "engine/sheet.h"
+#include "flow/sheet.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
 
-#include "engine/flow.h"
 #include "finish/mat.h"
 #include "finish/stamps.h"
 #include "finish/table.h"
+#include "flow/flow.h"
 #include "profiles/seeds.h"
 
 namespace morva {

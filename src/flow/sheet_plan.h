@@ -2,7 +2,7 @@
 // alone.
 #pragma once
 
-#include "engine/film_frame.h"
+#include "flow/film_frame.h"
 #include "image/pixel_size.h"
 #include "profiles/json_access.h"
 

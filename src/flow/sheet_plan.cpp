@@ -1,9 +1,9 @@
-#include "engine/sheet_plan.h"
+#include "flow/sheet_plan.h"
 
 #include <algorithm>
 
-#include "engine/sheet.h"
 #include "finish/instant_card.h"
+#include "flow/sheet.h"
 #include "print/scan.h"
 #include "repro/tube_view.h"
 

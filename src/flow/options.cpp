@@ -1,4 +1,4 @@
-#include "engine/options.h"
+#include "flow/options.h"
 
 #include <exception>
 #include <new>

@@ -1,20 +1,20 @@
-#include "engine/flow.h"
+#include "flow/flow.h"
 
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
 #include <utility>
 
-#include "engine/develop_print.h"
-#include "engine/film_frame.h"
-#include "engine/options.h"
-#include "engine/sheet.h"
-#include "engine/sheet_plan.h"
 #include "film/ageing.h"
 #include "film/uneven_development.h"
 #include "finish/instant_card.h"
 #include "finish/plate_mark.h"
 #include "finish/rebate.h"
+#include "flow/develop_print.h"
+#include "flow/film_frame.h"
+#include "flow/options.h"
+#include "flow/sheet.h"
+#include "flow/sheet_plan.h"
 #include "gpu/backend.h"
 #include "image/resample.h"
 #include "input/rotate_crop.h"
