@@ -8,8 +8,6 @@
 #include <functional>
 #include <utility>
 
-#include "flow/flow.h"
-#include "flow/options.h"
 #include "film/grain.h"
 #include "film/plate_development.h"
 #include "film/plate_fields.h"
@@ -20,6 +18,9 @@
 #include "finish/rebate.h"
 #include "finish/stamps.h"
 #include "finish/table.h"
+#include "flow/flow.h"
+#include "flow/options.h"
+#include "flow/stock.h"
 #include "plates/plate_view.h"
 #include "plates/tricolor.h"
 #include "print/instant_positive.h"

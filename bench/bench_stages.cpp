@@ -8,14 +8,14 @@
 #include <utility>
 #include <vector>
 
-#include "flow/flow.h"
-#include "flow/options.h"
 #include "film/develop_color.h"
 #include "film/emulsion.h"
 #include "film/exposure.h"
 #include "film/exposure_mix.h"
 #include "film/grain.h"
 #include "film/halation.h"
+#include "flow/options.h"
+#include "flow/stock.h"
 #include "optics/camera_filters.h"
 #include "optics/lens.h"
 #include "optics/white_balance.h"

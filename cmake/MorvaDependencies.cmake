@@ -41,6 +41,15 @@ target_link_libraries(morva_heif INTERFACE ${CMAKE_DL_LIBS})
 # without its header. Of fonts any bold sans serves; Debian's fonts-liberation2 has one.
 find_path(MORVA_STB stb/stb_truetype.h REQUIRED)
 
+# Vulkan: the GPU. Only its headers (Apache 2 or MIT) are used to build; the loader is opened at the first
+# question for a GPU, so that a machine without one runs as ever. The kernels are HLSL, compiled by glslang
+# (BSD) and checked by SPIRV-Tools (Apache 2), which are tools of the build alone.
+find_path(MORVA_VULKAN vulkan/vulkan.h REQUIRED)
+add_library(morva_vulkan INTERFACE)
+target_include_directories(morva_vulkan SYSTEM INTERFACE ${MORVA_VULKAN})
+target_compile_definitions(morva_vulkan INTERFACE VK_NO_PROTOTYPES)
+target_link_libraries(morva_vulkan INTERFACE ${CMAKE_DL_LIBS})
+
 # The host only. CLI11 (BSD): the command line. OpenEXR (BSD): scene-linear files.
 # Little CMS (MIT): the ICC profile that goes into every encoded picture.
 find_package(CLI11 REQUIRED)

@@ -356,6 +356,109 @@ MORVA_API void morva_source_stats(const float* rgb, int32_t width, int32_t heigh
  */
 MORVA_API double morva_source_gain(const char* mode, const MorvaSourceStats* stats);
 
+/*
+ * The GPU. Renders run on the CPU until a host selects a GPU backend by morva_set_backend or
+ * morva_gpu_probe; the sheet is then the same but for the draws of the grain, and the same bytes for the same
+ * seed on the same device. A device that goes away in a render is replaced and the render run again, unseen
+ * but for morva_gpu_generation; a second loss within two minutes gives the GPU up: renders fail with
+ * MORVA_GPU_LOST until morva_gpu_retry succeeds or the CPU is selected.
+ */
+
+/* Why a device was lost. */
+enum {
+  MORVA_LOSS_NONE = 0,
+  MORVA_LOSS_HUNG = 1,
+  MORVA_LOSS_RESET = 2,
+  MORVA_LOSS_REMOVED = 3,
+  MORVA_LOSS_DRIVER_ERROR = 4,
+  MORVA_LOSS_OUT_OF_MEMORY = 5 /* the device is still there */
+};
+
+typedef struct MorvaGpuProbe {
+  int32_t status;      /* 0 ready; 1 no hardware adapter; 2 none that can be used; 3 failed, see `error` */
+  char name[256];      /* of the adapter in use */
+  char adapters[1024]; /* hardware adapters, joined by "; " */
+  char error[1024];
+} MorvaGpuProbe;
+
+typedef struct MorvaGpuState {
+  uint32_t generation;      /* devices built after a loss or a retry */
+  uint32_t lost;            /* 1: given up until morva_gpu_retry */
+  uint32_t recoveries;      /* devices replaced by themselves since this was last read */
+  uint32_t reason;          /* MORVA_LOSS_... of the last loss */
+  uint32_t hresult;         /* of the call that failed */
+  uint64_t requested_bytes; /* of an allocation that failed twice, else 0 */
+  uint64_t available_bytes;
+  char report[4096]; /* what the device was doing, lines of text */
+} MorvaGpuState;
+
+typedef struct MorvaGpuStats {
+  /* Bytes; safe to read while a render runs. Budgets are 0 where the system does not tell. */
+  uint64_t local_budget;
+  uint64_t local_usage;
+  uint64_t shared_budget;
+  uint64_t shared_usage;
+  uint64_t pool_free_bytes;
+  uint64_t pool_total_bytes;
+  uint64_t pending_dispatches; /* recorded and not yet handed over */
+  /* Of the last render; zero while one runs. */
+  uint32_t submits;
+  double longest_submit_ms; /* with profiling on */
+  double longest_dispatch_ms;
+  char longest_dispatch[128];
+  char longest_submit[128];
+} MorvaGpuStats;
+
+/* Selects "cpu" (as do "" and null), "gpu", the fastest hardware adapter, or "gpu-warp", the device that runs
+ * on the CPU. MORVA_BAD_ARGUMENT for another name, which changes nothing; MORVA_FAILED when there is no such
+ * device, which leaves the CPU. Waits for a render to end. */
+MORVA_API int32_t morva_set_backend(const char* name, MorvaError* err);
+
+/* "CPU", or what the GPU in use is. Returns 0. */
+MORVA_API int32_t morva_backend_name(char* buf, int32_t cap);
+
+/* The CPU renders again and the device is given back to the system. */
+MORVA_API void morva_release_gpu(void);
+
+/* Looks for hardware, selects it, builds every kernel, so that no render has to, and sends numbers there and
+ * back. Returns 1 for a null `out`, else 0: `status` tells the outcome. */
+MORVA_API int32_t morva_gpu_probe(MorvaGpuProbe* out);
+
+/* Never waits for a render. Reading clears `recoveries`. */
+MORVA_API void morva_gpu_state(MorvaGpuState* out);
+
+/* Never waits for a render. */
+MORVA_API void morva_gpu_stats(MorvaGpuStats* out);
+
+/* A new hardware device in place of the one given up; nothing while the CPU is selected. Returns 0 or
+ * MORVA_GPU_LOST. */
+MORVA_API int32_t morva_gpu_retry(MorvaError* err);
+
+/* Counts the devices built after a loss or a retry. A view made on an earlier one is dead. */
+MORVA_API uint32_t morva_gpu_generation(void);
+
+/* The debug layer's warnings and errors since the last call, a line each, where the variable
+ * MORVA_DX12_DEBUG asked for that layer. Returns their number; all are forgotten, read or not. */
+MORVA_API int32_t morva_gpu_debug_messages(char* buf, int32_t cap);
+
+/*
+ * Faults for tests, to be set between renders. `kind`:
+ *   0   clear all           1   remove the device at dispatch `value`   2   throw at dispatch `value`
+ *   3   keep no free buffers, where `value` is not 0                     4   allocation `value` fails
+ *   5   milliseconds of a list, 6 of a dispatch, above which they are cut; 0 or less: never
+ *   7   forget all losses   8   allocations from `value` on fail        9   allocations so far
+ *   10  what 4 has left     more: nothing
+ * Returns the number asked for by 9 and 10, else 0.
+ */
+MORVA_API int32_t morva_gpu_test_hook(uint32_t kind, int32_t value);
+
+/* Whether renders on the GPU leave a report; off at first. Returns 0. */
+MORVA_API int32_t morva_set_profiling(int32_t on);
+
+/* Where the time of the last such render went, as Markdown. Copies at most `cap` - 1 bytes and a NUL; returns
+ * the whole text's length, so that a null `buf` asks for the size. */
+MORVA_API int32_t morva_profile_report(char* buf, int32_t cap);
+
 #ifdef __cplusplus
 }
 #endif

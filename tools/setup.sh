@@ -7,9 +7,13 @@ packages=(
   nlohmann-json3-dev libjpeg62-turbo-dev libpng-dev libtiff-dev libwebp-dev libexif-dev
   libraw-dev libheif-dev
   libstb-dev libfontconfig1 fonts-liberation2
+  libvulkan-dev glslang-tools spirv-tools
   libcli11-dev libopenexr-dev liblcms2-dev
 )
-[ "${1:-}" = run ] || packages+=(libgtest-dev libbenchmark-dev libheif-examples python3 python3-numpy python3-scipy python3-pil)
+[ "${1:-}" = run ] || packages+=(
+  libgtest-dev libbenchmark-dev libheif-examples python3 python3-numpy python3-scipy python3-pil
+  python3-pip python3-setuptools python3-venv parallel
+  mesa-vulkan-drivers vulkan-validationlayers)
 [ "${1:-}" != fuzz ] || packages+=(clang-14 libclang-rt-14-dev)
 
 missing=()

@@ -160,11 +160,23 @@ void add_setting(CLI::App& verb, RenderSetting& setting) {
       ->type_name("N");
 }
 
+void add_backend(CLI::App& verb, BackendChoice& backend) {
+  verb.add_option("--backend", backend.name,
+                  "What renders: cpu, gpu (the fastest one) or gpu-warp (a GPU's driver that runs "
+                  "on the CPU)")
+      ->check(CLI::IsMember({"cpu", "gpu", "gpu-warp"}))
+      ->capture_default_str()
+      ->type_name("NAME");
+  verb.add_flag("--profile", backend.profile,
+                "Print where the time went on the GPU, to standard error");
+}
+
 void add_render(CLI::App& app, RenderRequest& request) {
   CLI::App& verb = *app.add_subcommand("render", "Render a picture on film and paper");
   add_input(verb, request.setting);
   add_output(verb, request.output);
   add_setting(verb, request.setting);
+  add_backend(verb, request.backend);
   verb.footer(kRenderFooter);
 }
 
@@ -200,6 +212,11 @@ void add_demo(CLI::App& app, DemoRequest& request) {
   add_output(verb, request.output);
 }
 
+void add_probe(CLI::App& app, ProbeRequest& request) {
+  CLI::App& verb = *app.add_subcommand("probe", "Tell which GPUs there are and whether they work");
+  verb.add_flag("--json", request.as_json, "As a JSON object");
+}
+
 struct Requests {
   RenderRequest render;
   PlanRequest plan;
@@ -207,6 +224,7 @@ struct Requests {
   OptionsRequest options;
   InfoRequest info;
   DemoRequest demo;
+  ProbeRequest probe;
 };
 
 Request chosen(const CLI::App& app, const Requests& requests) {
@@ -215,6 +233,7 @@ Request chosen(const CLI::App& app, const Requests& requests) {
   if (app.got_subcommand("list")) return requests.list;
   if (app.got_subcommand("options")) return requests.options;
   if (app.got_subcommand("info")) return requests.info;
+  if (app.got_subcommand("probe")) return requests.probe;
   return requests.demo;
 }
 
@@ -232,6 +251,7 @@ std::optional<Request> parse_command_line(int argc, char** argv) {
   add_options(app, requests.options);
   add_info(app, requests.info);
   add_demo(app, requests.demo);
+  add_probe(app, requests.probe);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {

@@ -9,12 +9,13 @@
 #include "list_command.h"
 #include "options_command.h"
 #include "plan_command.h"
+#include "probe_command.h"
 #include "render_command.h"
 
 namespace morva::host {
 
-using Request =
-    std::variant<RenderRequest, PlanRequest, ListRequest, OptionsRequest, InfoRequest, DemoRequest>;
+using Request = std::variant<RenderRequest, PlanRequest, ListRequest, OptionsRequest, InfoRequest,
+                             DemoRequest, ProbeRequest>;
 
 // Nothing when only help or the version was asked for, which is then printed. Throws HostError with
 // code 1 for a command line that makes no request.

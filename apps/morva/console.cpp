@@ -33,4 +33,8 @@ void print_warning(const std::string& text) {
   print_error("warning: " + text);
 }
 
+void print_note(const std::string& text) {
+  std::fputs(text.c_str(), stderr);
+}
+
 }  // namespace morva::host

@@ -19,4 +19,7 @@ void print_json(const nlohmann::ordered_json& value);
 void print_error(const std::string& text);
 void print_warning(const std::string& text);
 
+// Text for a reader, as it stands, to stderr.
+void print_note(const std::string& text);
+
 }  // namespace morva::host

@@ -24,7 +24,8 @@ Picture render(const Picture& source, const RenderSetting& setting, const std::s
   MorvaImage sheet{};
   MorvaError error{};
   check_engine(morva_render_ex(source.samples.get(), source.width, source.height, options.c_str(),
-                               setting.film.c_str(), setting.lens.c_str(), setting.paper.c_str(),
+                               setting.film.c_str(), setting.lens.c_str(),
+                               setting.paper.empty() ? nullptr : setting.paper.c_str(),
                                cancel_flag(), &sheet, &error),
                error);
   return take_picture(sheet);
@@ -41,6 +42,7 @@ OrderedJson report(const RenderRequest& request, const Json& options, PixelSize 
   report["sheet_cm"] = option_value(options, "sheet_cm");
   report["source_gain"] = options.value(kSourceGain, Json());
   report["seed"] = option_value(options, "seed");
+  report["backend"] = backend_name();
   report["seconds"] = seconds;
   return report;
 }
@@ -52,6 +54,7 @@ void run(const RenderRequest& request) {
   const Encoding encoding =
       encoding_for(request.output.file, request.output.bits, request.output.jpeg_quality);
   OutputFile output(request.output.file, request.output.force);
+  select_backend(request.backend);
   const RenderSetting& setting = request.setting;
   auto [options, metering] = check_setting(setting);
 
@@ -78,6 +81,10 @@ void run(const RenderRequest& request) {
     made = report(request, options, source_size, sheet.size(), progress.elapsed_s());
   }
   if (!warning.empty()) print_warning(warning);
+  std::string reason;
+  if (lost_and_recovered(reason) > 0)
+    print_warning("the GPU was lost (" + reason + ") and the picture rendered again");
+  if (request.backend.profile) print_note(profile_report());
   announce(request.output, made);
 }
 

@@ -1,11 +1,15 @@
 #include "engine/engine_state.h"
 
+#include <cstdio>
+
 #include "engine/boundary.h"
+#include "gpu/gpu_error.h"
 
 namespace morva {
 
 EngineState& engine_state() {
-  static EngineState state;
+  // Never destroyed: a GPU's driver may be gone before the statics of a process are.
+  static EngineState& state = *new EngineState;
   return state;
 }
 
@@ -23,6 +27,13 @@ ProfileStore* ensure_profiles(MorvaError* err) {
   }
   state.store = std::make_unique<ProfileStore>(std::move(root));
   return state.store.get();
+}
+
+std::int32_t gpu_lost(MorvaError* err) noexcept {
+  char text[96];
+  std::snprintf(text, sizeof text, "видеокарта перестала отвечать: %s",
+                gpu::loss_name(engine_state().gpu.last_loss.reason));
+  return fail(err, MORVA_GPU_LOST, text);
 }
 
 }  // namespace morva

@@ -3,9 +3,8 @@
 
 #include <memory>
 #include <mutex>
-#include <string>
 
-#include "gpu/backend.h"
+#include "gpu/backend_holder.h"
 #include "morva.h"
 #include "profiles/store.h"
 
@@ -19,12 +18,15 @@ struct EngineState {
   // Held for moments only, never while a picture is computed. Guards what follows.
   std::mutex state_lock;
   std::unique_ptr<ProfileStore> store;
-  std::unique_ptr<gpu::GpuBackend> gpu;  // null: the CPU renders
+  gpu::BackendHolder gpu;
 };
 
 EngineState& engine_state();
 
 // The store, built on first need; null, with `err` filled, when no profile directory is found.
 ProfileStore* ensure_profiles(MorvaError* err);
+
+// Code 7 with the name of the last loss. The caller holds the state lock.
+std::int32_t gpu_lost(MorvaError* err) noexcept;
 
 }  // namespace morva

@@ -3,7 +3,7 @@
 #include "film/grain.h"
 #include "film/growth_grain.h"
 #include "finish/instant_card.h"
-#include "flow/flow.h"
+#include "flow/stock.h"
 #include "input/rotate_crop.h"
 
 namespace morva {

@@ -7,9 +7,9 @@
 #include "film/grain.h"
 #include "flow/develop_print.h"
 #include "flow/film_frame.h"
-#include "flow/flow.h"
 #include "flow/sheet.h"
 #include "flow/sheet_plan.h"
+#include "flow/stock.h"
 #include "optics/lens_parameters.h"
 #include "plates/plate_view.h"
 #include "print/paper.h"
@@ -132,8 +132,7 @@ Json rack_facts(const RackSetting& setting) {
   const Json stock = developed_stock(setting.film, opts);
   const FilmFrame frame = plan_film_frame(setting.film, paper, opts, source);
   const FilmArea& area = frame.area;
-  update_print_scale(opts, paper, area.is_instant, area.long_um, frame.pic_long(),
-                     frame.film_long());
+  update_print_scale(opts, paper, frame);
   Run run = {frame.film(), get_number(opts, "print_px_um", kDefaultPrintPxUm), {}};
   const bool reproduced =
       setting.paper_named && is_reproduced(get_text_or(stock, "type", ""), paper);

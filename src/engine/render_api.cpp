@@ -1,5 +1,6 @@
 // The exports that render.
 
+#include <chrono>
 #include <string>
 #include <utility>
 
@@ -13,9 +14,7 @@ namespace morva {
 
 namespace {
 
-std::int32_t gpu_lost(MorvaError* err, const std::string& reason) {
-  return fail(err, MORVA_GPU_LOST, "видеокарта перестала отвечать: " + reason);
-}
+using SteadyTime = std::chrono::steady_clock::time_point;
 
 struct RenderCall {
   const char* film;
@@ -24,26 +23,28 @@ struct RenderCall {
   const std::int32_t* cancel;
 };
 
-// The backend in use, or null for the CPU.
-gpu::GpuBackend* active_backend() {
-  EngineState& state = engine_state();
-  const std::lock_guard guard(state.state_lock);
-  return state.gpu.get();
+// What the render's report is headed by.
+std::string title_of(const RenderCall& call) {
+  return std::string(call.film) + " → " + (call.paper != nullptr ? call.paper : "по умолчанию");
 }
 
-bool recovered(const gpu::GpuLost& lost, bool may_retry) {
+// Keeps the report of a profiled render.
+void keep_report(const gpu::Tract& backend, const RenderCall& call, SteadyTime begun) {
+  const std::chrono::duration<double, std::milli> frame_ms =
+      std::chrono::steady_clock::now() - begun;
   const std::lock_guard guard(engine_state().state_lock);
-  return gpu::recover(lost, may_retry);
+  engine_state().gpu.profile_report = backend.report_text(title_of(call), frame_ms.count());
 }
 
 // A backend can be lost on the way and the render begin again, so it leaves `input` as it is; the
 // CPU takes the picture and frees it as soon as a stage has made the next.
 Image render_once(const ProfileStore& store, Image& input, const Json& options,
-                  const RenderCall& call) {
+                  const RenderCall& call, gpu::Tract* backend, bool profiling) {
   RenderContext ctx;
   ctx.cancel = call.cancel;
-  ctx.gpu = active_backend();
-  Image source = ctx.gpu != nullptr ? input : std::move(input);
+  ctx.gpu = backend;
+  if (backend != nullptr) backend->begin_render(profiling);
+  Image source = backend != nullptr ? input : std::move(input);
   return render_named(store, std::move(source), call.film, call.lens,
                       call.paper != nullptr ? call.paper : "", options, ctx);
 }
@@ -76,14 +77,27 @@ MORVA_API int32_t morva_render_ex(const float* rgb, int32_t width, int32_t heigh
     if (store == nullptr) return MORVA_PROFILE_FAILED;
     const Json parsed = parse_options(options);
     Image input = copy_light_in(rgb, width, height);
+    const SteadyTime begun = std::chrono::steady_clock::now();
     const RenderCall call{film, lens, paper, cancel};
-    const std::lock_guard render_guard(engine_state().render_lock);
+    EngineState& state = engine_state();
+    const std::lock_guard render_guard(state.render_lock);
     for (int attempt = 0;; ++attempt) {
+      gpu::Tract* backend = nullptr;
+      bool profiling = false;
+      {
+        const std::lock_guard guard(state.state_lock);
+        if (is_lost(state.gpu)) return gpu_lost(err);
+        backend = active_backend(state.gpu);
+        profiling = state.gpu.profiling;
+      }
       try {
-        hand_out(render_once(*store, input, parsed, call), out);
+        const Image sheet = render_once(*store, input, parsed, call, backend, profiling);
+        if (backend != nullptr && profiling) keep_report(*backend, call, begun);
+        hand_out(sheet, out);
         return MORVA_OK;
       } catch (const gpu::GpuLost& lost) {
-        if (!recovered(lost, attempt == 0)) return gpu_lost(err, lost.what());
+        const std::lock_guard guard(state.state_lock);
+        if (!recover(state.gpu, lost, attempt == 0)) return gpu_lost(err);
       }
     }
   });

@@ -13,7 +13,6 @@ namespace morva {
 
 namespace {
 
-constexpr double kBlurredSigmaPx = 0.05;
 constexpr double kMostAmount = 1e3;  // far past any film, and still a number when squared
 
 // The amplitude's course over the curve, t = 0 at base and 1 at dmax: a binomial deviation that

@@ -26,6 +26,9 @@ inline constexpr double kFaintestAmount = 1e-5;
 // Sigma of the noise's blur, pixels, below which it is not made finer but weaker.
 inline constexpr double kFinestSigmaPx = 0.45;
 
+// And up to which it is not blurred at all.
+inline constexpr double kBlurredSigmaPx = 0.05;
+
 // Sigma by the film's record, micrometres.
 double silver_noise_um(const Json& grain);
 double dye_noise_um(const Json& grain);

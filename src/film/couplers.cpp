@@ -21,8 +21,7 @@ void mix_differences(Image& density, const std::array<float, 9>& m) {
   }
 }
 
-void widen_differences(Image& density, double saturation, const std::array<float, 3>& grey) {
-  const auto factor = static_cast<float>(1.0 + saturation);
+void widen_differences(Image& density, float factor, const std::array<float, 3>& grey) {
   float* p = density.data.data();
   for (std::size_t i = 0; i < density.pixels(); ++i, p += 3) {
     for (int k = 0; k < 3; ++k) p[k] -= grey[k];
@@ -51,16 +50,26 @@ std::optional<std::array<float, 9>> coupler_matrix(const Json& film, const Json&
   return matrix.is_null() ? interlayer_matrix(film, options) : rounded_matrix(matrix);
 }
 
+std::optional<float> dye_widening(double saturation) {
+  if (!(std::fabs(saturation) > kLeastSaturation)) return std::nullopt;
+  return static_cast<float>(1.0 + saturation);
+}
+
+std::optional<float> coupler_widening(double saturation) {
+  if (!(saturation > 0.0)) return std::nullopt;
+  return static_cast<float>(1.0 + saturation);
+}
+
 void widen_dyes(Image& density, double saturation, const std::array<float, 3>& grey) {
-  if (std::fabs(saturation) > kLeastSaturation) widen_differences(density, saturation, grey);
+  if (const auto factor = dye_widening(saturation)) widen_differences(density, *factor, grey);
 }
 
 void apply_couplers(Image& density, const std::optional<std::array<float, 9>>& matrix,
                     double saturation) {
   if (matrix)
     mix_differences(density, *matrix);
-  else if (saturation > 0.0)
-    widen_differences(density, saturation, {});
+  else if (const auto factor = coupler_widening(saturation))
+    widen_differences(density, *factor, {});
 }
 
 }  // namespace morva

@@ -25,9 +25,13 @@ std::optional<std::array<float, 9>> coupler_matrix(const Json& film, const Json&
 // couplers that mask nothing.
 std::optional<std::array<float, 9>> interlayer_matrix(const Json& film, const Json& options);
 
+// The factor by which a saturation widens the layers' differences, nothing where it does not act:
+// on dyes it acts from 0.0001 up, either way; as the work of couplers only when positive.
+std::optional<float> dye_widening(double saturation);
+std::optional<float> coupler_widening(double saturation);
+
 // Purer dyes: every pixel's density above `grey` keeps its mean and has its differences from it
-// widened by `saturation`, of which a negative one narrows and one of no more than 0.0001
-// does nothing. In place.
+// widened by `saturation`, of which a negative one narrows. In place.
 void widen_dyes(Image& density, double saturation, const std::array<float, 3>& grey = {});
 
 // Acts on the colour difference of every pixel's density: by the matrix, or else by a positive

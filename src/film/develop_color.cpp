@@ -17,7 +17,7 @@ namespace {
 
 // Silver that was not bleached: neutral, and proportional to the density above a mid grey.
 void retain_silver(Image& density, double retained) {
-  if (retained <= 0.0001) return;
+  if (retained <= kLeastRetainedSilver) return;
   const auto silver_per_density = static_cast<float>(retained);
   float* p = density.data.data();
   for (std::size_t i = 0; i < density.pixels(); ++i, p += 3) {

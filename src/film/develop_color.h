@@ -21,6 +21,8 @@ struct DevelopParams {
   double retained_silver = 0.0;  // neutral density that rides on the dyes
 };
 
+inline constexpr double kLeastRetainedSilver = 0.0001;  // that shows
+
 DevelopParams develop_params(const Json& film, const Json& options, const Image* uneven);
 
 // From exposed light (linear, three channels, film blur and halation done) to layer densities.

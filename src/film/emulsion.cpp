@@ -12,23 +12,15 @@ namespace morva {
 namespace {
 
 constexpr double kSmallestSigmaPx = 0.18;
-constexpr double kUnsaturated = 5.0;
 
 double in_pixels(double um, double px_um) {
   return um / std::max(px_um, 1e-6);
-}
-
-// Half response of a Gaussian at frequency f: exp(-2 (pi sigma f)^2) = 1/2.
-double emulsion_sigma_px(double f50_cyc_mm, double px_um) {
-  const double sigma_mm = std::sqrt(elementary::log(2.0) / 2.0) / (f50_cyc_mm * std::numbers::pi);
-  return in_pixels(sigma_mm * 1000.0, px_um);
 }
 
 void add_edge_effect(Image& density, const AdjacencyTerm& term) {
   const auto k = static_cast<float>(term.k);
   const auto sat = static_cast<float>(term.sat);
   const float bound = k * sat;
-  if (term.sat == 0.0) return;
   Image blurred = blur_image(density, term.sigma_px);
   float* difference = blurred.data.data();
   const std::size_t n = density.data.size();
@@ -44,11 +36,18 @@ void add_edge_effect(Image& density, const AdjacencyTerm& term) {
 
 }  // namespace
 
+// Half response of a Gaussian at frequency f: exp(-2 (pi sigma f)^2) = 1/2.
+double emulsion_sigma_px(const Json& film, double px_um) {
+  const double f50_cyc_mm = get_number_or(get(film, "mtf"), "f50_cyc_mm", 0.0, 0.0);
+  if (f50_cyc_mm <= 0.0) return 0.0;
+  const double sigma_mm = std::sqrt(elementary::log(2.0) / 2.0) / (f50_cyc_mm * std::numbers::pi);
+  const double sigma_px = in_pixels(sigma_mm * 1000.0, px_um);
+  return sigma_px < kSmallestSigmaPx ? 0.0 : sigma_px;
+}
+
 Image emulsion_blur(Image image, const Json& film, double px_um) {
-  const double f50 = get_number_or(get(film, "mtf"), "f50_cyc_mm", 0.0, 0.0);
-  if (f50 <= 0.0) return image;
-  const double sigma_px = emulsion_sigma_px(f50, px_um);
-  if (sigma_px < kSmallestSigmaPx) return image;
+  const double sigma_px = emulsion_sigma_px(film, px_um);
+  if (sigma_px == 0.0) return image;
   return blur_image(image, sigma_px);
 }
 
@@ -65,6 +64,7 @@ std::vector<AdjacencyTerm> adjacency_terms(const Json& film, double px_um) {
     const double s = in_pixels(get_number(own, "um", 150.0), px_um);
     if (s >= 1.0) terms.push_back({k, std::max(smallest_sigma_px, s), get_number(own, "sat", 0.6)});
   }
+  std::erase_if(terms, [](const AdjacencyTerm& term) { return term.sat == 0.0; });
   return terms;
 }
 

@@ -10,4 +10,7 @@ namespace morva {
 // and `out` may be the same array.
 void log_exposure(const float* in, float* out, std::size_t n, double ev);
 
+// That shift in log10 exposure.
+float exposure_shift(double ev);
+
 }  // namespace morva

@@ -67,14 +67,24 @@ std::optional<std::array<float, 9>> sensitization_matrix(const Json& film, const
   return nine_floats(*matrix);
 }
 
-void apply_exposure_mix(Image& scene, const Json& film, const Json& options) {
-  if (const auto gains = film_balance_gains(film, scene_temperature_k(film, options)))
-    scale_channels(scene, gains->data());
+ExposureMix exposure_mix(const Json& film, const Json& options) {
+  ExposureMix mix;
+  mix.balance = film_balance_gains(film, scene_temperature_k(film, options));
   if (const Json& ir_proxy = get(film, "ir_proxy"); truthy(ir_proxy))
-    mix_infrared(scene, ir_mix(ir_proxy));
-  if (const auto matrix = sensitization_matrix(film, "sensitization")) mix_rows(scene, *matrix);
-  if (!get_bool(options, "interlayer", false)) return;
-  if (const auto matrix = sensitization_matrix(film, "sensitization_ds")) mix_rows(scene, *matrix);
+    mix.infrared = ir_mix(ir_proxy);
+  if (const auto matrix = sensitization_matrix(film, "sensitization"))
+    mix.layers.push_back(*matrix);
+  if (!get_bool(options, "interlayer", false)) return mix;
+  if (const auto matrix = sensitization_matrix(film, "sensitization_ds"))
+    mix.layers.push_back(*matrix);
+  return mix;
+}
+
+void apply_exposure_mix(Image& scene, const Json& film, const Json& options) {
+  const ExposureMix mix = exposure_mix(film, options);
+  if (mix.balance) scale_channels(scene, mix.balance->data());
+  if (mix.infrared) mix_infrared(scene, *mix.infrared);
+  for (const std::array<float, 9>& matrix : mix.layers) mix_rows(scene, matrix);
 }
 
 }  // namespace morva

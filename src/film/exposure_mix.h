@@ -5,6 +5,7 @@
 
 #include <array>
 #include <optional>
+#include <vector>
 
 #include "image/image.h"
 #include "profiles/json_access.h"
@@ -26,7 +27,16 @@ std::array<float, 4> ir_mix(const Json& ir_proxy);
 // identity. Throws ProfileError when it does not hold nine numbers.
 std::optional<std::array<float, 9>> sensitization_matrix(const Json& film, const char* key);
 
-// All of it, in the order of the light's path, on three channels in place.
+// All of it, in the order of the light's path.
+struct ExposureMix {
+  std::optional<std::array<float, 3>> balance;   // gains
+  std::optional<std::array<float, 4>> infrared;  // weights of ir_mix()
+  std::vector<std::array<float, 9>> layers;      // matrices, one after the other
+};
+
+ExposureMix exposure_mix(const Json& film, const Json& options);
+
+// On three channels, in place.
 void apply_exposure_mix(Image& scene, const Json& film, const Json& options);
 
 }  // namespace morva

@@ -11,11 +11,18 @@ namespace morva {
 
 namespace {
 
-struct GrainSettings {
-  Json record;  // the film's `grain`
-  double mult = 1.0;
-  double size_mult = 1.0;
-};
+NormalSource film_normals(const Json& options, std::optional<std::int64_t> plate = std::nullopt) {
+  return [rng = seeded_rng(options, kFilmStream, plate)](std::size_t n) mutable {
+    return rng.normals(n);
+  };
+}
+
+bool is_silver(const Json& film) {
+  const std::string type = get_text_or(film, "type", "");
+  return type == "bw" || type == "collodion" || type == "tricolor";
+}
+
+}  // namespace
 
 GrainSettings grain_settings(const Json& film, const Json& options) {
   GrainSettings settings;
@@ -29,22 +36,9 @@ GrainSettings grain_settings(const Json& film, const Json& options) {
   return settings;
 }
 
-NormalSource film_normals(const Json& options, std::optional<std::int64_t> plate = std::nullopt) {
-  return [rng = seeded_rng(options, kFilmStream, plate)](std::size_t n) mutable {
-    return rng.normals(n);
-  };
-}
-
-bool is_silver(const Json& film) {
-  const std::string type = get_text_or(film, "type", "");
-  return type == "bw" || type == "collodion" || type == "tricolor";
-}
-
 double film_long_um(const Json& options) {
   return get_number(options, "_format_long_um", 0.0);
 }
-
-}  // namespace
 
 std::optional<double> grown_grain_reach_um(const Json& film, const Json& options) {
   if (get_text_or(options, "grain_engine", "") != "growth") return std::nullopt;

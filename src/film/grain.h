@@ -40,6 +40,17 @@ std::optional<GrainCell> grain_cell(const Json& film, const Json& options, doubl
 
 bool grain_engine_is_growth(const Json& options);
 
+// What the film's record and the options say of its grain.
+struct GrainSettings {
+  Json record;  // the film's `grain`
+  double mult = 1.0;
+  double size_mult = 1.0;
+};
+GrainSettings grain_settings(const Json& film, const Json& options);
+
+// The long side of the film's format, micrometres.
+double film_long_um(const Json& options);
+
 // `_growth_seed` of the options, or of the film, else the seed alone.
 Key growth_key(const Json& film, const Json& options);
 

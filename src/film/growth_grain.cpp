@@ -19,7 +19,6 @@ namespace morva {
 
 namespace {
 
-constexpr double kFogLambda = 0.05;      // optical depth of grains that need no light
 constexpr double kFinestGrain = 0.0015;  // RMS density below which grain is not seen
 constexpr double kLeastAnalyticBlurPx = 0.3;
 constexpr double kLongestUm = 1e9;        // a kilometre of film
@@ -48,10 +47,10 @@ double amount_of(const Json& grain, double fallback, double mult) {
 
 constexpr double kSilverAmount = 0.055;
 
-GrowthPlan plan_raster(const Image& density, double long_um) {
+GrowthPlan plan_raster(PixelSize picture, double long_um) {
   GrowthPlan plan;
   if (!grain_has_raster(long_um)) return plan;
-  plan.um_per_px = long_um / std::max(density.w, density.h);
+  plan.um_per_px = long_um / long_side(picture);
   plan.ss = sub_samples(plan.um_per_px);
   plan.sub_um = plan.um_per_px / plan.ss;
   plan.n_cells = (plan.um_per_px / plan.sub_um) * (plan.um_per_px / plan.sub_um);
@@ -69,10 +68,6 @@ void plan_reach(GrowthPlan& plan, double r_um) {
   plan.r_um = r_um;
   plan.analytic = grain_by_moments(plan.um_per_px, r_um);
   plan.shape = disc_overlap(plan.um_per_px, r_um);
-}
-
-vector::SilverMoments moments_of(const GrowthPlan& plan) {
-  return silver_moments(plan.sigma[0], plan.a, plan.n_cells, plan.shape);
 }
 
 // Too fine to be seen at a density of 1.0 above base.
@@ -142,7 +137,7 @@ void dye_by_moments(Image& above, std::size_t layer, const GrowthPlan& plan, con
 }
 
 Image read_by_spot(Image transmission, const GrowthPlan& plan) {
-  if (plan.analytic && plan.blur_px <= kLeastAnalyticBlurPx) return transmission;
+  if (!spot_blurs(plan)) return transmission;
   return gaussian_filter(transmission, plan.blur_px, kBoundaryReflect);
 }
 
@@ -186,9 +181,33 @@ bool grain_by_moments(double um_per_px, double reach_um) {
   return std::max(2.0 * reach_um, 4.0 * sub_um) <= um_per_px;
 }
 
-GrowthPlan growth_plan_bw(const Image& density, double dmin, double dmax, double long_um,
+vector::SilverMoments moments_of(const GrowthPlan& plan) {
+  return silver_moments(plan.sigma[0], plan.a, plan.n_cells, plan.shape);
+}
+
+SubSampling sub_sampling(const GrowthPlan& plan) {
+  return {plan.ss, plan.sub_um};
+}
+
+SilverGrains silver_grains(const GrowthPlan& plan) {
+  return {plan.t, plan.r_um, plan.sigma[0]};
+}
+
+DyeGrains dye_grains(const GrowthPlan& plan, std::size_t layer) {
+  return {plan.unit[layer], plan.cloud_um[layer], plan.r_um, plan.sigma[layer]};
+}
+
+Key layer_key(const Key& key, std::size_t layer) {
+  return with_word(key, static_cast<std::int64_t>(layer) + kLayerWord);
+}
+
+bool spot_blurs(const GrowthPlan& plan) {
+  return !(plan.analytic && plan.blur_px <= kLeastAnalyticBlurPx);
+}
+
+GrowthPlan growth_plan_bw(PixelSize picture, double dmin, double dmax, double long_um,
                           const Json& grain, double mult, double size_mult) {
-  GrowthPlan plan = plan_raster(density, long_um);
+  GrowthPlan plan = plan_raster(picture, long_um);
   const double size_um = silver_clump_um(grain);
   const double amount = amount_of(grain, kSilverAmount, mult);
   if (!(amount > kFaintestAmount) || !grain_has_raster(long_um)) return plan;
@@ -202,10 +221,10 @@ GrowthPlan growth_plan_bw(const Image& density, double dmin, double dmax, double
   return plan;
 }
 
-GrowthPlan growth_plan_color(const Image& density, const std::array<double, 3>& dmin,
+GrowthPlan growth_plan_color(PixelSize picture, const std::array<double, 3>& dmin,
                              const std::array<double, 3>& dmax, double long_um, const Json& grain,
                              double mult, double size_mult) {
-  GrowthPlan plan = plan_raster(density, long_um);
+  GrowthPlan plan = plan_raster(picture, long_um);
   DyeStock stock;
   stock.size_um = dye_clump_um(grain);
   stock.amount = amount_of(grain, stock.amount, mult);
@@ -235,7 +254,8 @@ GrowthPlan growth_plan_color(const Image& density, const std::array<double, 3>& 
 Image add_grain_growth_bw(Image density, double dmin, double dmax, double long_um, const Key& key,
                           const Json& grain, double mult, double size_mult,
                           const RenderContext& ctx) {
-  const GrowthPlan plan = growth_plan_bw(density, dmin, dmax, long_um, grain, mult, size_mult);
+  const GrowthPlan plan =
+      growth_plan_bw({density.w, density.h}, dmin, dmax, long_um, grain, mult, size_mult);
   if (!plan.active) return density;
   Image light = std::move(density);
   const auto base = static_cast<float>(dmin);
@@ -245,8 +265,7 @@ Image add_grain_growth_bw(Image density, double dmin, double dmax, double long_u
   if (plan.analytic)
     silver_by_moments(light, plan, key, ctx);
   else
-    light = grow_silver(light, {plan.ss, plan.sub_um}, {plan.t, plan.r_um, plan.sigma[0]},
-                        {key, false, &ctx});
+    light = grow_silver(light, sub_sampling(plan), silver_grains(plan), {key, false, &ctx});
   light = read_by_spot(std::move(light), plan);
   read_density(light, base, plan.analytic ? 0.0f : plan.floor[0]);
   return light;
@@ -256,17 +275,17 @@ Image add_grain_growth_color(Image density, const std::array<double, 3>& dmin,
                              const std::array<double, 3>& dmax, double long_um, const Key& key,
                              const Json& grain, double mult, double size_mult,
                              const RenderContext& ctx) {
-  const GrowthPlan plan = growth_plan_color(density, dmin, dmax, long_um, grain, mult, size_mult);
+  const GrowthPlan plan =
+      growth_plan_color({density.w, density.h}, dmin, dmax, long_um, grain, mult, size_mult);
   if (!plan.active) return density;
   for (std::int32_t k = 0; k < 3; ++k) {
-    const Key layer_key = with_word(key, k + kLayerWord);
+    const auto layer = static_cast<std::size_t>(k);
+    const Key draws = layer_key(key, layer);
     Image light = layer_above_base(density, k, plan);
     if (plan.analytic)
-      dye_by_moments(light, static_cast<std::size_t>(k), plan, layer_key, ctx);
+      dye_by_moments(light, layer, plan, draws, ctx);
     else
-      light = grow_dye(light, {plan.ss, plan.sub_um},
-                       {plan.unit[k], plan.cloud_um[k], plan.r_um, plan.sigma[k]},
-                       {layer_key, false, &ctx});
+      light = grow_dye(light, sub_sampling(plan), dye_grains(plan, layer), {draws, false, &ctx});
     light = read_by_spot(std::move(light), plan);
     read_density(light, static_cast<float>(dmin[k]), plan.floor[k]);
     store_channel(density, k, light);

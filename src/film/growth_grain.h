@@ -8,7 +8,9 @@
 #include <optional>
 
 #include "film/grain_moments.h"
+#include "film/growth_simulation.h"
 #include "image/image.h"
+#include "image/pixel_size.h"
 #include "image/random.h"
 #include "image/render_context.h"
 #include "profiles/json_access.h"
@@ -54,11 +56,27 @@ bool grain_has_raster(double long_um);
 // Whether a pixel of `um_per_px` is so large against it that moments stand for the grains.
 bool grain_by_moments(double um_per_px, double reach_um);
 
-GrowthPlan growth_plan_bw(const Image& density, double dmin, double dmax, double long_um,
+// For a picture of that size.
+GrowthPlan growth_plan_bw(PixelSize picture, double dmin, double dmax, double long_um,
                           const Json& grain, double mult, double size_mult);
-GrowthPlan growth_plan_color(const Image& density, const std::array<double, 3>& dmin,
+GrowthPlan growth_plan_color(PixelSize picture, const std::array<double, 3>& dmin,
                              const std::array<double, 3>& dmax, double long_um, const Json& grain,
                              double mult, double size_mult);
+
+// What the plan makes of its grains: by moments, or one by one.
+vector::SilverMoments moments_of(const GrowthPlan& plan);
+SubSampling sub_sampling(const GrowthPlan& plan);
+SilverGrains silver_grains(const GrowthPlan& plan);
+DyeGrains dye_grains(const GrowthPlan& plan, std::size_t layer);
+
+// Optical depth of grains that need no light.
+inline constexpr double kFogLambda = 0.05;
+
+// The draws of a dye layer.
+Key layer_key(const Key& key, std::size_t layer);
+
+// Whether the spot that reads the film is wide enough to blur the grain.
+bool spot_blurs(const GrowthPlan& plan);
 
 // Density in (base and fog included), density with grain out. `long_um` is the length of the long
 // side on the film, micrometres; `grain` the film's record; `mult` and `size_mult` scale its amount

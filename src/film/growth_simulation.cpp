@@ -185,22 +185,7 @@ class GrainCounter {
   std::vector<float> uniforms_;
 };
 
-struct Raster {
-  std::size_t rows;
-  std::size_t width;
-};
-
-Raster raster_of(const Image& picture, const SubSampling& sub) {
-  const std::int64_t rows = static_cast<std::int64_t>(picture.h) * sub.per_side;
-  const std::int64_t width = static_cast<std::int64_t>(picture.w) * sub.per_side;
-  if (rows > INT32_MAX || width > INT32_MAX) throw std::bad_alloc();
-  return {static_cast<std::size_t>(rows), static_cast<std::size_t>(width)};
-}
-
-// Throws before any memory is taken where a field would reach further than a kernel can.
 std::vector<Strip> strips_of(const Raster& raster, double reach_px) {
-  if (!(reach_px <= kLongestReachPx))
-    throw std::length_error("grain: a reach beyond 512 sub-samples");
   const auto pad = static_cast<std::size_t>(std::ceil(kReachSigmas * reach_px));
   sample_count(static_cast<std::int64_t>(kStripRows + 2 * pad),
                static_cast<std::int64_t>(raster.width), 1);
@@ -208,6 +193,14 @@ std::vector<Strip> strips_of(const Raster& raster, double reach_px) {
   for (std::size_t y = 0; y < raster.rows; y += kStripRows)
     strips.push_back({y, std::min(kStripRows, raster.rows - y), pad});
   return strips;
+}
+
+GrowthReach bounded_reach(double rate_px, double cloud_px) {
+  const GrowthReach reach = {std::max(kLeastReachPx, rate_px),
+                             cloud_px > kLeastCloudPx ? cloud_px : 0.0};
+  if (!(std::max(reach.rate_px, reach.cloud_px) <= kLongestReachPx))
+    throw std::length_error("grain: a reach beyond 512 sub-samples");
+  return reach;
 }
 
 // Each dye cloud spreads over its neighbours; then light passes.
@@ -242,11 +235,30 @@ double event_factor(double area) {
   return 1.0 / (1.0 - elementary::exp(-area));
 }
 
+double dye_events(double unit) {
+  return 1.0 / std::max(unit, 1e-4);
+}
+
+Raster raster_of(PixelSize picture, const SubSampling& sub) {
+  const std::int64_t rows = static_cast<std::int64_t>(picture.h) * sub.per_side;
+  const std::int64_t width = static_cast<std::int64_t>(picture.w) * sub.per_side;
+  if (rows > INT32_MAX || width > INT32_MAX) throw std::bad_alloc();
+  return {static_cast<std::size_t>(rows), static_cast<std::size_t>(width)};
+}
+
+GrowthReach growth_reach(const SilverGrains& grains, double sub_um) {
+  return bounded_reach(grains.r_um / sub_um, 0.0);
+}
+
+GrowthReach growth_reach(const DyeGrains& grains, double sub_um) {
+  return bounded_reach(grains.r_um / sub_um, grains.cloud_um / sub_um);
+}
+
 Image grow_silver(const Image& lambda, const SubSampling& sub, const SilverGrains& grains,
                   const GrowthDraws& draws) {
-  const Raster raster = raster_of(lambda, sub);
+  const Raster raster = raster_of({lambda.w, lambda.h}, sub);
   const double area = grain_area(grains, sub.sub_um);
-  const double reach_px = std::max(kLeastReachPx, grains.r_um / sub.sub_um);
+  const double reach_px = growth_reach(grains, sub.sub_um).rate_px;
   GrainCounter counter(lambda, raster.rows, raster.width, static_cast<float>(event_factor(area)));
   Image transmission(lambda.h, lambda.w, 1);
   BlockMeans means(static_cast<std::size_t>(sub.per_side), raster.width, transmission);
@@ -275,12 +287,11 @@ Image grow_silver(const Image& lambda, const SubSampling& sub, const SilverGrain
 
 Image grow_dye(const Image& density, const SubSampling& sub, const DyeGrains& grains,
                const GrowthDraws& draws) {
-  const Raster raster = raster_of(density, sub);
-  const double reach_px = std::max(kLeastReachPx, grains.r_um / sub.sub_um);
-  const double cloud_px = grains.cloud_um / sub.sub_um;
+  const Raster raster = raster_of({density.w, density.h}, sub);
+  const auto [reach_px, cloud_px] = growth_reach(grains, sub.sub_um);
   const auto unit = static_cast<float>(grains.unit);
   GrainCounter counter(density, raster.rows, raster.width,
-                       static_cast<float>(1.0 / std::max(grains.unit, 1e-4)));
+                       static_cast<float>(dye_events(grains.unit)));
   Image transmission(density.h, density.w, 1);
   BlockMeans means(static_cast<std::size_t>(sub.per_side), raster.width, transmission);
   RateField rates;
@@ -299,7 +310,7 @@ Image grow_dye(const Image& density, const SubSampling& sub, const DyeGrains& gr
         for (std::size_t i = 0; i < n; ++i) part[i] *= unit;
       }
     }
-    spread_clouds(strip, raster.width, cloud_px > kLeastCloudPx ? cloud_px : 0.0, densities, means);
+    spread_clouds(strip, raster.width, cloud_px, densities, means);
   }
   return transmission;
 }

@@ -4,7 +4,10 @@
 // is ever held.
 #pragma once
 
+#include <cstddef>
+
 #include "image/image.h"
+#include "image/pixel_size.h"
 #include "image/random.h"
 #include "image/render_context.h"
 
@@ -44,6 +47,25 @@ struct DyeGrains {
 // transmission right: 1 / (1 - exp(-area)).
 double grain_area(const SilverGrains& grains, double sub_um);
 double event_factor(double area);
+
+// Grains over a sub-sample for a density of 1.0, each of the density `unit`.
+double dye_events(double unit);
+
+// Sub-samples of a whole picture. A raster that no memory holds is a std::bad_alloc.
+struct Raster {
+  std::size_t rows;
+  std::size_t width;
+};
+Raster raster_of(PixelSize picture, const SubSampling& sub);
+
+// Sigmas in sub-samples: of the rate's variations, and of a dye cloud, 0 where it does not leave
+// its sub-sample. Throws std::length_error for a reach of more than 512 sub-samples.
+struct GrowthReach {
+  double rate_px;
+  double cloud_px;
+};
+GrowthReach growth_reach(const SilverGrains& grains, double sub_um);
+GrowthReach growth_reach(const DyeGrains& grains, double sub_um);
 
 // Transmission of each pixel, the mean over its sub-samples. `lambda` is the optical depth, ln 10
 // times the density above base; `density` that density of one dye layer. One channel; between the

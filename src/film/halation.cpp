@@ -10,8 +10,6 @@ namespace morva {
 
 namespace {
 
-constexpr double kGlassIndex = 1.52;
-
 Image over_threshold(const Image& source, float threshold) {
   Image mask(source.h, source.w, 1);
   for (std::size_t i = 0; i < mask.data.size(); ++i)

@@ -18,6 +18,8 @@ struct HalationParams {
   std::array<float, 3> tint = {1.0f, 0.3f, 0.08f};
 };
 
+inline constexpr double kGlassIndex = 1.52;  // refractive index of a plate
+
 // `px_um`: size of a pixel on the film, micrometres. Inactive for a missing record or no strength.
 HalationParams halation_params(const Json& halation, double px_um, double mult);
 

@@ -19,14 +19,14 @@ Image light_in_layers(Image scene, const Json& film, const Json& options, double
 }
 
 void expose_layer(Image& light, int layer, const HdCurve& curve, double ev, Development development,
-                  float layer_shift) {
+                  float shift_of_layer) {
   const auto stride = static_cast<std::size_t>(light.c);
   std::vector<float> row(static_cast<std::size_t>(light.w));
   for (int y = 0; y < light.h; ++y) {
     float* pixels = &light.data[static_cast<std::size_t>(y) * light.row_samples() + layer];
     for (std::size_t x = 0; x < row.size(); ++x) row[x] = pixels[stride * x];
     log_exposure(row.data(), row.data(), row.size(), ev);
-    for (float& exposure : row) exposure += layer_shift;
+    for (float& exposure : row) exposure += shift_of_layer;
     if (development == Development::reversal)
       for (float& exposure : row) exposure = -exposure;
     curve.density(row.data(), row.data(), row.size());
@@ -34,13 +34,16 @@ void expose_layer(Image& light, int layer, const HdCurve& curve, double ev, Deve
   }
 }
 
+float layer_shift(const LayerExposure& exposure, int layer) {
+  if (!exposure.layer_ev) return 0.0f;
+  return static_cast<float>(kLog10Stop) * (*exposure.layer_ev)[layer];
+}
+
 Image expose_layers(Image light, const std::array<HdCurve, 3>& curves,
                     const LayerExposure& exposure, Development development) {
-  for (int layer = 0; layer < 3; ++layer) {
-    const float layer_shift =
-        exposure.layer_ev ? static_cast<float>(kLog10Stop) * (*exposure.layer_ev)[layer] : 0.0f;
-    expose_layer(light, layer, curves[layer], exposure.ev, development, layer_shift);
-  }
+  for (int layer = 0; layer < 3; ++layer)
+    expose_layer(light, layer, curves[layer], exposure.ev, development,
+                 layer_shift(exposure, layer));
   return light;
 }
 

@@ -19,6 +19,9 @@ struct LayerExposure {
   std::optional<std::array<float, 3>> layer_ev;  // of each layer beside it, stops
 };
 
+// What `layer_ev` adds to a layer's log10 exposure.
+float layer_shift(const LayerExposure& exposure, int layer);
+
 // What uneven development does to each layer; the blue one lies on top and meets the bath first.
 inline constexpr std::array<float, 3> kUnevenGains = {1.0f, 1.0f, 1.15f};
 
@@ -27,9 +30,9 @@ inline constexpr std::array<float, 3> kUnevenGains = {1.0f, 1.0f, 1.15f};
 Image light_in_layers(Image scene, const Json& film, const Json& options, double px_um);
 
 // One layer, the channel `layer` of an image of any channel count, from that light to density with
-// base and fog, in place. Its exposure: `ev` stops, and `layer_shift` in log10 beside it.
+// base and fog, in place. Its exposure: `ev` stops, and `shift_of_layer` in log10 beside it.
 void expose_layer(Image& light, int layer, const HdCurve& curve, double ev, Development development,
-                  float layer_shift = 0.0f);
+                  float shift_of_layer = 0.0f);
 
 // All three.
 Image expose_layers(Image light, const std::array<HdCurve, 3>& curves,

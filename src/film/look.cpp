@@ -17,39 +17,45 @@ float luminance(const float* p) {
 }
 
 // Faded dye lifts every value, and the shadows most.
-void fade_dyes(Image& positive, const Json& fade) {
-  constexpr double most_faded = 0.95;
+void fade_dyes(Image& positive, const std::array<float, 3>& exponents) {
   std::vector<float> row(static_cast<std::size_t>(positive.w));
   for (int k = 0; k < 3; ++k) {
-    const double faded = std::clamp(as_number(fade.at(k), "dye_fade"), 0.0, most_faded);
-    const auto exponent = static_cast<float>(1.0 - faded);
     for (int y = 0; y < positive.h; ++y) {
       float* p = &positive.data[static_cast<std::size_t>(y) * positive.row_samples() + k];
       for (int x = 0; x < positive.w; ++x) row[x] = std::clamp(p[3 * x], 0.0f, 1.0f);
-      elementary::powf(row.data(), exponent, row.data(), row.size());
+      elementary::powf(row.data(), exponents[k], row.data(), row.size());
       for (int x = 0; x < positive.w; ++x) p[3 * x] = row[x];
     }
   }
 }
 
-std::vector<float> tint_of(const Json& look, const char* key) {
-  const Json& value = get(look, key);
-  return value.is_null() ? std::vector<float>(3, 0.0f) : read_floats(value, 3, key);
+std::array<float, 3> fade_exponents(const Json& fade) {
+  constexpr double most_faded = 0.95;
+  std::array<float, 3> exponents = {};
+  for (int k = 0; k < 3; ++k) {
+    const double faded = std::clamp(as_number(fade.at(k), "dye_fade"), 0.0, most_faded);
+    exponents[k] = static_cast<float>(1.0 - faded);
+  }
+  return exponents;
 }
 
-bool all_zero(const std::vector<float>& numbers) {
-  return std::all_of(numbers.begin(), numbers.end(), [](float v) { return v == 0.0f; });
+std::array<float, 3> tint_of(const Json& look, const char* key) {
+  const Json& value = get(look, key);
+  if (value.is_null()) return {};
+  const std::vector<float> tint = read_floats(value, 3, key);
+  return {tint[0], tint[1], tint[2]};
 }
 
 // Split tone: the shadow tint fades out with the root of luminance, the highlight tint fades in
 // with it.
-void tint(Image& positive, const std::vector<float>& shadow, const std::vector<float>& highlight) {
+void tint(Image& positive, const LookParams::Tints& tints) {
   float* p = positive.data.data();
   for (std::size_t i = 0; i < positive.pixels(); ++i, p += 3) {
     const float s = std::sqrt(std::clamp(luminance(p), 0.0f, 1.0f));
     const float dark = (1.0f - s) * (1.0f - s);
     const float light = s * s;
-    for (int k = 0; k < 3; ++k) p[k] *= (dark * shadow[k] + 1.0f) + light * highlight[k];
+    for (int k = 0; k < 3; ++k)
+      p[k] *= (dark * tints.shadow[k] + 1.0f) + light * tints.highlight[k];
   }
 }
 
@@ -74,15 +80,28 @@ void mute_greens(Image& positive, float mute) {
 
 }  // namespace
 
-void apply_look(Image& positive, const Json& look) {
-  if (const Json& fade = get(look, "dye_fade"); truthy(fade)) fade_dyes(positive, fade);
-  const std::vector<float> shadow = tint_of(look, "shadow_tint");
-  const std::vector<float> highlight = tint_of(look, "highlight_tint");
-  if (!all_zero(shadow) || !all_zero(highlight)) tint(positive, shadow, highlight);
+LookParams look_params(const Json& look) {
+  LookParams params;
+  if (const Json& fade = get(look, "dye_fade"); truthy(fade)) params.fade = fade_exponents(fade);
+  const LookParams::Tints tints = {tint_of(look, "shadow_tint"), tint_of(look, "highlight_tint")};
+  constexpr std::array<float, 3> none = {};
+  if (tints.shadow != none || tints.highlight != none) params.tints = tints;
   if (const double s = get_number(look, "saturation", 0.0); std::fabs(s) >= 0.0001)
-    saturate(positive, static_cast<float>(1.0 + s));
+    params.saturation = static_cast<float>(1.0 + s);
   if (const double m = get_number(look, "green_mute", 0.0); m > 0.0)
-    mute_greens(positive, static_cast<float>(m));
+    params.green_mute = static_cast<float>(m);
+  return params;
+}
+
+void apply_look(Image& positive, const LookParams& look) {
+  if (look.fade) fade_dyes(positive, *look.fade);
+  if (look.tints) tint(positive, *look.tints);
+  if (look.saturation) saturate(positive, *look.saturation);
+  if (look.green_mute > 0.0f) mute_greens(positive, look.green_mute);
+}
+
+void apply_look(Image& positive, const Json& look) {
+  apply_look(positive, look_params(look));
 }
 
 }  // namespace morva

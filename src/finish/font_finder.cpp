@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
+#include "profiles/opened_library.h"
 #include "profiles/system.h"
 
 #if !defined(_WIN32)
-#include <dlfcn.h>
 #include <strings.h>
 
 #include <cctype>
@@ -65,33 +65,28 @@ struct FontConfig {
   int (*get_integer)(const Pattern*, const char* object, int n, int* value);
 };
 
-template <class Function>
-bool bind(void* library, const char* name, Function& function) {
-  function = reinterpret_cast<Function>(dlsym(library, name));
-  return function != nullptr;
-}
+#if defined(__APPLE__)
+constexpr const char* kFontConfigFile = "libfontconfig.1.dylib";
+#else
+constexpr const char* kFontConfigFile = "libfontconfig.so.1";
+#endif
 
 std::optional<FontConfig> open_fontconfig() {
-#if defined(__APPLE__)
-  void* library = dlopen("libfontconfig.1.dylib", RTLD_NOW | RTLD_LOCAL);
-#else
-  void* library = dlopen("libfontconfig.so.1", RTLD_NOW | RTLD_LOCAL);
-#endif
-  if (library == nullptr) return std::nullopt;
+  const OpenedLibrary library = open_library(kFontConfigFile);
   FontConfig fc{};
-  const bool whole = bind(library, "FcInitLoadConfigAndFonts", fc.load_config) &&
-                     bind(library, "FcConfigDestroy", fc.config_destroy) &&
-                     bind(library, "FcPatternCreate", fc.pattern_create) &&
-                     bind(library, "FcPatternDestroy", fc.pattern_destroy) &&
-                     bind(library, "FcPatternAddString", fc.add_string) &&
-                     bind(library, "FcPatternAddInteger", fc.add_integer) &&
-                     bind(library, "FcConfigSubstitute", fc.substitute) &&
-                     bind(library, "FcDefaultSubstitute", fc.default_substitute) &&
-                     bind(library, "FcFontMatch", fc.match) &&
-                     bind(library, "FcFontSort", fc.sort) &&
-                     bind(library, "FcFontSetDestroy", fc.set_destroy) &&
-                     bind(library, "FcPatternGetString", fc.get_string) &&
-                     bind(library, "FcPatternGetInteger", fc.get_integer);
+  const bool whole = library.find("FcInitLoadConfigAndFonts", fc.load_config) &&
+                     library.find("FcConfigDestroy", fc.config_destroy) &&
+                     library.find("FcPatternCreate", fc.pattern_create) &&
+                     library.find("FcPatternDestroy", fc.pattern_destroy) &&
+                     library.find("FcPatternAddString", fc.add_string) &&
+                     library.find("FcPatternAddInteger", fc.add_integer) &&
+                     library.find("FcConfigSubstitute", fc.substitute) &&
+                     library.find("FcDefaultSubstitute", fc.default_substitute) &&
+                     library.find("FcFontMatch", fc.match) &&
+                     library.find("FcFontSort", fc.sort) &&
+                     library.find("FcFontSetDestroy", fc.set_destroy) &&
+                     library.find("FcPatternGetString", fc.get_string) &&
+                     library.find("FcPatternGetInteger", fc.get_integer);
   if (!whole) return std::nullopt;
   return fc;
 }

@@ -82,6 +82,11 @@ double window_light(const PictureWindow& window, int h, int w, int y, int x) {
          shape_light(window, window.left_right, in_x, in_y, from_loading);
 }
 
+bool darkens_edges(const PictureWindow& window) {
+  return window.corner_px > 0.0 || window.top_bottom != GateSide::sharp ||
+         window.left_right != GateSide::sharp;
+}
+
 void darken_outside_window(Image& picture, const PictureWindow& window) {
   const int reach_y = reach_px(window, window.top_bottom);
   const int reach_x = reach_px(window, window.left_right);

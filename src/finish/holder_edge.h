@@ -11,6 +11,9 @@ namespace morva {
 // 1.
 double window_light(const PictureWindow& window, int h, int w, int y, int x);
 
+// Whether it darkens any pixel at all.
+bool darkens_edges(const PictureWindow& window);
+
 // Multiplies every sample of the picture by it, in place. Only the pixels near the edges are
 // touched.
 void darken_outside_window(Image& picture, const PictureWindow& window);

@@ -25,12 +25,17 @@ Image on_dark_canvas(Image picture, const RebatePlan& plan) {
 
 }  // namespace
 
+Image rebate_mask(const RebatePlan& plan, const RebateStyle& style, Rng& rng) {
+  Image mask = gate_mask(plan, style.preset, style.rough, rng);
+  cut_notch_code(mask, plan);
+  return mask;
+}
+
 Rebate lay_rebate(Image work, const RebatePlan& plan, const RebateStyle& style, Rng& rng) {
   if (!plan.has_canvas()) return {std::move(work), std::nullopt};
   Rebate rebate;
   rebate.work = on_dark_canvas(std::move(work), plan);
-  rebate.mask = gate_mask(plan, style.preset, style.rough, rng);
-  cut_notch_code(*rebate.mask, plan);
+  rebate.mask = rebate_mask(plan, style, rng);
   return rebate;
 }
 

@@ -17,6 +17,10 @@ struct Rebate {
   std::optional<Image> mask;  // one channel, the canvas's size, 1 inside the gate
 };
 
+// Which of the canvas of `plan` the print shows: the edge of the carrier or of the film, drawn from
+// `rng`, and the notch code.
+Image rebate_mask(const RebatePlan& plan, const RebateStyle& style, Rng& rng);
+
 // The picture on the canvas that `plan` gives it, or as it is, without a mask, where there is none.
 // `style` is the one that was planned with. Draws the carrier's edges from `rng`, the frame stream.
 Rebate lay_rebate(Image work, const RebatePlan& plan, const RebateStyle& style, Rng& rng);

@@ -31,85 +31,78 @@ void drop_glass_on_opaque_base(Json& stock, const Json& paper) {
   stock["halation"].erase("glass_mm");
 }
 
-// What follows a print: its run on the paper's `repro`, then the surface of a sheet that has one.
-Image reproduce(Image print, bool on_sheet, const Json& paper, const Json& opts,
-                RenderContext& ctx) {
-  const bool has_repro = truthy(get(paper, "repro"));
-  const bool has_surface = on_sheet && truthy(get(paper, "surface"));
-  if (!has_repro && !has_surface) return print;
-  Rng rng = seeded_rng(opts, kPrintStream);
-  const double print_px_um = get_number(opts, "print_px_um", kDefaultPrintPxUm);
-  if (has_repro) print = repro_stage(std::move(print), paper, opts, print_px_um, rng, ctx);
-  if (has_surface) print = repro_surface(std::move(print), paper, opts, print_px_um, rng);
-  return print;
+// Which of them are seen as a film or a plate, on no sheet of paper.
+bool is_positive(PrintWay way) {
+  return way == PrintWay::slide || way == PrintWay::tricolor || way == PrintWay::instant ||
+         way == PrintWay::plate;
 }
 
-// A film that is itself the positive, scanned and reproduced where the paper says so.
-Image show_positive(Image positive, const Json& paper, const Json& opts, RenderContext& ctx) {
-  if (paper_kind(paper) == "scan" || truthy(get(paper, "scan")))
-    positive = scan_positive(std::move(positive), paper, opts);
-  return reproduce(std::move(positive), false, paper, opts, ctx);
+bool has_repro(PrintWay way, const Json& paper) {
+  switch (way) {
+    case PrintWay::slide:
+    case PrintWay::tricolor:
+    case PrintWay::bw_print:
+    case PrintWay::color_on_bw:
+    case PrintWay::color_print:
+      return truthy(get(paper, "repro"));
+    default:
+      return false;
+  }
 }
 
-// A print on silver or dye paper. A black-and-white one goes to the press as one channel.
-Image show_print(Image print, bool is_bw, const Json& paper, const Json& opts, RenderContext& ctx) {
-  if (is_bw && truthy(get(paper, "repro"))) print = extract_channel(print, 0);
-  return reproduce(std::move(print), true, paper, opts, ctx);
-}
-
-// The ways from an exposed stock to a positive.
-enum class Way {
-  kReversalPaper,  // from a slide
-  kSlide,
-  kTricolor,
-  kInstant,
-  kPlate,    // collodion, seen as it is
-  kProcess,  // an alternative process
-  kCollodionPrint,
-  kBwPrint,
-  kColorOnBw,
-  kColorPrint
-};
-
-Way way_of(const std::string& film_type, const Json& paper) {
-  const std::string paper_type = get_text_or(paper, "type", "");
-  if (film_type == "slide")
-    return paper_type == "reversal_paper" ? Way::kReversalPaper : Way::kSlide;
-  if (film_type == "tricolor") return Way::kTricolor;
-  if (film_type == "instant") return Way::kInstant;
-  if (film_type == "collodion" && paper_kind(paper) == "plate") return Way::kPlate;
-  if (truthy(get(paper, "process"))) return Way::kProcess;
-  if (film_type == "collodion") return Way::kCollodionPrint;
-  if (film_type == "bw") return Way::kBwPrint;
-  return paper_type.starts_with("bw") ? Way::kColorOnBw : Way::kColorPrint;
-}
-
-bool is_positive(Way way) {
-  return way == Way::kSlide || way == Way::kTricolor || way == Way::kInstant || way == Way::kPlate;
+bool has_surface(PrintWay way, const Json& paper) {
+  const bool on_sheet =
+      way == PrintWay::bw_print || way == PrintWay::color_on_bw || way == PrintWay::color_print;
+  return on_sheet && truthy(get(paper, "surface"));
 }
 
 }  // namespace
 
+PrintWay print_way(const std::string& film_type, const Json& paper) {
+  const std::string paper_type = get_text_or(paper, "type", "");
+  if (film_type == "slide")
+    return paper_type == "reversal_paper" ? PrintWay::reversal_paper : PrintWay::slide;
+  if (film_type == "tricolor") return PrintWay::tricolor;
+  if (film_type == "instant") return PrintWay::instant;
+  if (film_type == "collodion" && paper_kind(paper) == "plate") return PrintWay::plate;
+  if (truthy(get(paper, "process"))) return PrintWay::process;
+  if (film_type == "collodion") return PrintWay::collodion_print;
+  if (film_type == "bw") return PrintWay::bw_print;
+  return paper_type.starts_with("bw") ? PrintWay::color_on_bw : PrintWay::color_print;
+}
+
+bool has_reproduction(PrintWay way, const Json& paper) {
+  return has_repro(way, paper) || has_surface(way, paper);
+}
+
+Image reproduce(Image print, PrintWay way, const Json& paper, const Json& opts,
+                RenderContext& ctx) {
+  if (!has_reproduction(way, paper)) return print;
+  Rng rng = seeded_rng(opts, kPrintStream);
+  const double print_px_um = get_number(opts, "print_px_um", kDefaultPrintPxUm);
+  if (has_repro(way, paper)) {
+    if (way == PrintWay::bw_print) print = extract_channel(print, 0);
+    print = repro_stage(std::move(print), paper, opts, print_px_um, rng, ctx);
+  }
+  if (has_surface(way, paper))
+    print = repro_surface(std::move(print), paper, opts, print_px_um, rng);
+  return print;
+}
+
+bool is_scanned(const Json& paper) {
+  return paper_kind(paper) == "scan" || truthy(get(paper, "scan"));
+}
+
 bool prints_by_process(const std::string& film_type, const Json& paper) {
-  return way_of(film_type, paper) == Way::kProcess;
+  return print_way(film_type, paper) == PrintWay::process;
 }
 
 bool prints_on_paper_curve(const std::string& film_type, const Json& paper) {
-  return !is_positive(way_of(film_type, paper));
+  return !is_positive(print_way(film_type, paper));
 }
 
 bool is_reproduced(const std::string& film_type, const Json& paper) {
-  if (!truthy(get(paper, "repro"))) return false;
-  switch (way_of(film_type, paper)) {
-    case Way::kSlide:
-    case Way::kTricolor:
-    case Way::kBwPrint:
-    case Way::kColorOnBw:
-    case Way::kColorPrint:
-      return true;
-    default:
-      return false;
-  }
+  return has_repro(print_way(film_type, paper), paper);
 }
 
 Image develop_print(Image work, Json stock, const Json& paper, const Json& opts, double um_per_px,
@@ -134,34 +127,37 @@ Image develop_print(Image work, Json stock, const Json& paper, const Json& opts,
     return develop(std::move(work), stock, opts, um_per_px, ctx);
   };
 
-  switch (way_of(type, paper)) {
-    case Way::kReversalPaper:
+  const PrintWay way = print_way(type, paper);
+  Image positive;
+  switch (way) {
+    case PrintWay::reversal_paper:
       return print_reversal(std::move(work), stock, paper, opts, um_per_px, uneven, ctx);
-    case Way::kSlide:
-      return show_positive(develop_slide(std::move(work), stock, opts, um_per_px, uneven, ctx),
-                           paper, opts, ctx);
-    case Way::kTricolor:
-      return show_positive(develop_tricolor(std::move(work), stock, opts, um_per_px, uneven, ctx),
-                           paper, opts, ctx);
-    case Way::kInstant:
+    case PrintWay::slide:
+      positive = develop_slide(std::move(work), stock, opts, um_per_px, uneven, ctx);
+      if (is_scanned(paper)) positive = scan_positive(std::move(positive), paper, opts);
+      break;
+    case PrintWay::tricolor:
+      positive = develop_tricolor(std::move(work), stock, opts, um_per_px, uneven, ctx);
+      if (is_scanned(paper)) positive = scan_positive(std::move(positive), paper, opts);
+      break;
+    case PrintWay::instant:
       return develop_pack();
-    case Way::kPlate:
+    case PrintWay::plate:
       return plate_positive(work, stock, paper, opts, um_per_px, ctx);
-    case Way::kProcess:
+    case PrintWay::process:
       return print_process(std::move(work), stock, paper, opts, um_per_px, uneven, process_mask,
                            ctx);
-    case Way::kCollodionPrint:
-      return print_silver();
-    case Way::kBwPrint:
-      return show_print(print_silver(), true, paper, opts, ctx);
-    case Way::kColorOnBw:
-      return show_print(
-          print_color_on_bw(std::move(work), stock, paper, opts, um_per_px, uneven, ctx), false,
-          paper, opts, ctx);
-    case Way::kColorPrint:
+    case PrintWay::collodion_print:
+    case PrintWay::bw_print:
+      positive = print_silver();
       break;
+    case PrintWay::color_on_bw:
+      positive = print_color_on_bw(std::move(work), stock, paper, opts, um_per_px, uneven, ctx);
+      break;
+    case PrintWay::color_print:
+      positive = print_dyes();
   }
-  return show_print(print_dyes(), false, paper, opts, ctx);
+  return reproduce(std::move(positive), way, paper, opts, ctx);
 }
 
 }  // namespace morva

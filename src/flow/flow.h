@@ -2,7 +2,6 @@
 // what it is handed and what comes back; how a stage works stands in the stage.
 #pragma once
 
-#include <array>
 #include <string>
 
 #include "image/image.h"
@@ -26,13 +25,5 @@ Image process(const ProfileStore& store, Image input, const Json& film, const Js
 // The paper of that name, or the film's own where it is empty, with the film's tube where the paper
 // has none.
 Json load_positive(const ProfileStore& store, const Json& film, const std::string& paper_name);
-
-// The film as it is loaded into the camera: aged and with its development folded in.
-Json developed_stock(const Json& film, const Json& opts);
-
-// The colour that an unexposed edge of this film gives on this paper: an 8 x 8 picture of no light,
-// without grain. `resolved` is the developed stock.
-std::array<float, 3> black_probe(const Json& resolved, const Json& paper, const Json& opts,
-                                 double um_per_px, RenderContext& ctx);
 
 }  // namespace morva

@@ -8,11 +8,8 @@
 
 namespace morva {
 
-// Sets `print_cm` and `print_px_um`, the size of the print and of its pixels. `pic_long` and
-// `film_long` are the long sides in pixels without and with the rebate, `long_um` the picture's
-// length on the film.
-void update_print_scale(Json& opts, const Json& paper, bool is_instant, double long_um,
-                        int pic_long, int film_long);
+// Sets `print_cm` and `print_px_um`, the size of the print and of its pixels.
+void update_print_scale(Json& opts, const Json& paper, const FilmFrame& frame);
 
 // The border as a fraction of the print's long side, `print_long`; the option is one of the
 // picture's, which is `pic_long` pixels on the print. A plate has none.

@@ -53,12 +53,6 @@ struct GpuLost : std::runtime_error {
   std::uint64_t available_bytes = 0;
 };
 
-// Whether the device was rebuilt after `lost` and the render may run again. Without a backend there
-// is nothing to rebuild.
-inline bool recover(const GpuLost&, bool) {
-  return false;
-}
-
 }  // namespace gpu
 
 }  // namespace morva

@@ -60,6 +60,16 @@ std::uint32_t Device::removed_reason() const {
   return reason == kNoLoss ? kRemoved : reason;
 }
 
+std::string Device::loss_report() const {
+  const platform::Result why = state_->device->removed_reason();
+  char line[96];
+  std::snprintf(line, sizeof line, "причина: %s (HRESULT 0x%08lX)\n", loss_name(removed_reason()),
+                static_cast<unsigned long>(why.code));
+  std::string fault;
+  if (!state_->device->fault_report(&fault).ok()) fault = "DRED: недоступен\n";
+  return line + fault;
+}
+
 std::vector<std::string> Device::debug_messages() {
   std::vector<std::string> texts;
   if (!state_->info.debug_layer) return texts;

@@ -91,6 +91,9 @@ class Device {
 
   // Why the device went (a LossReason), 0 while it lives.
   std::uint32_t removed_reason() const;
+  // What is known of why it went: the reason, and the driver's record of the fault where it keeps
+  // one. Lines of text.
+  std::string loss_report() const;
   // Warnings and errors of the debug layer since the last call.
   std::vector<std::string> debug_messages();
 

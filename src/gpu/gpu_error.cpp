@@ -14,6 +14,23 @@ LossReason loss_reason(platform::Result result) {
   return kNoLoss;
 }
 
+const char* loss_name(std::uint32_t reason) {
+  switch (reason) {
+    case kNoLoss:
+      return "NONE";
+    case kHung:
+      return "DEVICE_HUNG";
+    case kReset:
+      return "DEVICE_RESET";
+    case kDriverError:
+      return "DRIVER_INTERNAL_ERROR";
+    case kNoMemory:
+      return "OUT_OF_MEMORY";
+    default:
+      return "DEVICE_REMOVED";
+  }
+}
+
 void check(platform::Result result, const std::string& what, const char* prefix) {
   if (result.ok()) return;
   char text[201];

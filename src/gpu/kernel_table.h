@@ -28,7 +28,7 @@ inline constexpr std::size_t row_of(Kernel kernel) {
 // The kernel's name, a text that lives as long as the program.
 const char* kernel_name(Kernel kernel);
 
-// The code that the platform makes a pipeline of; empty in a build without compiled shaders.
+// The code that the platform makes a pipeline of: SPIR-V words.
 std::span<const std::byte> kernel_code(Kernel kernel);
 
 }  // namespace morva::gpu

@@ -130,16 +130,6 @@ std::int32_t reduced_side(std::int32_t side, double reduction) {
                                 : static_cast<std::int32_t>(kReducedSide);
 }
 
-Image blur_reduced(const Image& image, double sigma) {
-  const double reduction = sigma / kReducedSigma;
-  const std::int32_t small_w = reduced_side(image.w, reduction);
-  const std::int32_t small_h = reduced_side(image.h, reduction);
-  const double small_sigma = small_w * sigma / image.w;
-  Image small = resize_image(image, small_w, small_h, kResizeTriangle);
-  small = blur_gaussian(small, small_sigma, kBoundaryNearest);
-  return resize_image(small, image.w, image.h, kResizeTriangle);
-}
-
 }  // namespace
 
 void correlate1d(const float* src, float* dst, int H, int W, bool along_rows,
@@ -201,8 +191,18 @@ Image blur_plane(const Image& image, double sigma) {
 
 Image blur_image(const Image& image, double sigma) {
   if (sigma <= 0.0 || image.data.empty()) return image;
-  if (sigma <= kDirectBlurSigma) return blur_gaussian(image, sigma, kBoundaryNearest);
-  return blur_reduced(image, sigma);
+  const auto reduced = reduced_blur({image.w, image.h}, sigma);
+  if (!reduced) return blur_gaussian(image, sigma, kBoundaryNearest);
+  Image small = resize_image(image, reduced->size.w, reduced->size.h, kResizeTriangle);
+  small = blur_gaussian(small, reduced->sigma, kBoundaryNearest);
+  return resize_image(small, image.w, image.h, kResizeTriangle);
+}
+
+std::optional<ReducedBlur> reduced_blur(PixelSize size, double sigma) {
+  if (sigma <= kDirectBlurSigma) return std::nullopt;
+  const double reduction = sigma / kReducedSigma;
+  const PixelSize small = {reduced_side(size.w, reduction), reduced_side(size.h, reduction)};
+  return ReducedBlur{small, small.w * sigma / size.w};
 }
 
 }  // namespace morva

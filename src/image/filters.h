@@ -5,9 +5,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "image/image.h"
+#include "image/pixel_size.h"
 
 namespace morva {
 
@@ -45,5 +47,12 @@ std::vector<float> gaussian_filter_line(const std::vector<float>& values, double
 // the cost is bounded.
 Image blur_plane(const Image& image, double sigma);
 Image blur_image(const Image& image, double sigma);
+
+// The reduced picture of such a blur; nothing where the blur is made at full size.
+struct ReducedBlur {
+  PixelSize size;
+  double sigma = 0.0;  // px, there
+};
+std::optional<ReducedBlur> reduced_blur(PixelSize size, double sigma);
 
 }  // namespace morva

@@ -3,70 +3,31 @@
 #include <stdexcept>
 #include <string>
 
-#if defined(_WIN32)
-#define NOMINMAX
-#include <windows.h>
-#else
-#include <dlfcn.h>
-#endif
+#include "profiles/opened_library.h"
 
 namespace morva {
 namespace {
 
-[[noreturn]] void fail(const std::string& reason) {
-  throw std::runtime_error("libheif: " + reason);
-}
-
 #if defined(_WIN32)
-
 constexpr const char* kLibraryFile = "heif.dll";
-
-void* open_library() {
-  HMODULE library = LoadLibraryExA(kLibraryFile, nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
-  if (!library) {
-    fail(std::string("cannot load ") + kLibraryFile);
-  }
-  return library;
-}
-
-void* find_function(void* library, const char* name) {
-  return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
-}
-
-#else
-
-#if defined(__APPLE__)
+#elif defined(__APPLE__)
 constexpr const char* kLibraryFile = "libheif.1.dylib";
 #else
 constexpr const char* kLibraryFile = "libheif.so.1";
 #endif
 
-void* open_library() {
-  void* library = dlopen(kLibraryFile, RTLD_NOW | RTLD_LOCAL);
-  if (!library) {
-    const char* reason = dlerror();
-    fail(reason ? reason : kLibraryFile);
-  }
-  return library;
+[[noreturn]] void fail(const std::string& reason) {
+  throw std::runtime_error("libheif: " + reason);
 }
-
-void* find_function(void* library, const char* name) {
-  return dlsym(library, name);
-}
-
-#endif
 
 template <class Function>
-void bind(void* library, const char* name, Function& function) {
-  void* found = find_function(library, name);
-  if (!found) {
-    fail(std::string(kLibraryFile) + " has no " + name);
-  }
-  function = reinterpret_cast<Function>(found);
+void bind(const OpenedLibrary& library, const char* name, Function& function) {
+  if (!library.find(name, function)) fail(std::string(kLibraryFile) + " has no " + name);
 }
 
 HeifLibrary bind_library() {
-  void* so = open_library();
+  const OpenedLibrary so = open_library(kLibraryFile);
+  if (so.handle == nullptr) fail(so.reason);
   HeifLibrary heif{};
   bind(so, "heif_context_alloc", heif.context_alloc);
   bind(so, "heif_context_free", heif.context_free);

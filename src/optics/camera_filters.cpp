@@ -13,16 +13,6 @@ namespace morva {
 
 namespace {
 
-struct RearFilter {
-  Json profile;
-  double amount;
-};
-
-struct RearFilters {
-  std::optional<RearFilter> cut;
-  std::optional<RearFilter> diffusion;
-};
-
 Json load_filter(const ProfileStore& store, const std::string& name) {
   return store.load("filters", name);
 }
@@ -33,6 +23,22 @@ double common_amount(const Json& opts) {
 
 double own_amount(const Json& opts, const char* key) {
   return has(opts, key) ? get_number(opts, key, 1.0) : common_amount(opts);
+}
+
+}  // namespace
+
+FrontFilters front_filters(const Json& opts, const ProfileStore& store) {
+  FrontFilters filters;
+  if (const auto name = get_optional_text(opts, "filter_grad")) {
+    filters.graduated = load_filter(store, *name);
+    filters.graduated_angle_deg = get_number(opts, "grad_angle", 0.0);
+    filters.graduated_position = get_number(opts, "grad_pos", 0.0);
+  }
+  if (const auto name = get_optional_text(opts, "filter_rays")) {
+    filters.star = load_filter(store, *name);
+    filters.star_angle_deg = get_number(opts, "rays_angle", 0.0);
+  }
+  return filters;
 }
 
 RearFilters rear_filters(const Json& opts, const ProfileStore& store) {
@@ -53,16 +59,13 @@ RearFilters rear_filters(const Json& opts, const ProfileStore& store) {
   return filters;
 }
 
-}  // namespace
-
 Image apply_front_filters(Image image, const Json& opts, const ProfileStore& store) {
-  if (const auto name = get_optional_text(opts, "filter_grad"))
-    image = apply_graduated_filter(std::move(image), load_filter(store, *name),
-                                   get_number(opts, "grad_angle", 0.0),
-                                   get_number(opts, "grad_pos", 0.0));
-  if (const auto name = get_optional_text(opts, "filter_rays"))
-    image = apply_star_filter(std::move(image), load_filter(store, *name),
-                              get_number(opts, "rays_angle", 0.0));
+  const FrontFilters filters = front_filters(opts, store);
+  if (filters.graduated)
+    image = apply_graduated_filter(std::move(image), *filters.graduated,
+                                   filters.graduated_angle_deg, filters.graduated_position);
+  if (filters.star)
+    image = apply_star_filter(std::move(image), *filters.star, filters.star_angle_deg);
   return image;
 }
 

@@ -23,16 +23,20 @@ std::array<double, 3> exposure_weights(const Json& film) {
 
 }  // namespace
 
-Image apply_cut_filter(Image image, const Json& filter, const Json& film, double amount) {
+std::array<float, 3> cut_gains(const Json& filter, const Json& film, double amount) {
   std::array<double, 3> gains = channel_values(filter, "gains", {1.0, 1.0, 1.0});
   for (double& gain : gains) gain = std::max(gain, kOpaque);
   const std::array<double, 3> w = exposure_weights(film);
   const double exposure = std::max(kDarkest, w[0] * gains[0] + w[1] * gains[1] + w[2] * gains[2]);
   const double a = std::clamp(amount, 0.0, 1.0);
-  float compensated[3];
-  for (int k = 0; k < 3; ++k)
+  std::array<float, 3> compensated;
+  for (std::size_t k = 0; k < 3; ++k)
     compensated[k] = static_cast<float>((gains[k] / exposure - 1.0) * a + 1.0);
-  scale_channels(image, compensated);
+  return compensated;
+}
+
+Image apply_cut_filter(Image image, const Json& filter, const Json& film, double amount) {
+  scale_channels(image, cut_gains(filter, film, amount).data());
   return image;
 }
 

@@ -14,17 +14,9 @@ namespace {
 
 constexpr double kLeastEffect = 1e-5;
 
-struct Diffusion {
-  double bloom;      // share of the light above the threshold that spreads
-  double haze;       // share of the mean luminance that lies over the picture
-  double radius_px;  // sigma of the bloom
-  float threshold;   // linear level
-};
-
-Diffusion read_diffusion(const Json& filter, double amount, std::int32_t width_px) {
-  return {get_number(filter, "bloom", 0.0) * amount, get_number(filter, "haze", 0.0) * amount,
-          std::max(1.0, get_number(filter, "radius_frac", 0.04) * width_px),
-          static_cast<float>(get_number(filter, "threshold", 0.6))};
+double effect(const Json& filter, const char* key, double amount) {
+  const double share = get_number(filter, key, 0.0) * amount;
+  return share > kLeastEffect ? share : 0.0;
 }
 
 void add_bloom(Image& image, const Diffusion& d) {
@@ -34,6 +26,19 @@ void add_bloom(Image& image, const Diffusion& d) {
     float* sample = image.data.data() + k;
     for (std::size_t i = 0; i < glow.data.size(); ++i, sample += 3) *sample += share * glow.data[i];
   }
+}
+
+void add_haze(Image& image, const Diffusion& d) {
+  const float contrast = d.contrast(), veil = d.veil(mean_luminance(image));
+  for (float& sample : image.data) sample = sample * contrast + veil;
+}
+
+}  // namespace
+
+Diffusion read_diffusion(const Json& filter, double amount, std::int32_t width_px) {
+  return {effect(filter, "bloom", amount), effect(filter, "haze", amount),
+          std::max(1.0, get_number(filter, "radius_frac", 0.04) * width_px),
+          static_cast<float>(get_number(filter, "threshold", 0.6))};
 }
 
 // Sums row by row, so that a picture needs no plane in double.
@@ -56,18 +61,10 @@ double mean_luminance(const Image& image) {
   return sum / static_cast<double>(std::max<std::size_t>(finite, 1));
 }
 
-void add_haze(Image& image, double haze) {
-  const auto contrast = static_cast<float>(1.0 - haze / 2.0);
-  const auto veil = static_cast<float>(mean_luminance(image) * haze);
-  for (float& sample : image.data) sample = sample * contrast + veil;
-}
-
-}  // namespace
-
 Image apply_diffusion_filter(Image image, const Json& filter, double amount) {
   const Diffusion d = read_diffusion(filter, amount, image.w);
-  if (d.bloom > kLeastEffect) add_bloom(image, d);
-  if (d.haze > kLeastEffect) add_haze(image, d.haze);
+  if (d.bloom > 0.0) add_bloom(image, d);
+  if (d.haze > 0.0) add_haze(image, d);
   return image;
 }
 

@@ -210,11 +210,10 @@ float distance(float dy, float dx) {
 
 // How much of the blur each pixel takes: none in the middle, where it would be too small to see,
 // all of it from where it passes some 2.5 reduced pixels. One channel.
-Image blur_mask(const Image& reduced, const PolarGrid& grid, double power,
-                double largest_reduced_px) {
+Image blur_mask(const Image& reduced, const PolarGrid& grid, double power, double corner_blur_px) {
   Image mask(reduced.h, reduced.w, 1);
   const auto corner = static_cast<float>(grid.corner_px);
-  const auto scale = static_cast<float>(largest_reduced_px / 2.0);
+  const auto scale = static_cast<float>(corner_blur_px / 2.0);
   for (std::int32_t y = 0; y < mask.h; ++y) {
     float* row = &mask.at(y, 0);
     for (std::int32_t x = 0; x < mask.w; ++x)
@@ -291,22 +290,32 @@ void add_enlarged(Image& picture, Image difference) {
 
 }  // namespace
 
-Image blur_field(Image picture, const FieldBlur& field, const RenderContext& ctx) {
-  if (std::max({field.curvature, field.astigmatism, field.coma}) <= kLeastStrength) return picture;
+std::optional<FieldReduction> field_reduction(const FieldBlur& field, std::int32_t w,
+                                              std::int32_t h) {
+  if (std::max({field.curvature, field.astigmatism, field.coma}) <= kLeastStrength) return {};
   const double largest_px =
-      std::max(picture.w, picture.h) * (std::max(field.coma, field.astigmatism) + field.curvature);
-  if (!(largest_px >= kLeastBlurPx)) return picture;
+      std::max(w, h) * (std::max(field.coma, field.astigmatism) + field.curvature);
+  if (!(largest_px >= kLeastBlurPx)) return {};
   const double reduction = std::max(1.0, largest_px / kReducedBlurPx);
-  Image reduced = resize_image(picture, reduced_side(picture.w, reduction),
-                               reduced_side(picture.h, reduction), kResizeTriangle);
+  return FieldReduction{reduced_side(w, reduction), reduced_side(h, reduction),
+                        largest_px / reduction};
+}
+
+Image field_difference(Image reduced, const FieldBlur& field, const FieldReduction& reduction,
+                       const RenderContext& ctx) {
   const PolarGrid grid = polar_grid(reduced.w, reduced.h);
-  Image polar = blurred_in_bands(reduced, field, grid, ctx);
-  Image mask = blur_mask(reduced, grid, field.power, largest_px / reduction);
+  const Image polar = blurred_in_bands(reduced, field, grid, ctx);
+  Image mask = blur_mask(reduced, grid, field.power, reduction.corner_blur_px);
   if (field.detail_kept > 1e-3) spare_detail(mask, reduced, field.detail_kept);
   keep_difference(reduced, polar, grid, mask);
-  polar = {};
-  mask = {};
-  add_enlarged(picture, std::move(reduced));
+  return reduced;
+}
+
+Image blur_field(Image picture, const FieldBlur& field, const RenderContext& ctx) {
+  const auto reduction = field_reduction(field, picture.w, picture.h);
+  if (!reduction) return picture;
+  Image reduced = resize_image(picture, reduction->w, reduction->h, kResizeTriangle);
+  add_enlarged(picture, field_difference(std::move(reduced), field, *reduction, ctx));
   return picture;
 }
 

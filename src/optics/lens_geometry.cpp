@@ -10,29 +10,29 @@ namespace morva {
 
 namespace {
 
-constexpr double kStraight = 1e-5;
-constexpr double kSameSize = 1e-9;
-
 // Half the distance between the centres of the first and the last of n pixels.
 float centre_of(std::int32_t n) {
   return static_cast<float>(n - 1) / 2.0f;
 }
 
-// Positions along an axis of the samples that a magnification by `factor` brings to each pixel.
-std::vector<Between> magnified_axis(std::int32_t n, float factor) {
-  const float centre = centre_of(n);
-  std::vector<Between> axis;
-  axis.reserve(static_cast<std::size_t>(n));
-  for (std::int32_t i = 0; i < n; ++i)
-    axis.push_back(between((static_cast<float>(i) - centre) / factor + centre, n));
-  return axis;
+std::vector<float> places_of(std::int32_t n, float centre, float unit_px) {
+  std::vector<float> places;
+  places.reserve(static_cast<std::size_t>(n));
+  for (std::int32_t i = 0; i < n; ++i) places.push_back((static_cast<float>(i) - centre) / unit_px);
+  return places;
+}
+
+std::vector<Between> magnified_samples(std::int32_t n, double factor) {
+  std::vector<Between> samples;
+  samples.reserve(static_cast<std::size_t>(n));
+  for (const float position : magnified_axis(n, factor)) samples.push_back(between(position, n));
+  return samples;
 }
 
 void magnify_channel(Image& picture, std::int32_t k, double factor) {
-  if (std::fabs(factor - 1.0) <= kSameSize) return;
   const Image plane = extract_channel(picture, k);
-  const std::vector<Between> rows = magnified_axis(picture.h, static_cast<float>(factor));
-  const std::vector<Between> columns = magnified_axis(picture.w, static_cast<float>(factor));
+  const std::vector<Between> rows = magnified_samples(picture.h, factor);
+  const std::vector<Between> columns = magnified_samples(picture.w, factor);
   float* out = picture.data.data() + k;
   for (const Between& y : rows)
     for (const Between& x : columns) {
@@ -43,20 +43,33 @@ void magnify_channel(Image& picture, std::int32_t k, double factor) {
 
 }  // namespace
 
+CentredAxes centred_axes(std::int32_t h, std::int32_t w) {
+  CentredAxes axes;
+  axes.centre_y = centre_of(h);
+  axes.centre_x = centre_of(w);
+  const auto cy = static_cast<double>(axes.centre_y), cx = static_cast<double>(axes.centre_x);
+  axes.half_diagonal_px = static_cast<float>(std::sqrt(cx * cx + cy * cy));
+  axes.y = places_of(h, axes.centre_y, axes.half_diagonal_px);
+  axes.x = places_of(w, axes.centre_x, axes.half_diagonal_px);
+  return axes;
+}
+
+std::vector<float> magnified_axis(std::int32_t n, double factor) {
+  const float centre = centre_of(n);
+  std::vector<float> positions = places_of(n, centre, static_cast<float>(factor));
+  for (float& position : positions) position += centre;
+  return positions;
+}
+
 Image distort(Image picture, const Distortion& distortion) {
-  if (std::fabs(distortion.k1) <= kStraight && std::fabs(distortion.k2) <= kStraight)
-    return picture;
+  if (distortion.k1 == 0.0 && distortion.k2 == 0.0) return picture;
   const auto k1 = static_cast<float>(distortion.k1), k2 = static_cast<float>(distortion.k2);
-  const float cy = centre_of(picture.h), cx = centre_of(picture.w);
-  const float unit =
-      static_cast<float>(std::sqrt(static_cast<double>(cx) * static_cast<double>(cx) +
-                                   static_cast<double>(cy) * static_cast<double>(cy)));
+  const CentredAxes axes = centred_axes(picture.h, picture.w);
+  const float cy = axes.centre_y, cx = axes.centre_x, unit = axes.half_diagonal_px;
   Image out = reserve_image(picture.h, picture.w, picture.c);
-  for (std::int32_t i = 0; i < picture.h; ++i) {
-    const float y = (static_cast<float>(i) - cy) / unit;
+  for (const float y : axes.y) {
     float* to = add_rows(out, 1);
-    for (std::int32_t j = 0; j < picture.w; ++j) {
-      const float x = (static_cast<float>(j) - cx) / unit;
+    for (const float x : axes.x) {
       const float r2 = x * x + y * y;
       const float f = r2 * k2 * r2 + (r2 * k1 + 1.0f);
       const FourPixels from(picture, between(f * y * unit + cy, picture.h),

@@ -1,6 +1,7 @@
 #include "optics/lens_parameters.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "image/held.h"
 #include "optics/filter_values.h"
@@ -12,6 +13,17 @@ namespace {
 
 constexpr double kVeilSigma = 0.22;  // of the long side
 constexpr double kPerMille = 1e-3;
+
+// What is not above these is too small to show.
+constexpr double kStraight = 1e-5;  // coefficient of distortion
+constexpr double kLeastGlow = 1e-4;
+constexpr double kLeastRing = 1e-3;
+constexpr double kSameSize = 1e-9;  // magnification
+constexpr double kSharpSigmaPx = 0.35;
+
+double shown_above(double least, double strength) {
+  return strength > least ? strength : 0.0;
+}
 
 std::array<double, 3> each_finite(std::array<double, 3> values) {
   for (double& value : values) value = held_finite(value);
@@ -41,7 +53,8 @@ Distortion read_distortion(const Json& optics, const Json& opts) {
                         bounded_number(optics, "distortion_k5", 0.0)};
   const Json& wanted = get(opts, "distortion");
   const bool straightened = wanted.is_boolean() && !wanted.get<bool>();
-  return straightened ? Distortion{0.0, 0.0} : d;
+  const bool straight = std::fabs(d.k1) <= kStraight && std::fabs(d.k2) <= kStraight;
+  return straight || straightened ? Distortion{0.0, 0.0} : d;
 }
 
 Bloom read_bloom(const Json& optics, double spherical, double long_px) {
@@ -56,14 +69,16 @@ Bloom read_bloom(const Json& optics, double spherical, double long_px) {
 Glow read_glow(const Json& optics, const Json& opts, double spherical, double long_px) {
   constexpr double kLeastSigmaPx = 0.5, kLeastFocusShiftPx = 0.4, kLeastFocusShift = 1e-5;
   Glow glow;
-  glow.strength = held_finite(bounded_number(optics, "glow", 0.0) * spherical *
-                              option_or(opts, "glow_mult", 1.0));
+  glow.strength =
+      shown_above(kLeastGlow, held_finite(bounded_number(optics, "glow", 0.0) * spherical *
+                                          option_or(opts, "glow_mult", 1.0)));
   const double radius_px = bounded_number(optics, "glow_radius", 0.02) * long_px *
                            option_or(opts, "glow_radius_mult", 1.0);
   glow.sigma_px = three_or_ones(optics, "glow_chroma");
   for (double& sigma : glow.sigma_px)
     sigma = std::max(kLeastSigmaPx, bounded_sigma(radius_px * sigma, long_px));
-  glow.ring = std::clamp(bounded_number(optics, "glow_ring", 0.0), 0.0, 0.95);
+  glow.ring =
+      shown_above(kLeastRing, std::clamp(bounded_number(optics, "glow_ring", 0.0), 0.0, 0.95));
   const double shift = bounded_number(optics, "glow_focus_shift", 0.0) * glow.strength;
   glow.focus_shift_sigma_px =
       shift > kLeastFocusShift
@@ -93,7 +108,8 @@ std::array<double, 3> read_axial_colour(const Json& optics, double spherical, do
   std::array<double, 3> sigma_px =
       each_finite(channel_values(optics, "chroma_soft", {0.0, 0.0, 0.0}));
   for (double& sigma : sigma_px)
-    sigma = bounded_sigma(sigma * kPerMille * long_px * spherical, long_px);
+    sigma =
+        shown_above(kSharpSigmaPx, bounded_sigma(sigma * kPerMille * long_px * spherical, long_px));
   return sigma_px;
 }
 
@@ -135,7 +151,7 @@ LensParameters read_lens(const Json& lens, const Json& opts, std::int32_t w_px, 
   p.bloom = read_bloom(optics, response.spherical, long_px);
   p.glow = read_glow(optics, opts, response.spherical, long_px);
   p.field = read_field(optics, response);
-  p.lateral_colour = bounded_number(optics, "ca", 0.0);
+  p.lateral_colour = shown_above(kSameSize, bounded_number(optics, "ca", 0.0));
   p.vignette = {bounded_number(optics, "vignette", 0.0) * response.vignetting,
                 static_cast<float>(bounded_number(optics, "vignette_power", 2.5))};
   p.softness = read_softness(optics, response.spherical, long_px);

@@ -1,5 +1,6 @@
 // A lens as its stage sees it: strengths at the stop in use, lengths in pixels of the picture at
-// hand. No strength of 0 costs anything. All numbers are finite, whatever stands in the file.
+// hand. A fault too small to show is read as 0, and a strength of 0 costs nothing. All numbers are
+// finite, whatever stands in the file.
 #pragma once
 
 #include <array>
@@ -38,8 +39,8 @@ struct Bloom {
 struct Glow {
   double strength;
   std::array<double, 3> sigma_px;
-  double ring;  // 0 .. 0.95
-  double focus_shift_sigma_px;
+  double ring;                  // 0 .. 0.95
+  double focus_shift_sigma_px;  // of a blur over all of the glow's result
 };
 
 // Blur that grows towards the corners; strengths are its sigma in the corner as a fraction of the

@@ -11,13 +11,6 @@ namespace morva {
 
 namespace {
 
-constexpr float kVeilNear = 0.65f;  // share of the wide blur
-constexpr float kVeilFar = 0.35f;   // share of the mean
-constexpr double kLeastGlow = 1e-4;
-constexpr double kLeastRing = 1e-3;
-constexpr double kRingHole = 0.42;  // sigma of the hole by that of the disc
-constexpr double kSharpSigmaPx = 0.35;
-
 std::array<double, 3> channel_means(const Image& picture) {
   std::array<double, 3> sums = {0.0, 0.0, 0.0};
   const float* p = picture.data.data();
@@ -94,10 +87,10 @@ Image add_bloom(Image picture, const Bloom& bloom) {
 }
 
 Image add_glow(Image picture, const Glow& glow) {
-  if (!(glow.strength > kLeastGlow)) return picture;
+  if (!(glow.strength > 0.0)) return picture;
   for (std::int32_t k = 0; k < 3; ++k) {
     Image disc = spread_of_channel(picture, k, glow.sigma_px[k]);
-    if (glow.ring > kLeastRing)
+    if (glow.ring > 0.0)
       hollow(disc, spread_of_channel(picture, k, kRingHole * glow.sigma_px[k]), glow.ring);
     mix_in(picture, k, disc, glow.strength);
   }
@@ -116,7 +109,7 @@ Image soften(Image picture, const Softness& softness) {
 
 Image defocus_colours(Image picture, const std::array<double, 3>& sigma_px) {
   for (std::int32_t k = 0; k < 3; ++k)
-    if (sigma_px[k] > kSharpSigmaPx) blur_channel(picture, k, sigma_px[k]);
+    if (sigma_px[k] > 0.0) blur_channel(picture, k, sigma_px[k]);
   return picture;
 }
 

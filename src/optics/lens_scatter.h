@@ -9,6 +9,10 @@
 
 namespace morva {
 
+inline constexpr float kVeilNear = 0.65f;  // share of a veil that is the wide blur
+inline constexpr float kVeilFar = 0.35f;   // share that is the mean
+inline constexpr double kRingHole = 0.42;  // sigma of a ring's hole by that of its disc
+
 // A sample below 0, or one that is not a number, becomes 0.
 void clamp_to_light(Image& picture);
 
@@ -24,7 +28,7 @@ Image add_glow(Image picture, const Glow& glow);
 
 Image soften(Image picture, const Softness& softness);
 
-// Blurs the channels whose sigma passes 0.35 px.
+// Blurs each channel by its own sigma.
 Image defocus_colours(Image picture, const std::array<double, 3>& sigma_px);
 
 }  // namespace morva

@@ -24,16 +24,20 @@ double shifted_kelvin(double kelvin, double shift_mired) {
 
 }  // namespace
 
-Image apply_wb(Image image, const Json& film, const Json& opts) {
+std::optional<std::array<float, 3>> wb_gains(const Json& film, const Json& opts) {
   const double shift_mired = get_number(opts, "wb_temp", 0.0);
   const double tint = get_number(opts, "wb_tint", 0.0);
-  if (std::fabs(shift_mired) <= kLeastShift && std::fabs(tint) <= kLeastShift) return image;
+  if (std::fabs(shift_mired) <= kLeastShift && std::fabs(tint) <= kLeastShift) return {};
 
   const double film_k = film_illuminant_k(film);
   std::array<double, 3> ratio = temperature_ratio(shifted_kelvin(film_k, shift_mired), film_k);
   ratio[1] *=
       elementary::pow(10.0, std::clamp(-tint * kTintToDecades, -kMostDecades, kMostDecades));
-  scale_channels(image, gains_at_luminance_1(ratio).data());
+  return gains_at_luminance_1(ratio);
+}
+
+Image apply_wb(Image image, const Json& film, const Json& opts) {
+  if (const auto gains = wb_gains(film, opts)) scale_channels(image, gains->data());
   return image;
 }
 

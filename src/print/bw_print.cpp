@@ -29,9 +29,12 @@ Image expose_paper(const PrintParams& params, Image density) {
 
 }  // namespace
 
+std::array<float, 3> paper_weights(const Json& paper) {
+  return normalised_weights(get(paper, "spectral_weights"), {0.1, 0.45, 0.45}, "spectral_weights");
+}
+
 Image density_on_paper(const Image& density, const Json& paper) {
-  const std::array<float, 3> w =
-      normalised_weights(get(paper, "spectral_weights"), {0.1, 0.45, 0.45}, "spectral_weights");
+  const std::array<float, 3> w = paper_weights(paper);
   return mix_channels(density, w[0], w[1], w[2]);
 }
 

@@ -1,12 +1,17 @@
 // Black-and-white prints, from a black-and-white or a colour negative.
 #pragma once
 
+#include <array>
+
 #include "film/negative.h"
 #include "image/image.h"
 #include "image/render_context.h"
 #include "print/paper.h"
 
 namespace morva {
+
+// What the paper sees of each layer of a colour negative; the weights sum to 1.
+std::array<float, 3> paper_weights(const Json& paper);
 
 // A colour negative's three layer densities as one, each layer weighted by what the paper sees of
 // it.

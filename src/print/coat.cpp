@@ -7,25 +7,10 @@
 
 #include "image/edge_noise.h"
 #include "image/elementary.h"
-#include "print/smooth_field.h"
 
 namespace morva {
 
 namespace {
-
-// The coat in pixels of this sheet.
-struct CoatShape {
-  double margin_px = 0.0;   // bare paper, mean
-  double wander_px = 0.0;   // of the edge as the hand guides the brush
-  double finger_px = 0.0;   // reach of tufts of bristles beyond it
-  double band_px = 0.0;     // over which the coat thins out
-  double edge_px = 0.0;     // unit of the edge's lines
-  double stroke_px = 0.0;   // over which a bristle's track keeps its strength
-  double tuft_px = 0.0;     // width of a tuft's track
-  double bristle_px = 0.0;  // and of a bristle's
-  float streaks = 0.0f;     // change of the coat's thickness by the tracks
-  float dryness = 0.0f;     // how far tracks run dry towards the edge
-};
 
 CoatShape shape_of(const CoatBlock& coat, int w, int h) {
   const double long_px = static_cast<double>(std::max(w, h));
@@ -61,16 +46,16 @@ std::vector<float> edge_line(Rng& rng, int n, const CoatShape& shape) {
 }
 
 // Tracks that the brush leaves along the rows (or the columns): tufts and, within them, bristles.
-Image brush_tracks(Rng& rng, int w, int h, const CoatShape& shape, bool along_rows) {
-  const auto tracks = [&](double width_px) {
-    return along_rows ? stroke_field(rng, w, h, shape.stroke_px, width_px)
-                      : stroke_field(rng, w, h, width_px, shape.stroke_px);
+DrawnField draw_tracks(Rng& rng, int w, int h, const CoatShape& shape, bool along_rows) {
+  DrawnField tracks;
+  const auto add = [&](double width_px, double share) {
+    const double sigma_x = along_rows ? shape.stroke_px : width_px;
+    const double sigma_y = along_rows ? width_px : shape.stroke_px;
+    tracks.layers.push_back(stroke_layer(rng, w, h, sigma_x, sigma_y, share));
   };
-  Image sum = tracks(shape.tuft_px);
-  const Image bristles = tracks(shape.bristle_px);
-  for (std::size_t i = 0; i < sum.data.size(); ++i) sum.data[i] += 0.6f * bristles.data[i];
-  scale_to_unit_deviation(sum);
-  return sum;
+  add(shape.tuft_px, 1.0);
+  add(shape.bristle_px, 0.6);
+  return tracks;
 }
 
 // Share of a full coat `d` pixels inside an edge, under a track of strength `s`. The brush reaches
@@ -89,15 +74,24 @@ float coat_share(float d, float s, const CoatShape& shape) {
 
 }  // namespace
 
+DrawnCoat draw_coat(Rng& rng, const CoatBlock& coat, int w, int h) {
+  DrawnCoat drawn;
+  drawn.shape = shape_of(coat, w, h);
+  drawn.top = edge_line(rng, w, drawn.shape);
+  drawn.bottom = edge_line(rng, w, drawn.shape);
+  drawn.left = edge_line(rng, h, drawn.shape);
+  drawn.right = edge_line(rng, h, drawn.shape);
+  drawn.along = draw_tracks(rng, w, h, drawn.shape, true);
+  drawn.across = draw_tracks(rng, w, h, drawn.shape, false);
+  return drawn;
+}
+
 void brush_coat(Image& ink, const CoatBlock& coat, Rng& rng) {
   if (coat.style == CoatStyle::none) return;
-  const CoatShape shape = shape_of(coat, ink.w, ink.h);
-  const std::vector<float> top = edge_line(rng, ink.w, shape);
-  const std::vector<float> bottom = edge_line(rng, ink.w, shape);
-  const std::vector<float> left = edge_line(rng, ink.h, shape);
-  const std::vector<float> right = edge_line(rng, ink.h, shape);
-  const Image rows = brush_tracks(rng, ink.w, ink.h, shape, true);
-  const Image columns = brush_tracks(rng, ink.w, ink.h, shape, false);
+  DrawnCoat drawn = draw_coat(rng, coat, ink.w, ink.h);
+  const CoatShape& shape = drawn.shape;
+  const Image rows = sum_of_layers(std::move(drawn.along), ink.w, ink.h);
+  const Image columns = sum_of_layers(std::move(drawn.across), ink.w, ink.h);
   const auto width = static_cast<float>(ink.w);
   const auto height = static_cast<float>(ink.h);
   for (int y = 0; y < ink.h; ++y) {
@@ -106,8 +100,8 @@ void brush_coat(Image& ink, const CoatBlock& coat, Rng& rng) {
       const float cx = static_cast<float>(x) + 0.5f;
       const float along = rows.at(y, x);
       const float across = columns.at(y, x);
-      const float side = std::min(cx - left[y], width - cx - right[y]);
-      const float end = std::min(cy - top[x], height - cy - bottom[x]);
+      const float side = std::min(cx - drawn.left[y], width - cx - drawn.right[y]);
+      const float end = std::min(cy - drawn.top[x], height - cy - drawn.bottom[x]);
       const float share = std::min(coat_share(side, along, shape), coat_share(end, across, shape));
       const float thickness = 1.0f + shape.streaks * (along + 0.4f * across);
       float& d = ink.at(y, x);

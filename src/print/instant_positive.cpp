@@ -26,13 +26,11 @@ namespace {
 // The dyes wander sideways on their way to the sheet, and the picture is seen through a sheet that
 // scatters: two thirds of the light make a soft picture, the rest a sharp one.
 Image soften(Image scene, const Json& film) {
-  constexpr float sharp = 0.35f, soft = 0.65f;
-  const double frac = get_number(film, "soften_frac", 0.0);
-  if (!(frac > 0.0)) return scene;
-  const double sigma_px = std::max(0.5, scene.h * std::min(frac, 1.0));
+  const double sigma_px = soften_sigma_px(film, scene.h);
+  if (sigma_px == 0.0) return scene;
   const Image blurred = blur_image(scene, sigma_px);
   for (std::size_t i = 0; i < scene.data.size(); ++i)
-    scene.data[i] = sharp * scene.data[i] + soft * blurred.data[i];
+    scene.data[i] = kSharpShare * scene.data[i] + kSoftShare * blurred.data[i];
   return scene;
 }
 
@@ -44,35 +42,8 @@ void mix_dyes(Image& density, const std::array<HdCurve, 3>& curves, const std::a
   add_to_layers(density, base, 1.0f);
 }
 
-// The base of the sheet as it was when fresh, where ageing noted it: a yellowed base then shows.
-float white_of_sheet(const Json& film, const std::array<HdCurve, 3>& curves) {
-  const Json& fresh = get(film, "_dmin_ref");
-  if (!truthy(fresh)) {
-    const std::array<float, 3> base = layer_fog(curves);
-    return std::min({base[0], base[1], base[2]});
-  }
-  double white = std::numeric_limits<double>::infinity();
-  for (const auto& [layer, dmin] : fresh.items()) white = std::min(white, as_number(dmin, layer));
-  return static_cast<float>(white);
-}
-
-float white_of_silver(const Json& film, const HdCurve& curve) {
-  const Json& fresh = get(film, "_dmin_ref");
-  return static_cast<float>(truthy(fresh) ? get_number(fresh, "g", curve.dmin) : curve.dmin);
-}
-
-Image add_texture(Image density, const Json& film, const Json& options, double px_um, Rng& rng) {
-  const double strength = get_number(options, "grain_mult", 1.0);
-  const InstantTexture texture = instant_texture(film, strength, density.h, density.w);
-  density = add_instant_texture(std::move(density), texture, rng);
-  return add_peel_texture(std::move(density), film, options, px_um, strength);
-}
-
-Image tone_silver(const Image& silver, const Json& film) {
+Image tone_silver(const Image& silver, const std::array<float, 3>& tone) {
   Image positive(silver.h, silver.w, 3);
-  std::vector<float> tone = {1.0f, 1.0f, 1.0f};
-  if (const Json& image_tone = get(film, "image_tone"); !image_tone.is_null())
-    tone = read_floats(image_tone, 3, "image_tone");
   float* p = positive.data.data();
   for (const float v : silver.data)
     for (int k = 0; k < 3; ++k) *p++ = v * tone[k];
@@ -96,6 +67,54 @@ InstantParams instant_params(const Json& film, const Json& options) {
   return params;
 }
 
+double soften_sigma_px(const Json& film, int height) {
+  const double frac = get_number(film, "soften_frac", 0.0);
+  return frac > 0.0 ? std::max(0.5, height * std::min(frac, 1.0)) : 0.0;
+}
+
+float white_of_sheet(const Json& film, const std::array<HdCurve, 3>& curves) {
+  const Json& fresh = get(film, "_dmin_ref");
+  if (!truthy(fresh)) {
+    const std::array<float, 3> base = layer_fog(curves);
+    return std::min({base[0], base[1], base[2]});
+  }
+  double white = std::numeric_limits<double>::infinity();
+  for (const auto& [layer, dmin] : fresh.items()) white = std::min(white, as_number(dmin, layer));
+  return static_cast<float>(white);
+}
+
+float white_of_silver(const Json& film, const HdCurve& curve) {
+  const Json& fresh = get(film, "_dmin_ref");
+  return static_cast<float>(truthy(fresh) ? get_number(fresh, "g", curve.dmin) : curve.dmin);
+}
+
+std::array<float, 3> image_tone(const Json& film) {
+  const Json& value = get(film, "image_tone");
+  if (value.is_null()) return {1.0f, 1.0f, 1.0f};
+  const std::vector<float> tone = read_floats(value, 3, "image_tone");
+  return {tone[0], tone[1], tone[2]};
+}
+
+Image add_pack_texture(Image density, const Json& film, const Json& options, double px_um,
+                       Rng& rng) {
+  const double strength = get_number(options, "grain_mult", 1.0);
+  const InstantTexture texture = instant_texture(film, strength, density.h, density.w);
+  density = add_instant_texture(std::move(density), texture, rng);
+  return add_peel_texture(std::move(density), film, options, px_um, strength);
+}
+
+Image silver_sheet(Image density, const HdCurve& curve, const Json& film, const Json& options,
+                   Rng& rng) {
+  Image silver = density;
+  shine_through(silver, white_of_silver(film, curve));
+  Image sheet = tone_silver(silver, image_tone(film));
+  sheet = tone_mottle(std::move(sheet), density, curve.dmin, curve.dmax, film,
+                      get_number(options, "grain_mult", 1.0), rng);
+  apply_look(sheet, get_object(film, "look"));
+  clamp_to_sheet(sheet);
+  return sheet;
+}
+
 Image transfer_dyes(Image light, const InstantParams& params) {
   Image density = expose_layers(std::move(light), params.curves, {params.ev, std::nullopt},
                                 Development::reversal);
@@ -112,7 +131,7 @@ Image develop_instant(Image scene, const Json& film, const Json& options, double
   Image sheet = transfer_dyes(std::move(light), params);
   check_cancel(ctx);
   Rng rng = seeded_rng(options, kFilmStream);
-  sheet = add_texture(std::move(sheet), film, options, px_um, rng);
+  sheet = add_pack_texture(std::move(sheet), film, options, px_um, rng);
   check_cancel(ctx);
   shine_through(sheet, white_of_sheet(film, params.curves));
   apply_look(sheet, get_object(film, "look"));
@@ -133,16 +152,9 @@ Image develop_instant_mono(Image scene, const Json& film, const Json& options, d
   const HdCurve curve = instant_curve(film.at("layers").at("g"));
   expose_layer(light, 0, curve, exposure_total(options, film), Development::reversal);
   Rng rng = seeded_rng(options, kFilmStream);
-  Image density = add_texture(std::move(light), film, options, px_um, rng);
+  Image density = add_pack_texture(std::move(light), film, options, px_um, rng);
   check_cancel(ctx);
-  Image silver = density;
-  shine_through(silver, white_of_silver(film, curve));
-  Image sheet = tone_silver(silver, film);
-  sheet = tone_mottle(std::move(sheet), density, curve.dmin, curve.dmax, film,
-                      get_number(options, "grain_mult", 1.0), rng);
-  apply_look(sheet, get_object(film, "look"));
-  clamp_to_sheet(sheet);
-  return sheet;
+  return silver_sheet(std::move(density), curve, film, options, rng);
 }
 
 }  // namespace morva

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "image/image.h"
+#include "image/random.h"
 #include "image/render_context.h"
 #include "profiles/hd_curve.h"
 #include "profiles/json_access.h"
@@ -22,6 +23,29 @@ struct InstantParams {
 };
 
 InstantParams instant_params(const Json& film, const Json& options);
+
+// Sigma in pixels of the soft part of the picture, of `height` pixels; 0 where there is none.
+double soften_sigma_px(const Json& film, int height);
+// What the sharp part and the soft one give to it.
+inline constexpr float kSharpShare = 0.35f, kSoftShare = 0.65f;
+
+// Density of the sheet's white: of its base as it was when fresh, where ageing noted it, so that a
+// yellowed one shows. Of three dyes, and of silver.
+float white_of_sheet(const Json& film, const std::array<HdCurve, 3>& curves);
+float white_of_silver(const Json& film, const HdCurve& curve);
+
+// The colour of the silver image, white for a film that states none.
+std::array<float, 3> image_tone(const Json& film);
+
+// Mottle, streaks and silk of the pack, on its density, one channel or three. None at all below
+// kWeakestTexture of option `grain_mult`. `rng`: the film stream's.
+Image add_pack_texture(Image density, const Json& film, const Json& options, double px_um,
+                       Rng& rng);
+
+// The sheet that a textured density of silver makes, finished, three channels. `rng` goes on where
+// the texture left it.
+Image silver_sheet(Image density, const HdCurve& curve, const Json& film, const Json& options,
+                   Rng& rng);
 
 // From exposed light (linear, three channels) to the sheet's densities.
 Image transfer_dyes(Image light, const InstantParams& params);

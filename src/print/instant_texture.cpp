@@ -131,9 +131,8 @@ void add_silk(Image& density, const InstantTexture& t, Rng& rng) {
 }  // namespace
 
 InstantTexture instant_texture(const Json& film, double strength, int h, int w) {
-  constexpr double weakest = 0.0001;
   InstantTexture t;
-  if (!(strength >= weakest)) return t;
+  if (!(strength >= kWeakestTexture)) return t;
   const Json& record = get_object(film, "texture");
   const double long_px = std::max(h, w);
   t.mottle = amplitude(record, "mottle_amp", strength);

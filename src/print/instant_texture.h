@@ -21,8 +21,10 @@ struct InstantTexture {
   double silk_lattice = 0.0;  // regular weave against the irregular one
 };
 
-// `film` is the record after development; `strength` scales every layer, and below 0.0001 there is
-// none. `h`, `w`: the picture, pixels.
+inline constexpr double kWeakestTexture = 0.0001;  // that shows
+
+// `film` is the record after development; `strength` scales every layer, and below the weakest
+// there is none. `h`, `w`: the picture, pixels.
 InstantTexture instant_texture(const Json& film, double strength, int h, int w);
 
 // Density in and out, one channel or three. Draws from `rng`, the film stream's: mottle, fine,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "film/exposure.h"
 #include "image/elementary.h"
 #include "profiles/number_arrays.h"
 
@@ -26,17 +27,20 @@ void veil(float* exposure, std::size_t n, double flare) {
     exposure[i] = static_cast<float>(elementary::log10(added + light_through(exposure[i])));
 }
 
-// Bends an end of the curve back by the square of the way from a mid grey to it. `direction` is 1
-// towards black and -1 towards white.
-void soften_end(float* density, std::size_t n, double dmid, double end, double strength,
-                float direction) {
-  if (strength <= 1e-6) return;
-  const auto bend = static_cast<float>(strength) * direction;
-  const auto mid = static_cast<float>(dmid);
-  const auto range = static_cast<float>(std::max((end - dmid) * direction, 1e-6));
+SoftEnd soft_end(double dmid, double end, double strength, float direction) {
+  SoftEnd soft;
+  soft.mid = static_cast<float>(dmid);
+  soft.range = static_cast<float>(std::max((end - dmid) * direction, 1e-6));
+  soft.direction = direction;
+  if (strength > 1e-6) soft.bend = static_cast<float>(strength) * direction;
+  return soft;
+}
+
+void soften_end(float* density, std::size_t n, const SoftEnd& end) {
+  if (end.bend == 0.0f) return;
   for (std::size_t i = 0; i < n; ++i) {
-    const float t = std::max((density[i] - mid) * direction / range, 0.0f);
-    density[i] -= bend * t * t;
+    const float t = std::max((density[i] - end.mid) * end.direction / end.range, 0.0f);
+    density[i] -= end.bend * t * t;
   }
 }
 
@@ -81,7 +85,7 @@ PrintParams print_params_color(const Json& film, const Json& paper, const Json& 
 
 void paper_density(const HdCurve& curve, const float* density, float* out, std::size_t n,
                    double print_ev, double flare) {
-  const auto exposure = static_cast<float>(print_ev * kLog10Stop);
+  const float exposure = exposure_shift(print_ev);
   for (std::size_t i = 0; i < n; ++i) out[i] = exposure - density[i];
   if (flare > 0.0) veil(out, n, flare);
   curve.density(out, out, n);
@@ -96,9 +100,17 @@ void paper_response(const HdCurve& curve, const float* density, float* out, std:
   elementary::exp10f(out, out, n);
 }
 
+SoftEnd soft_black(const HdCurve& curve) {
+  return soft_end(curve.dmid, curve.dmax, curve.shoulder_cut, 1.0f);
+}
+
+SoftEnd soft_white(const HdCurve& curve) {
+  return soft_end(curve.dmid, curve.dmin, curve.toe_lift, -1.0f);
+}
+
 void soften_ends(const HdCurve& curve, float* density, std::size_t n) {
-  soften_end(density, n, curve.dmid, curve.dmax, curve.shoulder_cut, 1.0f);
-  soften_end(density, n, curve.dmid, curve.dmin, curve.toe_lift, -1.0f);
+  soften_end(density, n, soft_black(curve));
+  soften_end(density, n, soft_white(curve));
 }
 
 std::optional<std::array<float, 3>> paper_tone(const Json& paper) {

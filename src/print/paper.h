@@ -42,6 +42,18 @@ void paper_density(const HdCurve& curve, const float* density, float* out, std::
 void paper_response(const HdCurve& curve, const float* density, float* out, std::size_t n,
                     double print_ev, double flare);
 
+// One soft end of a curve: from a mid grey to it, a density loses `bend` times the square of the
+// way.
+struct SoftEnd {
+  float mid = 0.0f;        // density of a mid grey
+  float range = 1.0f;      // from there to the end
+  float direction = 1.0f;  // 1 towards black, -1 towards white
+  float bend = 0.0f;       // 0: the end is as hard as the curve
+};
+
+SoftEnd soft_black(const HdCurve& curve);
+SoftEnd soft_white(const HdCurve& curve);
+
 // Bends the ends of `n` paper densities by the curve's soft black and white. In place.
 void soften_ends(const HdCurve& curve, float* density, std::size_t n);
 

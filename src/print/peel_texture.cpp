@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "print/dot_screen.h"
+#include "print/instant_texture.h"
 #include "print/paste_bands.h"
 #include "profiles/seeds.h"
 
@@ -19,7 +20,7 @@ PulledSheet sheet_in_hand(const Image& density, const Json& film, double px_um) 
 
 Image add_peel_texture(Image density, const Json& film, const Json& options, double px_um,
                        double strength) {
-  if (!(strength >= 0.0001)) return density;
+  if (!(strength >= kWeakestTexture)) return density;
   const PulledSheet sheet = sheet_in_hand(density, film, px_um);
   const PasteBands bands = paste_bands(film, strength);
   if (bands.amp > kWeakestMark || std::fabs(bands.paste_amp) > kWeakestMark) {

@@ -11,7 +11,36 @@ namespace morva {
 
 namespace {
 
-// How far each place is turned to the light: the slope of the height against its direction.
+// Light on the slopes, -1..1.
+Image light_on_slopes(const Image& ink, const ReliefBlock& relief, double px_per_mm) {
+  const double smooth_px = relief_smooth_px(relief, ink.w, ink.h, px_per_mm);
+  Image q = slope_to_light(blur_plane(ink, smooth_px), relief.light);
+  const float scale = light_per_slope(relief, standard_deviation(q.data.data(), q.data.size()));
+  for (float& v : q.data) v *= scale;
+  elementary::tanhf(q.data.data(), q.data.data(), q.data.size());
+  return q;
+}
+
+}  // namespace
+
+bool has_slopes(const ReliefBlock& relief) {
+  return relief.amount > 1e-4;
+}
+
+bool shows(const ReliefBlock& relief) {
+  return has_slopes(relief) || relief.sheen > 1e-5;
+}
+
+double relief_smooth_px(const ReliefBlock& relief, int w, int h, double px_per_mm) {
+  const double most = static_cast<double>(std::max(w, h));
+  return std::min(std::max(0.6, relief.smooth_mm * px_per_mm), most);
+}
+
+float light_per_slope(const ReliefBlock& relief, double deviation) {
+  const double steep = std::max(relief.slope_floor, 3.0 * deviation);
+  return static_cast<float>(relief.amount / steep);
+}
+
 Image slope_to_light(const Image& height, const std::array<double, 2>& light) {
   const auto light_x = static_cast<float>(light[0]);
   const auto light_y = static_cast<float>(light[1]);
@@ -31,33 +60,16 @@ Image slope_to_light(const Image& height, const std::array<double, 2>& light) {
   return slope;
 }
 
-// Light on the slopes, -1..1. The steepness of the picture's own slopes is the measure, so that a
-// soft picture shows its relief as a crisp one does; a slope that no eye would see stays unseen.
-Image light_on_slopes(const Image& ink, const ReliefBlock& relief, double px_per_mm) {
-  const double most = static_cast<double>(std::max(ink.w, ink.h));
-  const double smooth_px = relief.smooth_mm * px_per_mm;
-  Image q = slope_to_light(blur_plane(ink, std::min(std::max(0.6, smooth_px), most)), relief.light);
-  const double deviation = standard_deviation(q.data.data(), q.data.size());
-  const double steep = std::max(relief.slope_floor, 3.0 * deviation);
-  const auto scale = static_cast<float>(relief.amount / steep);
-  for (float& v : q.data) v *= scale;
-  elementary::tanhf(q.data.data(), q.data.data(), q.data.size());
-  return q;
-}
-
-}  // namespace
-
 void light_relief(Image& print, const Image& ink, const ReliefBlock& relief, double px_per_mm) {
-  const bool has_slopes = relief.amount > 1e-4;
-  if (!has_slopes && relief.sheen <= 1e-5) return;
+  if (!shows(relief)) return;
   const Image q =
-      has_slopes ? light_on_slopes(ink, relief, px_per_mm) : Image(ink.h, ink.w, 1, 0.0f);
+      has_slopes(relief) ? light_on_slopes(ink, relief, px_per_mm) : Image(ink.h, ink.w, 1, 0.0f);
   const auto sheen = static_cast<float>(relief.sheen);
   const std::size_t width = static_cast<std::size_t>(ink.w);
   std::vector<float> gloss(width);
   for (int y = 0; y < ink.h; ++y) {
     const std::size_t first = static_cast<std::size_t>(y) * width;
-    if (sheen > 0.0f) elementary::powf(&ink.data[first], 0.7f, gloss.data(), width);
+    if (sheen > 0.0f) elementary::powf(&ink.data[first], kGlossPower, gloss.data(), width);
     float* p = &print.data[first * 3];
     for (std::size_t x = 0; x < width; ++x) {
       const float lit = 1.0f + q.data[first + x];

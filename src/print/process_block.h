@@ -14,6 +14,8 @@ struct InkField {
   double strength = 0.0;  // 0: no field
   double raster = 0.22;   // change of the ink a deviation, in the mid tones
   double specks = 0.16;   // ink that strikes in the lights, as a share of that
+
+  double change() const { return strength * raster; }
 };
 
 enum class TextureKind { grain, cells, fibre, wood };

@@ -2,20 +2,17 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "image/elementary.h"
 #include "image/held.h"
-#include "print/smooth_field.h"
 
 namespace morva {
 
 namespace {
 
-void add_scaled(Image& sum, const Image& field, double weight) {
-  const auto share = static_cast<float>(weight);
-  for (std::size_t i = 0; i < sum.data.size(); ++i) sum.data[i] += share * field.data[i];
-}
+constexpr double kLeastTexture = 1e-4;
 
 // Resin dust that was melted on to a plate, and the cells it leaves between its grains: each pixel
 // belongs to the nearest of a lattice of jittered seeds, and each seed holds more or less ink than
@@ -110,53 +107,73 @@ Image fibre_field(Rng& rng, int w, int h, double sigma) {
 Image wood_field(Rng& rng, int w, int h, double sigma) {
   constexpr double ring_widths = 4.0;
   constexpr double length_to_width = 60.0;
-  Image field = stroke_field(rng, w, h, length_to_width * sigma, ring_widths * sigma);
   const double pore_length = 0.2 * length_to_width * sigma;
-  add_scaled(field, stroke_field(rng, w, h, pore_length, sigma), 1.0);
-  scale_to_unit_deviation(field);
-  return field;
+  DrawnField drawn;
+  drawn.layers.push_back(stroke_layer(rng, w, h, length_to_width * sigma, ring_widths * sigma));
+  drawn.layers.push_back(stroke_layer(rng, w, h, pore_length, sigma));
+  return sum_of_layers(std::move(drawn), w, h);
+}
+
+FieldLayer finished(Image field, double share = 1.0) {
+  return {std::move(field), share, true};
 }
 
 }  // namespace
 
-Image texture_field(Rng& rng, int w, int h, const TextureBlock& texture, double px_per_mm) {
+bool shows(const TextureBlock& texture) {
+  return texture.ink.strength > kLeastTexture;
+}
+
+bool shows(const RollerBlock& roller) {
+  return roller.ink.strength > 0.0;
+}
+
+DrawnField draw_texture(Rng& rng, int w, int h, const TextureBlock& texture, double px_per_mm) {
   const double px_per_um = px_per_mm / 1000.0;
   const double fine_px = std::max(0.6, texture.fine_um * px_per_um);
   const double wide_px = std::max(1.0, texture.wide_um * px_per_um);
-  Image field;
+  DrawnField drawn;
+  const auto add = [&](FieldLayer layer) { drawn.layers.push_back(std::move(layer)); };
   if (texture.kind == TextureKind::cells) {
     const double most = static_cast<double>(std::max(w, h)) + 1.0;
-    field = cell_field(rng, w, h, held(texture.cell_um * px_per_um, 0.7, most));
-    add_scaled(field, smooth_field(rng, w, h, fine_px), texture.fine_amp);
+    add(finished(cell_field(rng, w, h, held(texture.cell_um * px_per_um, 0.7, most))));
+    add(smooth_layer(rng, w, h, fine_px, texture.fine_amp));
   } else if (texture.kind == TextureKind::fibre) {
-    field = fibre_field(rng, w, h, fine_px);
-    add_scaled(field, fibre_field(rng, w, h, 2.0 * fine_px), 1.0);
+    add(finished(fibre_field(rng, w, h, fine_px)));
+    add(finished(fibre_field(rng, w, h, 2.0 * fine_px)));
   } else if (texture.kind == TextureKind::wood) {
-    field = wood_field(rng, w, h, fine_px);
+    add(finished(wood_field(rng, w, h, fine_px)));
   } else {
-    field = smooth_field(rng, w, h, fine_px);
+    add(smooth_layer(rng, w, h, fine_px));
   }
-  add_scaled(field, smooth_field(rng, w, h, wide_px), texture.wide_amp);
-  scale_to_unit_deviation(field);
-  return field;
+  add(smooth_layer(rng, w, h, wide_px, texture.wide_amp));
+  return drawn;
 }
 
-Image roller_field(Rng& rng, int w, int h, const RollerBlock& roller, double px_per_mm) {
+Image texture_field(Rng& rng, int w, int h, const TextureBlock& texture, double px_per_mm) {
+  return sum_of_layers(draw_texture(rng, w, h, texture, px_per_mm), w, h);
+}
+
+DrawnField draw_roller(Rng& rng, int w, int h, const RollerBlock& roller, double px_per_mm) {
   const double r = roller.ink.strength;
   const double spread = 0.5 * (1.0 + 1.6 * r);  // a heavier hand drags the layer further
   const double brush_px = std::max(1.0, roller.brush_mm * spread * px_per_mm);
   const double fine_px = std::max(1.0, roller.fine_mm * spread * px_per_mm);
-  Image layer = smooth_field(rng, w, h, brush_px);
-  add_scaled(layer, smooth_field(rng, w, h, fine_px), roller.fine_amp * (1.0 - 0.8 * r));
+  DrawnField drawn;
+  drawn.layers.push_back(smooth_layer(rng, w, h, brush_px));
+  drawn.layers.push_back(smooth_layer(rng, w, h, fine_px, roller.fine_amp * (1.0 - 0.8 * r)));
   // A sheet holds only a few widths of the brush. What they have in common is the amount of ink,
   // which is the printer's choice; the roller leaves the differences.
-  take_off_mean(layer);
-  scale_to_unit_deviation(layer);
-  return layer;
+  drawn.about_its_mean = true;
+  return drawn;
+}
+
+Image roller_field(Rng& rng, int w, int h, const RollerBlock& roller, double px_per_mm) {
+  return sum_of_layers(draw_roller(rng, w, h, roller, px_per_mm), w, h);
 }
 
 void show_in_ink(Image& ink, const Image& field, const InkField& how) {
-  const auto strength = static_cast<float>(how.strength * how.raster);
+  const auto strength = static_cast<float>(how.change());
   const auto specks = static_cast<float>(how.specks);
   const std::size_t width = ink.row_samples();
   std::vector<float> body(width), lights(width);

@@ -61,9 +61,13 @@ ReversalPrintParams reversal_print_params(const Json& paper, const Json& options
   return params;
 }
 
+double exposure_under_clear_film(const ReversalPrintParams& params) {
+  return params.print_ev * kLog10Stop - kGreyDensity;
+}
+
 double density_under_slide(const ReversalPrintParams& params, double light) {
   const double read = std::clamp(light, -kDecades, 0.0);
-  return params.curve.density(params.print_ev * kLog10Stop - kGreyDensity - read);
+  return params.curve.density(exposure_under_clear_film(params) - read);
 }
 
 void print_transmission(Image& slide, const ReversalPrintParams& params) {

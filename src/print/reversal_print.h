@@ -17,6 +17,9 @@ struct ReversalPrintParams {
 
 ReversalPrintParams reversal_print_params(const Json& paper, const Json& options);
 
+// log10 exposure of the paper under clear film, relative to a mid grey.
+double exposure_under_clear_film(const ReversalPrintParams& params);
+
 // The paper's density, before its soft ends, under a slide of the transmission 10^`light`, which is
 // read over six decades.
 double density_under_slide(const ReversalPrintParams& params, double light);

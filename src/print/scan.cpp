@@ -27,21 +27,19 @@ double strength(const Json& scan, const char* key, double fallback) {
 }
 
 void add_flare(Image& positive, double flare) {
-  if (flare <= kLeast) return;
+  if (flare == 0.0) return;
   const auto added = static_cast<float>(flare), white = static_cast<float>(1.0 + flare);
   for (float& v : positive.data) v = (v + added) / white;
 }
 
 // What is darker than the scanner's Dmax drowns in it; the colour of the rest is kept.
-void take_off_darkest(Image& positive, double darkest) {
+void take_off_darkest(Image& positive, const ScanParams::Black& black) {
   constexpr float least_mean = 1e-9f;
-  const auto black = static_cast<float>(darkest);
-  const auto range = static_cast<float>(std::max(1.0 - darkest, 1e-9));
   float* p = positive.data.data();
   for (std::size_t i = 0; i < positive.pixels(); ++i, p += 3) {
     const float mean = layer_mean(p);
-    const float kept = std::max(mean - black, 0.0f) / std::max(mean, least_mean);
-    for (int k = 0; k < 3; ++k) p[k] = p[k] * kept / range;
+    const float kept = std::max(mean - black.light, 0.0f) / std::max(mean, least_mean);
+    for (int k = 0; k < 3; ++k) p[k] = p[k] * kept / black.range;
   }
 }
 
@@ -67,52 +65,32 @@ void bend_ends(float* row, std::size_t n, const HdCurve& ends) {
 }
 
 void bend(Image& positive, const ScanParams& params) {
-  const bool has_contrast = std::fabs(params.contrast - 1.0) > kLeast;
-  const bool has_ends = params.ends.shoulder_cut > 0.0 || params.ends.toe_lift > 0.0;
+  const bool contrast = has_contrast(params), ends = has_ends(params);
   const std::size_t n = positive.row_samples();
   for (int y = 0; y < positive.h; ++y) {
     float* row = &positive.data[static_cast<std::size_t>(y) * n];
-    if (has_contrast) bend_contrast(row, n, static_cast<float>(params.contrast));
-    if (has_ends) bend_ends(row, n, params.ends);
+    if (contrast) bend_contrast(row, n, static_cast<float>(params.contrast));
+    if (ends) bend_ends(row, n, params.ends);
   }
 }
 
-// A blur of more than the picture's long side would leave no picture.
-Image blurred(const Image& image, double sigma_px) {
-  return blur_image(image, std::min<double>(sigma_px, std::max(image.h, image.w)));
-}
-
-Image blur_by_optics(Image image, const Json& scan) {
-  constexpr double sigma_of_height = 0.0016;
-  constexpr double least_sigma_px = 0.4;
-  const double mtf = strength(scan, "mtf", 0.0);
-  if (mtf <= 0.001) return image;
-  return blurred(image, std::max(least_sigma_px, mtf * sigma_of_height * image.h));
-}
-
 // Unsharp masking.
-void sharpen(Image& image, const Json& scan) {
-  constexpr double least_sigma_px = 0.5;
-  constexpr double gain = 1.5;
-  const double amount = strength(scan, "sharpen", 0.0);
-  if (amount <= 0.001) return;
-  const double sigma_px =
-      std::max(least_sigma_px, strength(scan, "sharpen_frac", 0.0007) * image.h);
-  const Image soft = blurred(image, sigma_px);
-  const auto factor = static_cast<float>(gain * amount);
+void sharpen(Image& image, double sigma_px, float factor) {
+  const Image soft = blur_image(image, sigma_px);
   for (std::size_t i = 0; i < image.data.size(); ++i) {
     float& v = image.data[i];
     v = std::max(0.0f, v + (v - soft.data[i]) * factor);
   }
 }
 
-void press_highlights(Image& image, const Json& scan) {
-  constexpr float slope = 0.25f;
-  const double clip = strength(scan, "highlight_clip", 0.0);
-  if (clip <= 0.0001) return;
-  const auto knee = static_cast<float>(1.0 - clip);
+void press_highlights(Image& image, float knee) {
   for (float& v : image.data)
-    if (v > knee) v = knee + (v - knee) * slope;
+    if (v > knee) v = knee + (v - knee) * kPressedSlope;
+}
+
+// A blur of more than the picture's long side would leave no picture.
+double within_picture(double sigma_px, PixelSize size) {
+  return std::min<double>(sigma_px, std::max(size.h, size.w));
 }
 
 }  // namespace
@@ -120,11 +98,12 @@ void press_highlights(Image& image, const Json& scan) {
 ScanParams scan_params(const Json& paper, const Json& options) {
   const Json& scan = get_object(paper, "scan");
   ScanParams params;
-  params.flare = strength(scan, "flare", 0.0);
+  if (const double flare = strength(scan, "flare", 0.0); flare > kLeast) params.flare = flare;
   double dmax = kOrdinaryDmax;
   if (!get(scan, "positive_dmax").is_null()) {
     dmax = strength(scan, "positive_dmax", 0.0);
-    params.darkest = elementary::pow(10.0, -dmax);
+    const double darkest = elementary::pow(10.0, -dmax);
+    params.black = {static_cast<float>(darkest), static_cast<float>(std::max(1.0 - darkest, 1e-9))};
   }
   const double print_ev = held(get_number(options, "print_ev", 0.0), -kMostStops, kMostStops);
   if (!truthy(get(paper, "fixed_exposure")) && std::fabs(print_ev) > kLeast)
@@ -141,10 +120,18 @@ ScanParams scan_params(const Json& paper, const Json& options) {
   return params;
 }
 
+bool has_ends(const ScanParams& params) {
+  return params.ends.shoulder_cut > 0.0 || params.ends.toe_lift > 0.0;
+}
+
+bool has_contrast(const ScanParams& params) {
+  return std::fabs(params.contrast - 1.0) > kLeast;
+}
+
 Image scan_positive(Image positive, const Json& paper, const Json& options) {
   const ScanParams params = scan_params(paper, options);
   add_flare(positive, params.flare);
-  if (params.darkest) take_off_darkest(positive, *params.darkest);
+  if (params.black) take_off_darkest(positive, *params.black);
   expose(positive, params.gain);
   bend(positive, params);
   clamp_to_sheet(positive);
@@ -162,14 +149,32 @@ PixelSize scan_file_size(PixelSize positive, const Json& paper) {
   return {scaled(positive.w), scaled(positive.h)};
 }
 
-Image scan_finish(Image positive, const Json& paper) {
+ScanFileParams scan_file_params(PixelSize positive, const Json& paper) {
+  constexpr double optics_of_height = 0.0016, least_optics_px = 0.4, least_sharpen_px = 0.5;
+  constexpr double sharpen_gain = 1.5;
   const Json& scan = get_object(paper, "scan");
-  const PixelSize size = scan_file_size({positive.w, positive.h}, paper);
-  positive = blur_by_optics(std::move(positive), scan);
-  if (size.w != positive.w || size.h != positive.h)
-    positive = resize_image(positive, size.w, size.h, kResizeLanczos);
-  sharpen(positive, scan);
-  press_highlights(positive, scan);
+  ScanFileParams file;
+  if (const double mtf = strength(scan, "mtf", 0.0); mtf > 0.001)
+    file.optics_sigma_px =
+        within_picture(std::max(least_optics_px, mtf * optics_of_height * positive.h), positive);
+  file.size = scan_file_size(positive, paper);
+  if (const double amount = strength(scan, "sharpen", 0.0); amount > 0.001) {
+    const double sigma_px = strength(scan, "sharpen_frac", 0.0007) * file.size.h;
+    file.sharpen_sigma_px = within_picture(std::max(least_sharpen_px, sigma_px), file.size);
+    file.sharpen = static_cast<float>(sharpen_gain * amount);
+  }
+  if (const double clip = strength(scan, "highlight_clip", 0.0); clip > 0.0001)
+    file.knee = static_cast<float>(1.0 - clip);
+  return file;
+}
+
+Image scan_finish(Image positive, const Json& paper) {
+  const ScanFileParams file = scan_file_params({positive.w, positive.h}, paper);
+  if (file.optics_sigma_px > 0.0) positive = blur_image(positive, file.optics_sigma_px);
+  if (file.size.w != positive.w || file.size.h != positive.h)
+    positive = resize_image(positive, file.size.w, file.size.h, kResizeLanczos);
+  if (file.sharpen > 0.0f) sharpen(positive, file.sharpen_sigma_px, file.sharpen);
+  if (file.knee) press_highlights(positive, *file.knee);
   clamp_to_sheet(positive);
   return positive;
 }

@@ -12,12 +12,20 @@
 namespace morva {
 
 struct ScanParams {
-  double flare = 0.0;             // added light, of white
-  std::optional<double> darkest;  // light at the scanner's Dmax, where it has one
-  double gain = 1.0;              // of the exposure
-  double contrast = 1.0;          // exponent, above 0: black stays black
-  HdCurve ends;                   // soft black and white on a scale of densities from 0 to dmax
+  struct Black {
+    float light = 0.0f;  // at the scanner's Dmax
+    float range = 1.0f;  // from there to white
+  };
+  double flare = 0.0;          // added light, of white
+  std::optional<Black> black;  // of a scanner that states its Dmax
+  double gain = 1.0;           // of the exposure
+  double contrast = 1.0;       // exponent, above 0: black stays black
+  HdCurve ends;                // soft black and white on a scale of densities from 0 to dmax
 };
+
+// Whether the soft ends, the contrast bend anything.
+bool has_ends(const ScanParams& params);
+bool has_contrast(const ScanParams& params);
 
 // Options `print_ev`, `grade`, `print_black` and `print_white`; the paper's `scan` object, and
 // `fixed_exposure` and `fixed_grade` of the paper itself. Finite, whatever stands in the file.
@@ -29,6 +37,19 @@ Image scan_positive(Image positive, const Json& paper, const Json& options);
 // The size of the file of a positive: only a larger one is scaled, to the long side that the
 // scanner gives.
 PixelSize scan_file_size(PixelSize positive, const Json& paper);
+
+// What becomes of the file: lengths in pixels, 0 for a step that is left out.
+struct ScanFileParams {
+  double optics_sigma_px = 0.0;  // of the blur, before the size changes
+  PixelSize size;
+  double sharpen_sigma_px = 0.0;
+  float sharpen = 0.0f;       // how often the difference from the blurred picture is added
+  std::optional<float> knee;  // light above which highlights are pressed
+};
+
+inline constexpr float kPressedSlope = 0.25f;  // of the highlights above the knee
+
+ScanFileParams scan_file_params(PixelSize positive, const Json& paper);
 
 // Blur, size, sharpening and clipped highlights of the file, 0..1.
 Image scan_finish(Image positive, const Json& paper);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "image/filters.h"
 #include "image/held.h"
@@ -21,6 +22,13 @@ int coarse_side(int side, double sigma) {
   return std::max(1, static_cast<int>(std::ceil(side * kCoarseSigma / sigma)));
 }
 
+Image finish(FieldLayer layer, int w, int h) {
+  if (layer.finished) return std::move(layer.samples);
+  Image field = pil_resize(layer.samples, w, h, kResizeBicubic);
+  scale_to_unit_deviation(field);
+  return field;
+}
+
 }  // namespace
 
 Image spread_noise(Rng& rng, int w, int h, double sigma_x, double sigma_y) {
@@ -37,27 +45,51 @@ Image spread_noise(Rng& rng, int w, int h, double sigma_x, double sigma_y) {
   return noise;
 }
 
-Image stroke_field(Rng& rng, int w, int h, double sigma_x, double sigma_y) {
+FieldLayer stroke_layer(Rng& rng, int w, int h, double sigma_x, double sigma_y, double share) {
   const double longest = std::max(1.0, static_cast<double>(std::max(w, h)));
   sigma_x = held(sigma_x, kLeastSigma, longest);
   sigma_y = held(sigma_y, kLeastSigma, longest);
   const int coarse_w = coarse_side(w, sigma_x);
   const int coarse_h = coarse_side(h, sigma_y);
-  Image field =
-      spread_noise(rng, coarse_w, coarse_h, sigma_x * coarse_w / w, sigma_y * coarse_h / h);
-  field = pil_resize(field, w, h, kResizeBicubic);
-  scale_to_unit_deviation(field);
-  return field;
+  return {spread_noise(rng, coarse_w, coarse_h, sigma_x * coarse_w / w, sigma_y * coarse_h / h),
+          share};
+}
+
+FieldLayer smooth_layer(Rng& rng, int w, int h, double sigma, double share) {
+  return stroke_layer(rng, w, h, sigma, sigma, share);
+}
+
+Image stroke_field(Rng& rng, int w, int h, double sigma_x, double sigma_y) {
+  return finish(stroke_layer(rng, w, h, sigma_x, sigma_y), w, h);
 }
 
 Image smooth_field(Rng& rng, int w, int h, double sigma) {
   return stroke_field(rng, w, h, sigma, sigma);
 }
 
-void scale_to_unit_deviation(Image& field) {
+Image sum_of_layers(DrawnField drawn, int w, int h) {
+  Image sum;
+  for (FieldLayer& layer : drawn.layers) {
+    const auto share = static_cast<float>(layer.share);
+    Image field = finish(std::move(layer), w, h);
+    if (sum.data.empty()) {
+      sum = std::move(field);
+      continue;
+    }
+    for (std::size_t i = 0; i < sum.data.size(); ++i) sum.data[i] += share * field.data[i];
+  }
+  if (drawn.about_its_mean) take_off_mean(sum);
+  scale_to_unit_deviation(sum);
+  return sum;
+}
+
+float unit_scale(double deviation) {
   constexpr double least_deviation = 1e-6;
-  const double deviation = standard_deviation(field.data.data(), field.data.size());
-  const float scale = deviation > least_deviation ? static_cast<float>(1.0 / deviation) : 0.0f;
+  return deviation > least_deviation ? static_cast<float>(1.0 / deviation) : 0.0f;
+}
+
+void scale_to_unit_deviation(Image& field) {
+  const float scale = unit_scale(standard_deviation(field.data.data(), field.data.size()));
   for (float& v : field.data) v *= scale;
 }
 

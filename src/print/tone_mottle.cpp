@@ -43,11 +43,14 @@ Image patches(int h, int w, double sigma_px, Rng& rng) {
 
 }  // namespace
 
+bool has_tone_mottle(const Json& film, double strength) {
+  return truthy(get(film, "tone_mottle")) && strength > 0.0001;
+}
+
 Image tone_mottle(Image positive, const Image& density, double dmin, double dmax, const Json& film,
                   double strength, Rng& rng) {
-  const Json& block = get(film, "tone_mottle");
-  if (!truthy(block) || !(strength > 0.0001)) return positive;
-  ToneMottle m = mottle_of_film(block, strength, positive.w);
+  if (!has_tone_mottle(film, strength)) return positive;
+  ToneMottle m = mottle_of_film(get(film, "tone_mottle"), strength, positive.w);
   if (!(m.amp > 0.0)) return positive;
   if (m.frame_var > 1e-6) m.amp *= rng.uniform(std::max(0.0, 1.0 - m.frame_var), m.frame_var + 1.0);
   const Image field = patches(positive.h, positive.w, m.sigma_px, rng);

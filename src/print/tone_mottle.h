@@ -8,6 +8,9 @@
 
 namespace morva {
 
+// Whether the film has any to show at `strength`.
+bool has_tone_mottle(const Json& film, double strength);
+
 // `positive`: linear, three channels; `density`: what made it, one channel of the same size, on a
 // curve from `dmin` to `dmax`. The film's block `tone_mottle` gives the amplitude, which `strength`
 // scales. Draws from `rng`: the frame's own strength where the film's frames differ, then the

@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "engine/host.h"
+#include "engine/maker.h"
 #include "flow/film_area.h"
 #include "flow/options.h"
 #include "flow/sheet.h"
@@ -24,11 +25,6 @@
 
 namespace morva {
 namespace {
-
-const ProfileStore& maker() {
-  static const ProfileStore store{std::filesystem::path(MORVA_PROFILES_PATH)};
-  return store;
-}
 
 class Flow : public ::testing::Test {
  protected:
@@ -208,7 +204,12 @@ TEST_F(Flow, TheMasterIsBoundByTheFormat) {
 TEST_F(Flow, ASheetHoldsThePrintAndItsBorders) {
   const auto print_cm = [](bool instant) {
     Json opts = merged_options({{"sheet_cm", 24}, {"border", 0.1}});
-    update_print_scale(opts, Json::object(), instant, 36000.0, 3000, 3300);
+    FilmFrame frame;
+    frame.area.is_instant = instant;
+    frame.picture = {3000, 2000};
+    frame.rebate.w = 3300;
+    frame.rebate.h = 2300;
+    update_print_scale(opts, Json::object(), frame);
     return opts["print_cm"].get<double>();
   };
   EXPECT_NEAR(24.0, print_cm(false) * (1.0 + 2.0 * 0.1 * 3000 / 3300), 1e-12);

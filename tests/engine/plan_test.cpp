@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "engine/host.h"
+#include "engine/maker.h"
 #include "engine/plan_queries.h"
 #include "film/growth_grain.h"
 #include "flow/options.h"
@@ -25,11 +26,6 @@ constexpr int kSettings = 300;
 #else
 constexpr int kSettings = 3000;
 #endif
-
-const ProfileStore& maker() {
-  static const ProfileStore store{std::filesystem::path(MORVA_PROFILES_PATH)};
-  return store;
-}
 
 class Plan : public ::testing::Test {
  protected:
@@ -157,11 +153,11 @@ TEST_F(Plan, CapsAreTheFilmsAndTheGrainEnginesOwn) {
       const int grain = frame_caps(stock, opts, {8000, 5333}).grain;
       ASSERT_GT(grain, 64) << film;
       const auto by_moments = [&](int long_px) {
-        const Image density(1, long_px, 3, 0.8f);
+        const PixelSize picture = {long_px, 1};
         const Json record = get(stock, "grain");
         if (get(stock, "type") == "bw")
-          return growth_plan_bw(density, 0.1, 2.2, 36000.0, record, 1.0, size_mult).analytic;
-        return growth_plan_color(density, {0.1, 0.1, 0.1}, {2.2, 2.2, 2.2}, 36000.0, record, 1.0,
+          return growth_plan_bw(picture, 0.1, 2.2, 36000.0, record, 1.0, size_mult).analytic;
+        return growth_plan_color(picture, {0.1, 0.1, 0.1}, {2.2, 2.2, 2.2}, 36000.0, record, 1.0,
                                  size_mult)
             .analytic;
       };

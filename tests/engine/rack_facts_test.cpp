@@ -12,8 +12,9 @@
 #include <utility>
 #include <vector>
 
-#include "flow/flow.h"
+#include "engine/maker.h"
 #include "flow/options.h"
+#include "flow/stock.h"
 #include "image/random.h"
 #include "morva.h"
 #include "print/paper.h"
@@ -25,11 +26,6 @@ namespace morva {
 namespace {
 
 constexpr int kPoints = 65;
-
-const ProfileStore& maker() {
-  static const ProfileStore store{std::filesystem::path(MORVA_PROFILES_PATH)};
-  return store;
-}
 
 struct Asked {
   int code = 0;

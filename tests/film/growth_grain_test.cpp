@@ -88,7 +88,7 @@ TEST(Moments, AreThoseOfPoissonGrainsOfALognormalRate) {
 
 // A film of 200 pixels of `um_per_px`.
 GrowthPlan bw_plan(double um_per_px) {
-  return growth_plan_bw(Image(100, 200, 1), kBase, kMost, 200.0 * um_per_px, kGrain, 1.0, 1.0);
+  return growth_plan_bw({200, 100}, kBase, kMost, 200.0 * um_per_px, kGrain, 1.0, 1.0);
 }
 
 TEST(GrowthPlan, TakesMomentsWherePixelsAreLarge) {

@@ -339,6 +339,10 @@ class FakeDevice : public platform::Device, protected Counted {
     machine_.note(Op::remove);
     machine_.lost = platform::kDeviceRemoved;
   }
+  Result fault_report(std::string* out) override {
+    if (machine_.fault.empty()) return platform::kFailed;
+    return given(Op::fault_report, machine_.fault, out);
+  }
   Result keep_messages(std::uint32_t limit) override {
     return machine_.answer(Op::keep_messages, {}, {limit});
   }

@@ -41,6 +41,7 @@ enum class Op {
   create_pipeline,
   removed_reason,
   remove,
+  fault_report,
   keep_messages,
   take_messages,
   set_name,
@@ -105,6 +106,7 @@ class FakePlatform : public platform::Platform {
   platform::MemoryInfo local;
   platform::MemoryInfo non_local;
   std::vector<platform::DebugMessage> messages;
+  std::string fault;  // what is known of a loss; empty: no records
 
   // How it behaves; may change at any time.
   std::int64_t clock_ns = 1'000'000'000'000;

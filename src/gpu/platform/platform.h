@@ -2,9 +2,9 @@
 // All decisions (what to record, when to submit, what to keep) are made above this interface, so
 // that they can be tested without a GPU.
 //
-// Ownership: each object is owned by its caller and dies before the one that made it: device before
-// adapter, adapter before factory, factory before platform. Every call that returns a Result may
-// fail, and then leaves its output as it was. Nothing throws.
+// Ownership: each object is owned by its caller and keeps alive what it was made from, so that they
+// may go in any order; only the platform outlives them all. Every call that returns a Result may
+// fail, and then leaves its output as it was. Nothing throws but std::bad_alloc.
 #pragma once
 
 #include <cstddef>
@@ -59,9 +59,10 @@ class Device {
   virtual Result create_list(Allocator& allocator, std::unique_ptr<List>* out) = 0;
   virtual Result create_fence(std::uint64_t value, std::unique_ptr<Fence>* out) = 0;
   virtual Result create_query_heap(std::uint32_t count, std::unique_ptr<QueryHeap>* out) = 0;
-  // A buffer with memory of its own. Default buffers allow unordered access and start `common`,
-  // upload buffers start and stay `generic_read`, readback buffers `copy_dest`. Contents are not
-  // defined. Safe beside recording on another thread.
+  // A buffer with memory of its own, its size a multiple of 4. Default buffers allow unordered
+  // access and start `common`, upload buffers start and stay `generic_read`, readback buffers
+  // `copy_dest`. Contents are not defined. A size beyond what the device binds or allocates is
+  // kOutOfMemory. Safe beside recording on another thread.
   virtual Result create_buffer(Heap heap, std::uint64_t bytes, State initial,
                                std::unique_ptr<Resource>* out) = 0;
 
@@ -74,10 +75,14 @@ class Device {
 
   // Success while the device lives; once lost, the same failure for ever. Any thread.
   virtual Result removed_reason() = 0;
-  // Takes the device away for real, as a driver reset would: the next list meets a lost device.
+  // Takes the device away, as a driver reset would: the next list that is handed over meets a lost
+  // device, and so does everything after it.
   virtual void remove() = 0;
+  // What the driver has recorded of the fault that lost the device, lines of text. Fails where it
+  // keeps no such records.
+  virtual Result fault_report(std::string* out) = 0;
 
-  // Keeps the debug layer's messages from here on, the newest `limit` of them.
+  // Keeps the debug layer's messages from here on, the newest `limit` of them; fails without one.
   virtual Result keep_messages(std::uint32_t limit) = 0;
   // All kept messages, oldest first; they are forgotten.
   virtual std::vector<DebugMessage> take_messages() = 0;
@@ -102,8 +107,8 @@ class Factory {
   virtual Result software_adapter(std::unique_ptr<Adapter>* out) = 0;
 };
 
-// The way in. Both switches are thrown before the factory is made. A machine without a driver has a
-// factory without adapters.
+// The way in. The switches stay on and hold for every factory made after them. A machine without a
+// driver has a factory without adapters. Any thread.
 class Platform {
  public:
   virtual ~Platform() = default;
@@ -113,7 +118,7 @@ class Platform {
   // Keeps what the report of a lost device reads.
   virtual Result enable_loss_records() = 0;
   virtual Result create_factory(std::unique_ptr<Factory>* out) = 0;
-  // Monotonic clock in nanoseconds. Any thread.
+  // Monotonic clock in nanoseconds.
   virtual std::int64_t now_ns() = 0;
 };
 

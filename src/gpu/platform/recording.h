@@ -1,9 +1,9 @@
 // What a device hands out: buffers, pipelines, the list that commands are recorded into, the queue
 // that runs it and the fence that tells when it has run.
 //
-// Ownership: every object is owned by whoever asked for it and must be gone before the device that
-// made it. A list only borrows: what it names must live until the list has run or was abandoned.
-// Destroying a queue waits for what it still runs.
+// Ownership: every object is owned by whoever asked for it and keeps its device alive. A list only
+// borrows: what it names must live until the list has run or was abandoned. Destroying a queue or a
+// fence waits for what was handed over.
 // Threads: one at a time for each object, but for what is said otherwise.
 #pragma once
 
@@ -96,9 +96,11 @@ class List : public Named {
 
   // A name in the list's log; the report of a lost device counts these.
   virtual void marker(const char* name) = 0;
-  // The queue's clock once everything before has finished.
+  // The queue's clock once everything before has finished. Each index once in a list, one heap a
+  // list.
   virtual void end_query(QueryHeap& heap, std::uint32_t index) = 0;
-  // Writes `count` timestamps from index 0 as 64-bit ticks to the start of `to`.
+  // Writes `count` timestamps from index 0 as 64-bit ticks to the start of `to`; all of them must
+  // have been taken in this list.
   virtual void resolve(QueryHeap& heap, std::uint32_t count, Resource& to) = 0;
 };
 
@@ -116,7 +118,7 @@ class Fence : public Named {
 // Runs lists one after the other. execute() and signal() may be called beside another queue's.
 class Queue : public Named {
  public:
-  // Hands over a closed list. A device that is lost in it tells so in removed_reason().
+  // Hands over a closed list, once. A device that is lost in it tells so in removed_reason().
   virtual void execute(List& list) = 0;
   // Raises the fence to `value` once all lists so far have finished. May fail.
   virtual Result signal(Fence& fence, std::uint64_t value) = 0;

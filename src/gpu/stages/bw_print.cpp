@@ -1,0 +1,37 @@
+#include "gpu/stages/bw_print.h"
+
+#include <utility>
+
+#include "gpu/stages/develop_color.h"
+#include "gpu/stages/element_launch.h"
+#include "gpu/stages/pixel_ops.h"
+#include "gpu/stages/print_table.h"
+
+namespace morva::gpu {
+
+GImage density_on_paper(const Frame& frame, const GImage& density) {
+  return weighted_plane(frame.device, density, paper_weights(frame.paper));
+}
+
+GImage expose_bw_paper(Device& device, const PrintParams& params, const GImage& density) {
+  const std::vector<float> table = print_table(params, printer_veil(device, params, density));
+  GImage print = device.image(density.height, density.width, 3);
+  launch_elements(device, Kernel::print_bw_main, pixels(density),
+                  {static_cast<std::uint32_t>(pixels(density))}, table,
+                  {density.buffer.get(), nullptr, print.buffer.get()});
+  return print;
+}
+
+GImage print_bw(const Frame& frame, const PrintParams& params, GNegative negative) {
+  const StageTimer timer(frame, "печать");
+  return expose_bw_paper(frame.device, params, negative.density);
+}
+
+GImage print_color_on_bw(const Frame& frame, GImage scene) {
+  GNegative on_paper;
+  on_paper.density = density_on_paper(frame, develop_color(frame, std::move(scene)).density);
+  check_cancel(frame.ctx);
+  return print_bw(frame, print_params_bw(frame.paper, frame.opts), std::move(on_paper));
+}
+
+}  // namespace morva::gpu

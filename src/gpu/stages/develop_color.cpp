@@ -1,0 +1,55 @@
+#include "gpu/stages/develop_color.h"
+
+#include <utility>
+
+#include "film/couplers.h"
+#include "gpu/stages/emulsion.h"
+#include "gpu/stages/grain.h"
+#include "gpu/stages/layers.h"
+#include "gpu/stages/pixel_ops.h"
+
+namespace morva::gpu {
+
+namespace {
+
+std::array<float, 3> below_mid(const std::array<HdCurve, 3>& curves) {
+  const std::array<float, 3> mid = layer_mid(curves);
+  return {-mid[0], -mid[1], -mid[2]};
+}
+
+}  // namespace
+
+GImage develop_dyes(Device& device, const GImage& light, const GImage& uneven,
+                    const DevelopParams& params) {
+  LayerDevelopment layers;
+  layers.curves = params.curves;
+  layers.exposure = params.exposure;
+  layers.matrix = params.couplers;
+  layers.widening = coupler_widening(params.saturation);
+  layers.retained_silver = params.retained_silver;
+  return develop_layers(device, light, uneven, layers);
+}
+
+GColorNegative develop_color(const Frame& frame, GImage scene) {
+  GImage light;
+  {
+    const StageTimer timer(frame, "эмульсия (мутность, галация)");
+    light = light_in_layers(frame, std::move(scene));
+  }
+  check_cancel(frame.ctx);
+
+  const DevelopParams params = develop_params(frame.stock, frame.opts, frame.uneven);
+  GColorNegative negative;
+  negative.curves = params.curves;
+  {
+    const StageTimer timer(frame, "негатив (кривые, соседство)");
+    negative.density =
+        develop_dyes(frame.device, std::exchange(light, {}), frame.uneven_gpu, params);
+    adjacency(frame, negative.density);
+  }
+  negative.density = add_grain(frame, std::move(negative.density), negative.curves);
+  add_channels(frame.device, negative.density, below_mid(negative.curves));
+  return negative;
+}
+
+}  // namespace morva::gpu

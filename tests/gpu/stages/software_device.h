@@ -1,0 +1,13 @@
+// The software GPU that tests of kernels and stages run on: one for the whole program, since making
+// its pipelines costs seconds.
+#pragma once
+
+#include "gpu/device.h"
+
+namespace morva::gpu {
+
+// Made at the first call; fails the test that asks where no Vulkan driver is installed. No budget
+// cuts or ends its lists unless a test says so.
+Device& software_device();
+
+}  // namespace morva::gpu

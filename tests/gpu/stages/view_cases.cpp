@@ -1,0 +1,9 @@
+#include "gpu/stages/kernel_case.h"
+
+namespace morva::gpu {
+
+std::vector<KernelCase> view_cases() {
+  return {};
+}
+
+}  // namespace morva::gpu
