@@ -7,32 +7,14 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
 
 #include "morva.h"
+#include "painted_picture.h"
 
 namespace {
-
-struct Size {
-  int width;
-  int height;
-};
-
-std::vector<float> painted(Size size) {
-  std::vector<float> rgb(static_cast<std::size_t>(size.width) * size.height * 3);
-  for (int y = 0; y < size.height; ++y)
-    for (int x = 0; x < size.width; ++x)
-      for (int k = 0; k < 3; ++k) {
-        const double wave = std::sin(40.0 * x / size.width + k) * std::cos(30.0 * y / size.width);
-        rgb[(static_cast<std::size_t>(y) * size.width + x) * 3 + k] =
-            static_cast<float>(0.18 * std::exp2(4.0 * wave));  // four stops either way
-      }
-  for (std::size_t i = 0; i < rgb.size(); i += 300007) rgb[i] = 20.0f;  // lights
-  return rgb;
-}
 
 double seconds_of_render(Size size, const char* film, const char* paper, const char* options) {
   const std::vector<float> rgb = painted(size);
