@@ -4,6 +4,7 @@
 #include <optional>
 #include <variant>
 
+#include "batch_command.h"
 #include "demo_command.h"
 #include "info_command.h"
 #include "list_command.h"
@@ -11,11 +12,13 @@
 #include "plan_command.h"
 #include "probe_command.h"
 #include "render_command.h"
+#include "schema_command.h"
+#include "sheet_command.h"
 
 namespace morva::host {
 
-using Request = std::variant<RenderRequest, PlanRequest, ListRequest, OptionsRequest, InfoRequest,
-                             DemoRequest, ProbeRequest>;
+using Request = std::variant<RenderRequest, PlanRequest, SheetRequest, BatchRequest, ListRequest,
+                             OptionsRequest, SchemaRequest, InfoRequest, DemoRequest, ProbeRequest>;
 
 // Nothing when only help or the version was asked for, which is then printed. Throws HostError with
 // code 1 for a command line that makes no request.

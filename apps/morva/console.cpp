@@ -23,10 +23,12 @@ void print_json(const nlohmann::ordered_json& value) {
   print_line(value.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
 }
 
-void print_error(const std::string& text) {
+void print_error(const std::string& text, const std::string& hint) {
   std::string line = text;
   std::replace(line.begin(), line.end(), '\n', ' ');
-  std::fprintf(stderr, "morva: %s\n", line.c_str());
+  line = "morva: " + line + "\n";
+  if (!hint.empty()) line += "hint: " + hint + "\n";
+  std::fputs(line.c_str(), stderr);
 }
 
 void print_warning(const std::string& text) {

@@ -5,14 +5,13 @@
 #include "cancel_signal.h"
 #include "demo_scene.h"
 #include "output_file.h"
-#include "picture_writer.h"
 #include "progress.h"
 
 namespace morva::host {
 
 void run(const DemoRequest& request) {
   const OutputChoice& choice = request.output;
-  const Encoding encoding = encoding_for(choice.file, choice.bits, choice.jpeg_quality);
+  const Encoding encoding = encoding_of(choice);
   OutputFile output(choice.file, choice.force);
   nlohmann::ordered_json made = {{"output", choice.file}};
   {
@@ -20,7 +19,7 @@ void run(const DemoRequest& request) {
     progress.step("painting the demo scene");
     const Picture scene = paint_demo_scene();
     progress.step("writing " + choice.file);
-    write_picture(scene, encoding, output.create_temporary());
+    write_picture(scene, encoding, {}, output.create_temporary());
     check_cancelled();
     output.commit();
     made["width"] = scene.width;

@@ -6,12 +6,14 @@
 #include <ImfInputFile.h>
 #include <ImfOutputFile.h>
 #include <ImfStandardAttributes.h>
+#include <ImfStringAttribute.h>
 
 #include <algorithm>
 #include <string>
 
 #include "cancel_signal.h"
 #include "host_error.h"
+#include "setting_in_picture.h"
 
 namespace morva::host {
 namespace {
@@ -19,12 +21,13 @@ namespace {
 constexpr const char* kChannels[3] = {"R", "G", "B"};
 constexpr int kRowsAtOnce = 64;  // between two looks at the cancel flag; four blocks of the packing
 
-Imf::Header header_of(const Picture& picture) {
+Imf::Header header_of(const Picture& picture, const std::string& setting) {
   Imf::Header header(picture.width, picture.height);
   header.compression() = Imf::ZIP_COMPRESSION;
   header.zipCompressionLevel() = 3;  // noise hardly packs better above
   for (const char* name : kChannels) header.channels().insert(name, Imf::Channel(Imf::FLOAT));
   Imf::addChromaticities(header, Imf::Chromaticities());  // the default is Rec. 709 with D65
+  if (!setting.empty()) header.insert(kSettingName, Imf::StringAttribute(setting));
   return header;
 }
 
@@ -39,9 +42,10 @@ Imf::FrameBuffer frame_buffer_of(const Picture& picture) {
   return buffer;
 }
 
-void write_all(const Picture& picture, const std::filesystem::path& file) {
+void write_all(const Picture& picture, const std::string& setting,
+               const std::filesystem::path& file) {
   {
-    Imf::OutputFile out(file.string().c_str(), header_of(picture));
+    Imf::OutputFile out(file.string().c_str(), header_of(picture, setting));
     out.setFrameBuffer(frame_buffer_of(picture));
     for (int y = 0; y < picture.height; y += kRowsAtOnce) {
       check_cancelled();
@@ -56,9 +60,10 @@ void write_all(const Picture& picture, const std::filesystem::path& file) {
 
 }  // namespace
 
-void write_exr(const Picture& picture, const std::filesystem::path& file) {
+void write_exr(const Picture& picture, const std::string& setting,
+               const std::filesystem::path& file) {
   try {
-    write_all(picture, file);
+    write_all(picture, setting, file);
   } catch (const HostError&) {
     throw;
   } catch (const std::bad_alloc&) {

@@ -5,6 +5,7 @@
 #include "console.h"
 #include "exr_reader.h"
 #include "picture_reader.h"
+#include "standard_streams.h"
 
 namespace morva::host {
 namespace {
@@ -12,7 +13,7 @@ namespace {
 using OrderedJson = nlohmann::ordered_json;
 
 OrderedJson exr_facts(const std::string& input) {
-  const ExrInfo info = read_exr_info(input);
+  const ExrInfo info = read_exr_info(file_behind(input));
   return {{"file", input},
           {"width", info.width},
           {"height", info.height},
@@ -50,7 +51,7 @@ void print_as_lines(const OrderedJson& facts) {
 void run(const InfoRequest& request) {
   check_input_file(request.input);
   const OrderedJson facts =
-      is_exr(request.input) ? exr_facts(request.input) : photo_facts(request.input);
+      is_exr(file_behind(request.input)) ? exr_facts(request.input) : photo_facts(request.input);
   if (request.as_json) {
     print_json(facts);
   } else {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "byte_file.h"
+#include "camera_block.h"
 #include "cancel_signal.h"
 #include "host_error.h"
 #include "icc_profile.h"
@@ -60,7 +61,6 @@ class JpegEncoder {
 };
 
 void start(JpegEncoder& encoder, const Picture& picture, int quality) {
-  const std::vector<uint8_t> icc = srgb_icc_profile();
   encoder.run([&](j_compress_ptr codec) {
     codec->image_width = static_cast<JDIMENSION>(picture.width);
     codec->image_height = static_cast<JDIMENSION>(picture.height);
@@ -72,13 +72,34 @@ void start(JpegEncoder& encoder, const Picture& picture, int quality) {
     codec->comp_info[0].v_samp_factor = 1;
     codec->optimize_coding = TRUE;
     jpeg_start_compress(codec, TRUE);
+  });
+}
+
+void write_marker(JpegEncoder& encoder, int marker, const std::vector<uint8_t>& bytes) {
+  encoder.run([&](j_compress_ptr codec) {
+    jpeg_write_marker(codec, marker, bytes.data(), static_cast<unsigned>(bytes.size()));
+  });
+}
+
+// The camera's block first, where readers look for it.
+void write_notes(JpegEncoder& encoder, PixelSize size, const PictureNotes& notes) {
+  if (!notes.camera.empty()) {
+    std::vector<uint8_t> signed_block = {'E', 'x', 'i', 'f', 0, 0};
+    for (const uint8_t byte : camera_block(notes.camera, size)) signed_block.push_back(byte);
+    write_marker(encoder, JPEG_APP0 + 1, signed_block);
+  }
+  const std::vector<uint8_t> icc = srgb_icc_profile();
+  encoder.run([&](j_compress_ptr codec) {
     jpeg_write_icc_profile(codec, icc.data(), static_cast<unsigned>(icc.size()));
   });
+  if (!notes.setting.empty())
+    write_marker(encoder, JPEG_COM, {notes.setting.begin(), notes.setting.end()});
 }
 
 }  // namespace
 
-void write_jpeg(const Picture& picture, int quality, const std::filesystem::path& file) {
+void write_jpeg(const Picture& picture, int quality, const PictureNotes& notes,
+                const std::filesystem::path& file) {
   if (picture.width > JPEG_MAX_DIMENSION || picture.height > JPEG_MAX_DIMENSION) {
     throw HostError(MORVA_FAILED,
                     "the picture is too large for a JPEG: " + std::to_string(picture.width) +
@@ -87,6 +108,7 @@ void write_jpeg(const Picture& picture, int quality, const std::filesystem::path
   ByteFile bytes(file);
   JpegEncoder encoder(bytes.stream());
   start(encoder, picture, quality);
+  write_notes(encoder, picture.size(), notes);
   std::vector<uint8_t> row(picture.row_samples());
   for (int32_t y = 0; y < picture.height; ++y) {
     check_cancelled();

@@ -3,10 +3,11 @@
 
 #include <filesystem>
 
-#include "picture.h"
+#include "picture_writer.h"
 
 namespace morva::host {
 
-void write_jpeg(const Picture& picture, int quality, const std::filesystem::path& file);
+void write_jpeg(const Picture& picture, int quality, const PictureNotes& notes,
+                const std::filesystem::path& file);
 
 }  // namespace morva::host

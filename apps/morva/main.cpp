@@ -3,28 +3,48 @@
 #include <exception>
 #include <new>
 #include <optional>
+#include <type_traits>
 #include <variant>
 
 #include "cancel_signal.h"
 #include "command_line.h"
 #include "console.h"
+#include "hints.h"
 #include "host_error.h"
+
+namespace {
+
+int told(const morva::host::HostError& failure) {
+  morva::host::print_error(failure.what(), morva::host::hint_for(failure));
+  return failure.code;
+}
+
+// The exit code: that of a batch, or of a request that did not fail.
+template <class Request>
+int carried_out(const Request& request) {
+  if constexpr (std::is_same_v<decltype(run(request)), int>) {
+    return run(request);
+  } else {
+    run(request);
+    return MORVA_OK;
+  }
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   using namespace morva::host;
   try {
     install_cancel_signal();
     if (const std::optional<Request> request = parse_command_line(argc, argv)) {
-      std::visit([](const auto& one) { run(one); }, *request);
+      return std::visit([](const auto& one) { return carried_out(one); }, *request);
     }
     return MORVA_OK;
   } catch (const HostError& failure) {
-    print_error(failure.what());
-    return failure.code;
+    return told(failure);
   } catch (const std::bad_alloc&) {
-    print_error("out of memory");
+    return told(HostError(MORVA_FAILED, "out of memory"));
   } catch (const std::exception& failure) {
-    print_error(failure.what());
+    return told(HostError(MORVA_FAILED, failure.what()));
   }
-  return MORVA_FAILED;
 }

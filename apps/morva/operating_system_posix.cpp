@@ -1,16 +1,27 @@
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 
 #include "operating_system.h"
+
+extern char** environ;
 
 namespace morva::host {
 
 bool stderr_is_terminal() {
   return isatty(STDERR_FILENO) != 0;
+}
+
+bool stdout_is_terminal() {
+  return isatty(STDOUT_FILENO) != 0;
 }
 
 std::filesystem::path library_folder() {
@@ -25,6 +36,18 @@ std::filesystem::path library_folder() {
   return error ? std::filesystem::path() : file.parent_path();
 }
 
+std::filesystem::path user_folder() {
+  // The XDG base directory specification.
+  const auto folder_in = [](const char* variable) {
+    const char* folder = std::getenv(variable);
+    return std::filesystem::path(folder != nullptr ? folder : "");
+  };
+  const std::filesystem::path config = folder_in("XDG_CONFIG_HOME");
+  if (config.is_absolute()) return config / "morva";
+  const std::filesystem::path home = folder_in("HOME");
+  return home.empty() ? home : home / ".config" / "morva";
+}
+
 bool folder_is_writable(const std::filesystem::path& folder) {
   return access(folder.c_str(), W_OK | X_OK) == 0;
 }
@@ -33,8 +56,9 @@ int process_id() {
   return static_cast<int>(getpid());
 }
 
-bool create_new_file(const std::filesystem::path& file) {
-  const int descriptor = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+bool create_new_file(const std::filesystem::path& file, Readers readers) {
+  const mode_t mode = readers == Readers::only_the_user ? 0600 : 0666;
+  const int descriptor = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
   if (descriptor < 0) return false;
   close(descriptor);
   return true;
@@ -55,6 +79,59 @@ std::error_code move_into_place(const std::filesystem::path& from, const std::fi
   }
   std::filesystem::rename(from, to, error);
   return error;
+}
+
+bool standard_input_ready(int milliseconds) {
+  pollfd input{STDIN_FILENO, POLLIN, 0};
+  return poll(&input, 1, milliseconds) != 0;
+}
+
+std::optional<std::size_t> read_standard_input(std::span<char> bytes) {
+  for (;;) {
+    const ssize_t count = read(STDIN_FILENO, bytes.data(), bytes.size());
+    if (count >= 0) return static_cast<std::size_t>(count);
+    if (errno != EINTR) return std::nullopt;
+  }
+}
+
+std::filesystem::path own_program() {
+  std::error_code error;
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+  return error ? std::filesystem::path() : program;
+}
+
+std::optional<int> start_process(const std::filesystem::path& program,
+                                 const std::vector<std::string>& arguments, std::FILE* complaints) {
+  std::vector<std::string> words = {program.string()};
+  for (const std::string& argument : arguments) words.push_back(argument);
+  std::vector<char*> argv;
+  for (std::string& word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
+
+  // Whoever started this program may have had its children forgotten, with their exit codes.
+  signal(SIGCHLD, SIG_DFL);
+  // Whoever reads this program's output may go away. That is an error, which ends the children too.
+  signal(SIGPIPE, SIG_IGN);
+  posix_spawn_file_actions_t actions;
+  if (posix_spawn_file_actions_init(&actions) != 0) return std::nullopt;
+  pid_t process = 0;
+  const bool started =
+      posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0) == 0 &&
+      posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0) == 0 &&
+      posix_spawn_file_actions_adddup2(&actions, fileno(complaints), STDERR_FILENO) == 0 &&
+      posix_spawn(&process, program.c_str(), &actions, nullptr, argv.data(), environ) == 0;
+  posix_spawn_file_actions_destroy(&actions);
+  return started ? std::optional(static_cast<int>(process)) : std::nullopt;
+}
+
+std::optional<int> exit_code_of(int process) {
+  int status = 0;
+  if (waitpid(process, &status, WNOHANG) != process) return std::nullopt;
+  return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+void ask_to_stop(int process) {
+  kill(process, SIGTERM);
 }
 
 }  // namespace morva::host

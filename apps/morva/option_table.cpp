@@ -16,7 +16,7 @@ const std::map<std::string, OptionEntry>& known_options() {
     for (const Json& entry : Json::parse(option_list_json)) {
       const std::string key = entry.at("key");
       entries[key] = {key, entry.value("default", Json(Json::value_t::discarded)),
-                      entry.at("meaning")};
+                      entry.value("type", Json()), entry.at("meaning")};
     }
     return entries;
   }();
@@ -34,7 +34,7 @@ std::string keys_of_library() {
 OptionEntry entry_of(const std::string& key) {
   const auto known = known_options().find(key);
   if (known != known_options().end()) return known->second;
-  return {key, Json(Json::value_t::discarded), ""};
+  return {key, Json(Json::value_t::discarded), Json(), ""};
 }
 
 }  // namespace

@@ -14,6 +14,7 @@ extern const char* const option_list_json;
 struct OptionEntry {
   std::string key;
   nlohmann::json default_value;  // discarded when the option has none
+  nlohmann::json type;           // as JSON Schema has it where the default does not tell; or null
   std::string meaning;           // empty for a key that only the library knows
 
   bool has_default() const { return !default_value.is_discarded(); }

@@ -17,6 +17,7 @@ void print_as_json(const std::vector<OptionEntry>& table) {
   for (const OptionEntry& option : table) {
     nlohmann::ordered_json entry = {{"key", option.key}};
     if (option.has_default()) entry["default"] = option.default_value;
+    if (!option.type.is_null()) entry["type"] = option.type;
     entry["meaning"] = option.meaning;
     array.push_back(std::move(entry));
   }

@@ -5,6 +5,7 @@
 
 #include "host_error.h"
 #include "operating_system.h"
+#include "standard_streams.h"
 
 namespace morva::host {
 namespace {
@@ -47,35 +48,29 @@ void check_target(const fs::path& target, bool replace) {
 
 OutputFile::OutputFile(fs::path target, bool replace)
     : target_(std::move(target)), replace_(replace) {
+  if (target_ == kStandardStream) {
+    if (stdout_is_terminal())
+      throw HostError(MORVA_BAD_ARGUMENT, "standard output is a terminal, which takes no picture");
+    return;
+  }
   check_folder(folder_of(target_));
   check_target(target_, replace_);
 }
 
-OutputFile::~OutputFile() {
-  if (temporary_.empty()) return;
-  std::error_code ignored;
-  fs::remove(temporary_, ignored);
-}
-
 const fs::path& OutputFile::create_temporary() {
-  const std::string stem = ".morva-" + std::to_string(process_id()) + "-";
-  for (int attempt = 0; attempt < 100; ++attempt) {
-    fs::path candidate = folder_of(target_) / (stem + std::to_string(attempt) + ".part");
-    if (!create_new_file(candidate)) continue;
-    temporary_ = std::move(candidate);
-    return temporary_;
-  }
-  throw HostError(MORVA_FAILED,
-                  "cannot make a temporary file in the folder: " + folder_of(target_).string());
+  temporary_ = target_ == kStandardStream ? temporary_file_of_the_user()
+                                          : TemporaryFile(folder_of(target_), Readers::as_usual);
+  return temporary_.path();
 }
 
 void OutputFile::commit() {
-  const std::error_code error = move_into_place(temporary_, target_, replace_);
+  if (target_ == kStandardStream) return copy_to_standard_output(temporary_.path());
+  const std::error_code error = move_into_place(temporary_.path(), target_, replace_);
   if (error == std::errc::file_exists) refuse_existing(target_);
   if (error) {
     throw HostError(MORVA_FAILED, "cannot write " + target_.string() + ": " + error.message());
   }
-  temporary_.clear();
+  temporary_.release();
 }
 
 }  // namespace morva::host

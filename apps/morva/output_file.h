@@ -1,29 +1,32 @@
 // A file that appears whole or not at all: written under a temporary name in its own folder and
-// renamed at the end. Whatever ends the writing early takes the temporary file with it.
+// renamed at the end. Whatever ends the writing early takes the temporary file with it. Standard
+// output, "-", gets the whole file in the end.
 #pragma once
 
 #include <filesystem>
+
+#include "temporary_file.h"
 
 namespace morva::host {
 
 class OutputFile {
  public:
   // Checks before any work is done that the picture can be written: the folder exists and is
-  // writable, the name is free or, with `replace`, names a regular file. Creates nothing.
+  // writable, the name is free or, with `replace`, names a regular file; standard output is no
+  // terminal. Creates nothing.
   OutputFile(std::filesystem::path target, bool replace);
-  ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
   // Creates the temporary file, empty, and returns its path.
   const std::filesystem::path& create_temporary();
 
-  // Gives the finished temporary file its name.
+  // Gives the finished temporary file its name, or standard output its bytes.
   void commit();
 
  private:
   std::filesystem::path target_;
-  std::filesystem::path temporary_;  // empty while there is none
+  TemporaryFile temporary_;
   bool replace_;
 };
 

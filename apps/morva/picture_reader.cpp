@@ -6,6 +6,7 @@
 #include "demo_scene.h"
 #include "exr_reader.h"
 #include "host_error.h"
+#include "standard_streams.h"
 
 namespace morva::host {
 namespace {
@@ -31,6 +32,7 @@ void check_input(const std::string& input) {
 }
 
 void check_input_file(const std::string& input) {
+  if (input == kStandardStream) return;
   std::error_code error;
   if (!fs::exists(input, error)) {
     throw HostError(MORVA_BAD_ARGUMENT, "no such input file: " + input);
@@ -47,20 +49,21 @@ void check_input_file(const std::string& input) {
 }
 
 bool is_scene_linear(const std::string& input) {
-  return names_demo_scene(input) || is_exr(input);
+  return names_demo_scene(input) || is_exr(file_behind(input));
 }
 
 Picture read_picture(const std::string& input) {
   check_input(input);
   if (names_demo_scene(input)) return paint_demo_scene();
-  return is_exr(input) ? read_exr(input) : decode_by_engine(input);
+  const std::string file = file_behind(input);
+  return is_exr(file) ? read_exr(file) : decode_by_engine(file);
 }
 
 PixelSize read_picture_size(const std::string& input) {
   check_input(input);
   if (names_demo_scene(input)) return demo_scene_size();
-  if (is_exr(input)) {
-    const ExrInfo info = read_exr_info(input);
+  if (is_exr(file_behind(input))) {
+    const ExrInfo info = read_exr_info(file_behind(input));
     return {info.width, info.height};
   }
   const MorvaImageInfo info = read_photo_info(input);
@@ -72,7 +75,7 @@ PixelSize read_picture_size(const std::string& input) {
 MorvaImageInfo read_photo_info(const std::string& input) {
   MorvaImageInfo info{};
   MorvaError error{};
-  check_engine(morva_image_info(input.c_str(), &info, &error), error);
+  check_engine(morva_image_info(file_behind(input).c_str(), &info, &error), error);
   return info;
 }
 

@@ -1,5 +1,6 @@
 // Where an input picture comes from: an EXR file, any other picture file through the library's
-// decoder, or the demo scene under the name "demo".
+// decoder, the demo scene under the name "demo",
+// or whatever stands on standard input under the name "-".
 #pragma once
 
 #include <string>
@@ -8,8 +9,8 @@
 
 namespace morva::host {
 
-// Throws unless `input` names something that could be read: a file, or "demo" when no file has that
-// name.
+// Throws unless `input` names something that could be read: a file, "-", or "demo" when no file has
+// that name.
 void check_input(const std::string& input);
 
 // The same without the demo scene.

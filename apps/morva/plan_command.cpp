@@ -226,8 +226,9 @@ void print_as_lines(const RenderSetting& setting, const Plan& plan) {
 }  // namespace
 
 void run(const PlanRequest& request) {
-  const RenderSetting& setting = request.setting;
-  Json options = check_setting(setting).options;
+  CheckedSetting checked = check_setting(request.setting);
+  const RenderSetting& setting = checked.setting;
+  Json& options = checked.options;
   const PixelSize source = read_picture_size(setting.input);
   const std::string stretched = frame_straightened(source.width, source.height, options);
   const Plan plan = plan_of(setting, options, source);

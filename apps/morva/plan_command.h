@@ -7,7 +7,7 @@
 namespace morva::host {
 
 struct PlanRequest {
-  RenderSetting setting;
+  SettingChoice setting;
   bool as_json = false;
 };
 

@@ -8,10 +8,12 @@
 #include <vector>
 
 #include "byte_file.h"
+#include "camera_block.h"
 #include "cancel_signal.h"
 #include "host_error.h"
 #include "icc_profile.h"
 #include "sample_encoding.h"
+#include "setting_in_picture.h"
 
 namespace morva::host {
 namespace {
@@ -57,8 +59,24 @@ class PngEncoder {
   char message_[128] = "";
 };
 
-void write_header(PngEncoder& encoder, const Picture& picture, int bits) {
+// The library copies both.
+void set_notes(png_structp png, png_infop info, png_text* setting, std::vector<uint8_t>& camera) {
+  if (!camera.empty())
+    png_set_eXIf_1(png, info, static_cast<png_uint_32>(camera.size()), camera.data());
+  if (*setting->text != '\0') png_set_text(png, info, setting, 1);
+}
+
+void write_header(PngEncoder& encoder, const Picture& picture, int bits,
+                  const PictureNotes& notes) {
   const std::vector<uint8_t> icc = srgb_icc_profile();
+  std::string name = kSettingName, setting = notes.setting, none;
+  png_text text{};
+  text.compression = PNG_ITXT_COMPRESSION_NONE;
+  text.key = name.data();
+  text.text = setting.data();
+  text.lang = text.lang_key = none.data();
+  std::vector<uint8_t> camera;
+  if (!notes.camera.empty()) camera = camera_block(notes.camera, picture.size());
   encoder.run([&](png_structp png, png_infop info) {
     png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
     png_set_compression_level(png, kDeflateLevel);
@@ -68,6 +86,7 @@ void write_header(PngEncoder& encoder, const Picture& picture, int bits) {
                  PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_set_iCCP(png, info, "sRGB", PNG_COMPRESSION_TYPE_BASE, icc.data(),
                  static_cast<png_uint_32>(icc.size()));
+    set_notes(png, info, &text, camera);
     png_write_info(png, info);
     if (bits == 16 && std::endian::native == std::endian::little) png_set_swap(png);
   });
@@ -87,11 +106,12 @@ void write_rows(PngEncoder& encoder, const Picture& picture) {
 
 }  // namespace
 
-void write_png(const Picture& picture, SampleType samples, const std::filesystem::path& file) {
+void write_png(const Picture& picture, SampleType samples, const PictureNotes& notes,
+               const std::filesystem::path& file) {
   ByteFile bytes(file);
   PngEncoder encoder(bytes.stream());
   const bool deep = samples == SampleType::uint16;
-  write_header(encoder, picture, deep ? 16 : 8);
+  write_header(encoder, picture, deep ? 16 : 8, notes);
   if (deep) {
     write_rows<uint16_t>(encoder, picture);
   } else {

@@ -1,9 +1,9 @@
 #include "profile_folder.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 
@@ -37,34 +37,52 @@ bool is_hidden(const Json& profile) {
   return !hidden->empty() && *hidden != "";
 }
 
+std::string text_in(const Json& profile, const char* key) {
+  const auto found = profile.find(key);
+  return found != profile.end() && found->is_string() ? found->get<std::string>() : "";
+}
+
 // Nothing for a hidden profile. A broken one is listed: its name is taken, and it wants mending.
 std::optional<ProfileEntry> entry_of(const fs::path& file) {
   std::ifstream in(file, std::ios::binary);
   const Json profile = Json::parse(in, nullptr, false);
-  if (!profile.is_object()) return ProfileEntry{file.stem().string(), "(cannot be read)"};
+  if (!profile.is_object()) return ProfileEntry{file.stem().string(), "", "(cannot be read)"};
   if (is_hidden(profile)) return std::nullopt;
-  const auto description = profile.find("description");
-  const bool described = description != profile.end() && description->is_string();
-  return ProfileEntry{file.stem().string(), described ? description->get<std::string>() : ""};
+  return ProfileEntry{file.stem().string(), text_in(profile, "title"),
+                      text_in(profile, "description")};
+}
+
+// False where there is no such folder. A name that is taken already stays as it is.
+bool add_entries(const fs::path& folder, std::map<std::string, ProfileEntry>& entries) {
+  std::error_code error;
+  for (const fs::directory_entry& item : fs::directory_iterator(folder, error)) {
+    std::error_code no_file;
+    if (item.path().extension() != ".json" || !item.is_regular_file(no_file)) continue;
+    if (std::optional<ProfileEntry> entry = entry_of(item.path()))
+      entries.try_emplace(entry->name, *entry);
+  }
+  return !error;
 }
 
 }  // namespace
 
+std::vector<fs::path> section_folders(const std::string& section) {
+  std::vector<fs::path> folders;
+  const fs::path own = user_folder();
+  if (section == "presets" && !own.empty()) folders.push_back(own / section);
+  folders.push_back(profile_folder() / section);
+  return folders;
+}
+
 std::vector<ProfileEntry> list_profiles(const std::string& section) {
-  const fs::path folder = profile_folder() / section;
-  std::error_code error;
+  std::map<std::string, ProfileEntry> by_name;
+  bool found = false;
+  for (const fs::path& folder : section_folders(section))
+    found = add_entries(folder, by_name) || found;
+  if (!found)
+    throw HostError(MORVA_PROFILE_FAILED, "no " + section + " in " + profile_folder().string());
   std::vector<ProfileEntry> entries;
-  for (const fs::directory_entry& item : fs::directory_iterator(folder, error)) {
-    if (item.path().extension() != ".json" || !item.is_regular_file(error)) continue;
-    if (std::optional<ProfileEntry> entry = entry_of(item.path())) {
-      entries.push_back(std::move(*entry));
-    }
-  }
-  if (error) {
-    throw HostError(MORVA_PROFILE_FAILED, "no " + section + " in " + folder.parent_path().string());
-  }
-  std::sort(entries.begin(), entries.end(),
-            [](const ProfileEntry& a, const ProfileEntry& b) { return a.name < b.name; });
+  for (const auto& [name, entry] : by_name) entries.push_back(entry);
   return entries;
 }
 

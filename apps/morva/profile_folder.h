@@ -2,17 +2,24 @@
 // the host looks where the library looks.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
 namespace morva::host {
 
+// Where the profiles of a section stand, the first winning: beside the library; presets in the
+// user's own folder, too. Not all need exist.
+std::vector<std::filesystem::path> section_folders(const std::string& section);
+
 struct ProfileEntry {
-  std::string name;         // as --film, --lens and --paper take it
+  std::string name;  // as --film, --lens and --paper take it
+  std::string title;
   std::string description;  // one line
 };
 
-// The profiles of a section ("films", "lenses", "papers", "filters") that are not hidden, by name.
+// The profiles of a section ("films", "lenses", "papers", "filters", "presets") that are not
+// hidden, by name.
 std::vector<ProfileEntry> list_profiles(const std::string& section);
 
 }  // namespace morva::host

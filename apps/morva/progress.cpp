@@ -39,6 +39,15 @@ void Progress::step(const std::string& doing) {
   changed_.notify_one();
 }
 
+void Progress::aside(const std::function<void()>& print) {
+  const std::lock_guard guard(lock_);
+  if (refresher_.joinable()) {
+    std::fputs(kWipeLine, stderr);
+    std::fflush(stderr);
+  }
+  print();
+}
+
 double Progress::elapsed_s() const {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
 }

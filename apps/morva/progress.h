@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -20,6 +21,9 @@ class Progress {
 
   // What is being done from now on.
   void step(const std::string& doing);
+
+  // Prints something else in the line's place.
+  void aside(const std::function<void()>& print);
 
   double elapsed_s() const;
 

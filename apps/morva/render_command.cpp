@@ -1,16 +1,19 @@
 #include "render_command.h"
 
 #include <nlohmann/json.hpp>
+#include <optional>
 
+#include "byte_file.h"
 #include "cancel_signal.h"
 #include "console.h"
+#include "engine_render.h"
 #include "framing.h"
 #include "host_error.h"
 #include "option_table.h"
 #include "output_file.h"
 #include "picture_reader.h"
-#include "picture_writer.h"
 #include "progress.h"
+#include "render_notes.h"
 #include "sheet_size.h"
 #include "source_exposure.h"
 
@@ -20,24 +23,21 @@ namespace {
 using Json = nlohmann::json;
 using OrderedJson = nlohmann::ordered_json;
 
-Picture render(const Picture& source, const RenderSetting& setting, const std::string& options) {
-  MorvaImage sheet{};
-  MorvaError error{};
-  check_engine(morva_render_ex(source.samples.get(), source.width, source.height, options.c_str(),
-                               setting.film.c_str(), setting.lens.c_str(),
-                               setting.paper.empty() ? nullptr : setting.paper.c_str(),
-                               cancel_flag(), &sheet, &error),
-               error);
-  return take_picture(sheet);
+void write_text(const std::string& text, OutputFile& output) {
+  ByteFile bytes(output.create_temporary());
+  if (std::fwrite(text.data(), 1, text.size(), bytes.stream()) != text.size())
+    throw HostError(MORVA_FAILED, "cannot write the preset");
+  bytes.close();
+  output.commit();
 }
 
-OrderedJson report(const RenderRequest& request, const Json& options, PixelSize source,
-                   PixelSize sheet, double seconds) {
+OrderedJson report(const RenderRequest& request, const RenderSetting& setting, const Json& options,
+                   PixelSize source, PixelSize sheet, double seconds) {
   OrderedJson report;
   report["output"] = request.output.file;
   report["width"] = sheet.width;
   report["height"] = sheet.height;
-  report_setting(request.setting, source, report);
+  report_setting(setting, source, report);
   report["print_cm"] = option_value(options, "print_cm");
   report["sheet_cm"] = option_value(options, "sheet_cm");
   report["source_gain"] = options.value(kSourceGain, Json());
@@ -51,12 +51,17 @@ OrderedJson report(const RenderRequest& request, const Json& options, PixelSize 
 
 void run(const RenderRequest& request) {
   // Whatever can be refused is refused before the minutes are spent.
-  const Encoding encoding =
-      encoding_for(request.output.file, request.output.bits, request.output.jpeg_quality);
+  const Encoding encoding = encoding_of(request.output);
   OutputFile output(request.output.file, request.output.force);
+  std::optional<OutputFile> preset_file;
+  if (!request.save_options.empty())
+    preset_file.emplace(request.save_options, request.output.force);
   select_backend(request.backend);
-  const RenderSetting& setting = request.setting;
-  auto [options, metering] = check_setting(setting);
+  CheckedSetting checked = check_setting(request.setting);
+  const PictureNotes notes = notes_of(request.output, checked);
+  require_room(notes, encoding.format);
+  const std::string as_preset = preset_file ? preset_text(checked) : "";
+  auto& [setting, options, metering] = checked;
 
   OrderedJson made;
   std::string warning;
@@ -71,14 +76,15 @@ void run(const RenderRequest& request) {
     require_sheet_that_fits(sheet_size(setting, options, source_size));
     progress.step("rendering on " + setting.film);
     meter_source(source, metering, options);
-    const Picture sheet = render(source, setting, options_text(options));
+    const Picture sheet = render_sheet(source, setting, options);
     source.samples.reset();
 
     progress.step("writing " + request.output.file);
-    write_picture(sheet, encoding, output.create_temporary());
+    write_picture(sheet, encoding, notes, output.create_temporary());
     check_cancelled();
     output.commit();
-    made = report(request, options, source_size, sheet.size(), progress.elapsed_s());
+    if (preset_file) write_text(as_preset, *preset_file);
+    made = report(request, setting, options, source_size, sheet.size(), progress.elapsed_s());
   }
   if (!warning.empty()) print_warning(warning);
   std::string reason;

@@ -8,9 +8,10 @@
 namespace morva::host {
 
 struct RenderRequest {
-  RenderSetting setting;
+  SettingChoice setting;
   OutputChoice output;
   BackendChoice backend;
+  std::string save_options;  // the file that the setting is written to; or empty
 };
 
 void run(const RenderRequest& request);

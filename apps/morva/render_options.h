@@ -24,8 +24,10 @@ struct OptionSources {
   OptionFlags flags;                  // win over all
 };
 
-// One JSON object; `format`, where none is given, is null, which is the film's own. Keys are not
-// checked here: the library knows them.
-nlohmann::json gather_options(const OptionSources& sources);
+// 2, true, null and [1, 2] are JSON; whatever is not stands as the text that it is.
+nlohmann::json option_value_of(const std::string& text);
+
+// Puts them over `options`. Keys are not checked here: the library knows them.
+void add_options(const OptionSources& sources, nlohmann::json& options);
 
 }  // namespace morva::host

@@ -2,9 +2,17 @@
 
 #include <morva.h>
 
+#include <algorithm>
+#include <array>
+
 #include "host_error.h"
 
 namespace morva::host {
+
+bool is_metering_mode(const std::string& mode) {
+  constexpr std::array kModes = {"auto", "as_shot", "highlights", "shadows", "off"};
+  return std::find(kModes.begin(), kModes.end(), mode) != kModes.end();
+}
 
 std::string metering_mode(const std::string& chosen, const nlohmann::json& options,
                           bool scene_linear) {

@@ -12,6 +12,9 @@ namespace morva::host {
 // The option that carries the gain.
 inline constexpr const char* kSourceGain = "_source_gain";
 
+// "auto", "as_shot", "highlights", "shadows" or "off".
+bool is_metering_mode(const std::string& mode);
+
 // The mode in force: the flag `chosen` where it was given; "off" where the options hold a gain of
 // their own; the option src_exposure where it is a text; else "off" for a scene-linear picture,
 // whose mid grey is a film's already, and "auto" for any other. Throws when a flag and a gain say

@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,55 @@ std::size_t bytes_per_sample(SampleType samples) {
       break;
   }
   return 4;
+}
+
+// One value of the camera's, in the type in which the library takes that tag.
+bool set_camera_field(TIFF* tiff, const CameraField& field) {
+  const uint32_t tag = field.tag.tag;
+  const auto number = static_cast<uint16_t>(field.above);
+  switch (field.tag.kind) {
+    case CameraValue::text:
+      return TIFFSetField(tiff, tag, field.text.c_str()) != 0;
+    case CameraValue::number:
+      if (tag != EXIFTAG_ISOSPEEDRATINGS) return TIFFSetField(tiff, tag, number) != 0;
+      return TIFFSetField(tiff, tag, 1, &number) != 0;
+    case CameraValue::ratio:
+    case CameraValue::signed_ratio:
+      break;
+  }
+  const double ratio = static_cast<double>(field.above) / static_cast<double>(field.below);
+  return TIFFSetField(tiff, tag, ratio) != 0;
+}
+
+// The directory of the exposure, which stands ahead of the picture's own: its place, or nothing
+// when it cannot be written.
+std::optional<uint64_t> write_exposure(TIFF* tiff, const Picture& picture,
+                                       const CameraData& camera) {
+  constexpr uint8_t kVersion[4] = {'0', '2', '3', '2'};
+  constexpr int kSrgb = 1;
+  bool set = TIFFCreateEXIFDirectory(tiff) == 0 &&
+             TIFFSetField(tiff, EXIFTAG_EXIFVERSION, kVersion) &&
+             TIFFSetField(tiff, EXIFTAG_COLORSPACE, kSrgb) &&
+             TIFFSetField(tiff, EXIFTAG_PIXELXDIMENSION, static_cast<uint32_t>(picture.width)) &&
+             TIFFSetField(tiff, EXIFTAG_PIXELYDIMENSION, static_cast<uint32_t>(picture.height));
+  for (const CameraField& field : camera)
+    if (field.tag.of_exposure) set = set && set_camera_field(tiff, field);
+  uint64_t place = 0;
+  if (!set || !TIFFWriteCustomDirectory(tiff, &place)) return std::nullopt;
+  TIFFFreeDirectory(tiff);
+  if (TIFFCreateDirectory(tiff) != 0) return std::nullopt;
+  return place;
+}
+
+bool write_notes(TIFF* tiff, const Picture& picture, const PictureNotes& notes) {
+  if (!notes.camera.empty()) {
+    const std::optional<uint64_t> place = write_exposure(tiff, picture, notes.camera);
+    if (!place || !TIFFSetField(tiff, TIFFTAG_EXIFIFD, *place)) return false;
+  }
+  for (const CameraField& field : notes.camera)
+    if (!field.tag.of_exposure && !set_camera_field(tiff, field)) return false;
+  return notes.setting.empty() ||
+         TIFFSetField(tiff, TIFFTAG_IMAGEDESCRIPTION, notes.setting.c_str());
 }
 
 bool set_fields(TIFF* tiff, const Picture& picture, SampleType samples) {
@@ -117,14 +167,16 @@ bool write_rows(TIFF* tiff, const Picture& picture, SampleType samples) {
 
 }  // namespace
 
-void write_tiff(const Picture& picture, SampleType samples, const std::filesystem::path& file) {
+void write_tiff(const Picture& picture, SampleType samples, const PictureNotes& notes,
+                const std::filesystem::path& file) {
   LastError last;
   const uint64_t bytes =
       static_cast<uint64_t>(picture.height) * picture.row_samples() * bytes_per_sample(samples);
   const TiffPtr tiff = open_for_writing(file, bytes, last);
   // The flush writes the last strip and the directory, where a full disk may show first.
-  if (!tiff || !set_fields(tiff.get(), picture, samples) ||
-      !write_rows(tiff.get(), picture, samples) || TIFFFlush(tiff.get()) == 0) {
+  if (!tiff || !write_notes(tiff.get(), picture, notes) ||
+      !set_fields(tiff.get(), picture, samples) || !write_rows(tiff.get(), picture, samples) ||
+      TIFFFlush(tiff.get()) == 0) {
     throw HostError(MORVA_FAILED, std::string("cannot write the TIFF: ") + last.text);
   }
 }

@@ -7,6 +7,7 @@
 
 namespace morva::host {
 
-void write_tiff(const Picture& picture, SampleType samples, const std::filesystem::path& file);
+void write_tiff(const Picture& picture, SampleType samples, const PictureNotes& notes,
+                const std::filesystem::path& file);
 
 }  // namespace morva::host

@@ -1,76 +1,21 @@
 """The command-line host from outside: verbs, exit codes, what lands on the disk and what not."""
 
-import argparse
 import contextlib
 import io
 import json
 import os
-import pathlib
 import pty
 import resource
 import select
 import signal
 import struct
 import subprocess
-import sys
-import tempfile
-import unittest
 
 import numpy as np
 from PIL import Image, ImageCms
 
 import picture_files as files
-
-HOST = OPTION_LIST = None
-USAGE, PROFILE, OPTIONS, FAILED, CANCELLED = 1, 2, 3, 5, 6
-
-
-def run_host(*arguments, **keywords):
-    command = [HOST, *map(str, arguments)]
-    return subprocess.run(command, capture_output=True, timeout=300, **keywords)
-
-
-class HostCase(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
-        self.out = self.folder / "out"
-        self.out.mkdir()
-
-    def succeed(self, *arguments, **keywords):
-        result = run_host(*arguments, **keywords)
-        self.assertEqual(result.returncode, 0, result.stderr.decode())
-        self.assertEqual(result.stderr, b"", "progress belongs on a terminal only")
-        return result.stdout.decode()
-
-    def fail_with(self, code, *arguments, saying="", **keywords):
-        """The exit code, one line of complaint, nothing on stdout, nothing left on the disk."""
-        before = sorted(self.out.iterdir())
-        result = run_host(*arguments, **keywords)
-        complaint = result.stderr.decode()
-        self.assertEqual(result.returncode, code, complaint)
-        self.assertRegex(complaint, r"\Amorva: [^\n]+\n\Z")
-        self.assertIn(saying, complaint)
-        self.assertEqual(result.stdout, b"")
-        self.assertEqual(sorted(self.out.iterdir()), before)
-
-    def small_picture(self):
-        """A ramp with some colour, as EXR."""
-        y, x = np.mgrid[0:24, 0:36]
-        path = self.folder / "in.exr"
-        files.write_exr(path, {"R": x / 30.0, "G": y / 20.0, "B": 0.02 * (x + y)})
-        return path
-
-    def rendered(self, source, *arguments):
-        target = self.out / f"{source.stem}.exr"
-        self.succeed("render", source, "-o", target, "--force", *arguments)
-        return files.read_exr(target)[0]
-
-    def report(self, source, *arguments):
-        return json.loads(self.succeed("render", source, "-o", self.out / "report.exr", "--json",
-                                       "--force", *arguments))
-
+from host_case import FAILED, CANCELLED, HOST, OPTIONS, PROFILE, SOURCE, USAGE, HostCase, main, opened, run_host
 
 class CommandLine(HostCase):
     def test_help_and_version_are_data(self):
@@ -108,7 +53,7 @@ class OutputPlace(HostCase):
         self.fail_with(USAGE, "render", source, "-o", target, saying="--force")
         self.assertEqual(target.read_text(), "mine")
         self.succeed("render", source, "-o", target, "--force")
-        self.assertEqual(_opened(target).format, "PNG")
+        self.assertEqual(opened(target).format, "PNG")
         self.assertEqual(target.stat().st_mode, source.stat().st_mode)
 
     def test_places_that_cannot_be_written(self):
@@ -138,7 +83,7 @@ class OutputPlace(HostCase):
 
 
 class Inputs(HostCase):
-    def test_what_cannot_be_opened(self):
+    def test_what_cannot_beopened(self):
         os.mkfifo(self.folder / "pipe.exr")
         for source in (self.folder / "none.exr", self.folder, self.folder / "pipe.exr"):
             self.fail_with(USAGE, "render", source, "-o", self.out / "a.png", saying=source.name)
@@ -224,7 +169,7 @@ class FileContents(HostCase):
 
     def test_integers_are_the_srgb_curve(self):
         eight, deep = files.srgb_encode(self.linear, 255), files.srgb_encode(self.linear, 65535)
-        peer = {name: np.asarray(_opened(self.out / name)).astype(int)
+        peer = {name: np.asarray(opened(self.out / name)).astype(int)
                 for name in ("8.png", "8.tif", "16.png", "a.jpg")}
         self.assertEqual((self.out / "16.png").read_bytes()[24], 16, "bits a sample")
         for name, codes, expected in (("8.png", peer["8.png"], eight),
@@ -241,12 +186,12 @@ class FileContents(HostCase):
         for name, description in (("16.png", "sRGB"), ("8.png", "sRGB"), ("a.jpg", "sRGB"),
                                   ("16.tif", "sRGB"), ("f.tif", "sRGB linear")):
             icc = (bytes(files.read_tiff(self.out / name)[1][34675]) if name.endswith(".tif")
-                   else _opened(self.out / name).info["icc_profile"])
+                   else opened(self.out / name).info["icc_profile"])
             profile = ImageCms.ImageCmsProfile(io.BytesIO(icc))
             self.assertEqual(ImageCms.getProfileDescription(profile).strip(), description, name)
             self.assertEqual(struct.unpack(">6H", icc[24:36]), (2026, 1, 1, 0, 0, 0))
         self.assertNotIn(b"tIME", (self.out / "8.png").read_bytes())
-        self.assertEqual([layer[1:3] for layer in _opened(self.out / "a.jpg").layer], [(1, 1)] * 3,
+        self.assertEqual([layer[1:3] for layer in opened(self.out / "a.jpg").layer], [(1, 1)] * 3,
                          "no colour subsampling")
 
 
@@ -258,7 +203,7 @@ class Rendering(HostCase):
                          (str(target), "everyday_400", "plain", None))
         self.assertEqual(report["input"], {"file": str(source), "width": 36, "height": 24})
         self.assertEqual((report["seed"], report["print_cm"]), (20260821, 30.0))
-        self.assertEqual(_opened(target).size, (report["width"], report["height"]))
+        self.assertEqual(opened(target).size, (report["width"], report["height"]))
         self.assertEqual(self.succeed("render", source, "-o", self.out / "d.png"),
                          f"{self.out / 'd.png'}\n")
         self.assertEqual(self.succeed("render", source, "-o", self.out / "e.jpeg", "--quiet"), "")
@@ -393,7 +338,7 @@ class Planning(HostCase):
 class Tables(HostCase):
     def test_options_are_those_of_the_library(self):
         table = json.loads(self.succeed("options", "--json"))
-        self.assertEqual(table, json.loads(pathlib.Path(OPTION_LIST).read_text()))
+        self.assertEqual(table, json.loads((SOURCE / "apps/morva/option_list.json").read_text()))
         lines = self.succeed("options").splitlines()
         self.assertEqual([line.split()[0] for line in lines], [entry["key"] for entry in table])
 
@@ -423,10 +368,6 @@ class Tables(HostCase):
         self.fail_with(PROFILE, "list", "papers", env=elsewhere)
 
 
-def _opened(path):
-    return Image.open(io.BytesIO(path.read_bytes()))
-
-
 def _stop_while_rendering(source, target, stop):
     """Exit code, standard output, and what stood on the terminal."""
     terminal, other_end = pty.openpty()
@@ -447,9 +388,4 @@ def _stop_while_rendering(source, target, stop):
 
 
 if __name__ == "__main__":
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--host", required=True)
-    parser.add_argument("--option-list", required=True)
-    known, rest = parser.parse_known_args()
-    HOST, OPTION_LIST = os.path.abspath(known.host), known.option_list
-    unittest.main(argv=[sys.argv[0], *rest])
+    main()

@@ -1,0 +1,14 @@
+// The engine's failures come as it words them. For whoever cannot read them, or wonders what to do
+// about them, a line in English.
+#pragma once
+
+#include <string>
+
+#include "host_error.h"
+
+namespace morva::host {
+
+// Empty where the failure speaks for itself.
+std::string hint_for(const HostError& failure);
+
+}  // namespace morva::host

@@ -1,0 +1,56 @@
+#include "json_file.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "host_error.h"
+
+namespace morva::host {
+namespace {
+
+using Json = nlohmann::json;
+
+// Deeper nesting is no option of ours and would only exhaust the stack later on.
+constexpr int kDeepest = 64;
+
+struct TooDeep {};
+
+std::string text_of_file(const std::string& file, const std::string& what) {
+  std::error_code error;
+  if (std::filesystem::is_directory(file, error))
+    throw HostError(MORVA_BAD_ARGUMENT, what + " is a folder: " + file);
+  std::ifstream in(file, std::ios::binary);
+  if (!in) throw HostError(MORVA_BAD_ARGUMENT, "cannot open the " + what + ": " + file);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+}  // namespace
+
+Json parse_json(const std::string& text, std::string& complaint) {
+  using Event = Json::parse_event_t;
+  const auto guard_depth = [](int depth, Event event, const Json&) {
+    const bool opens = event == Event::object_start || event == Event::array_start;
+    if (opens && depth >= kDeepest) throw TooDeep();
+    return true;
+  };
+  try {
+    return Json::parse(text, guard_depth);
+  } catch (const Json::exception& failure) {
+    complaint = failure.what();
+    return Json(Json::value_t::discarded);
+  } catch (const TooDeep&) {
+    throw HostError(MORVA_OPTIONS_FAILED, "options are nested deeper than 64");
+  }
+}
+
+Json json_object_in(const std::string& file, const std::string& what) {
+  std::string complaint;
+  Json object = parse_json(text_of_file(file, what), complaint);
+  if (object.is_discarded())
+    throw HostError(MORVA_OPTIONS_FAILED, file + " is not JSON: " + complaint);
+  if (!object.is_object()) throw HostError(MORVA_OPTIONS_FAILED, file + " holds no JSON object");
+  return object;
+}
+
+}  // namespace morva::host

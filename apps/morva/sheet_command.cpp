@@ -1,0 +1,146 @@
+#include "sheet_command.h"
+
+#include <algorithm>
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "area_reduction.h"
+#include "cancel_signal.h"
+#include "contact_sheet.h"
+#include "engine_render.h"
+#include "framing.h"
+#include "host_error.h"
+#include "output_file.h"
+#include "picture_reader.h"
+#include "progress.h"
+#include "sheet_size.h"
+#include "source_exposure.h"
+#include "variation.h"
+
+namespace morva::host {
+namespace {
+
+using OrderedJson = nlohmann::ordered_json;
+
+constexpr std::size_t kMostCells = 400;
+
+struct PlannedCell {
+  SettingChoice choice;
+  std::vector<std::string> labels;
+};
+
+std::vector<Variation> variations_of(const SheetRequest& request) {
+  std::vector<Variation> variations;
+  for (const std::string& text : request.variations) variations.push_back(variation_of(text));
+  if (variations.empty() || variations.size() > 2)
+    throw HostError(MORVA_BAD_ARGUMENT,
+                    "a sheet takes --vary once, for a row, or twice, for a grid");
+  return variations;
+}
+
+// The first variation across, the second down.
+std::vector<PlannedCell> plan_cells(const SettingChoice& choice,
+                                    const std::vector<Variation>& variations) {
+  std::vector<PlannedCell> cells = {{choice, {}}};
+  for (auto variation = variations.rbegin(); variation != variations.rend(); ++variation) {
+    std::vector<PlannedCell> finer;
+    for (const PlannedCell& cell : cells)
+      for (const std::string& value : variation->values) {
+        finer.push_back(cell);
+        vary(finer.back().choice, variation->key, value);
+        finer.back().labels.insert(finer.back().labels.begin(), label_of(variation->key, value));
+      }
+    cells = std::move(finer);
+  }
+  if (cells.size() > kMostCells)
+    throw HostError(MORVA_BAD_ARGUMENT, "a sheet of " + std::to_string(cells.size()) +
+                                            " pictures is too large; " +
+                                            std::to_string(kMostCells) + " are the most");
+  return cells;
+}
+
+std::string in_words(const PlannedCell& cell) {
+  std::string words;
+  for (const std::string& label : cell.labels) words += (words.empty() ? "" : ", ") + label;
+  return words;
+}
+
+PixelSize times(PixelSize size, double scale) {
+  const auto side = [&](int32_t px) {
+    return std::max(1, static_cast<int32_t>(std::lround(px * scale)));
+  };
+  return {side(size.width), side(size.height)};
+}
+
+double scale_to(PixelSize size, int cell_px) {
+  return std::min(1.0, static_cast<double>(cell_px) / std::max(size.width, size.height));
+}
+
+// The source is reduced so far that its sheet comes out at about the size of a cell: what an eye
+// would see of the whole sheet from that far.
+Picture render_cell(const Picture& source, const CheckedSetting& checked, int cell_px) {
+  nlohmann::json options = checked.options;
+  frame_straightened(source.width, source.height, options);
+  const PixelSize whole = sheet_size(checked.setting, options, source.size());
+  meter_source(source, checked.metering, options);
+  const PixelSize small = times(source.size(), scale_to(whole, cell_px));
+  const Picture sheet = render_sheet(reduced_by_area(source, small), checked.setting, options);
+  const PixelSize size = sheet.size();
+  return reduced_by_area(sheet, times(size, scale_to(size, cell_px)));
+}
+
+Cell made_of(const PlannedCell& planned, const Picture& source, int cell_px) {
+  try {
+    return {render_cell(source, check_setting(planned.choice), cell_px), planned.labels};
+  } catch (const HostError& failure) {
+    if (failure.code == MORVA_CANCELLED) throw;
+    throw HostError(failure.code, in_words(planned) + ": " + failure.what());
+  }
+}
+
+std::vector<Cell> render_cells(const std::vector<PlannedCell>& planned, const Picture& source,
+                               int cell_px, Progress& progress) {
+  std::vector<Cell> cells;
+  for (const PlannedCell& one : planned) {
+    progress.step("rendering " + std::to_string(cells.size() + 1) + " of " +
+                  std::to_string(planned.size()) + ": " + in_words(one));
+    cells.push_back(made_of(one, source, cell_px));
+    check_cancelled();
+  }
+  return cells;
+}
+
+}  // namespace
+
+void run(const SheetRequest& request) {
+  const Encoding encoding = encoding_of(request.output);
+  OutputFile output(request.output.file, request.output.force);
+  const std::vector<Variation> variations = variations_of(request);
+  const std::vector<PlannedCell> planned = plan_cells(request.setting, variations);
+  select_backend(request.backend);
+  const std::string input = check_setting(planned.front().choice).setting.input;
+
+  OrderedJson made;
+  {
+    Progress progress(!request.output.quiet);
+    progress.step("reading " + input);
+    const Picture source = read_picture(input);
+    check_cancelled();
+    const std::vector<Cell> cells = render_cells(planned, source, request.cell_px, progress);
+    const std::size_t down = variations.size() > 1 ? variations[1].values.size() : 1;
+    const Picture sheet =
+        contact_sheet(cells, columns_of(variations[0].values.size(), down), request.cell_px);
+    progress.step("writing " + request.output.file);
+    write_picture(sheet, encoding, {}, output.create_temporary());
+    check_cancelled();
+    output.commit();
+    made = {{"output", request.output.file},
+            {"width", sheet.width},
+            {"height", sheet.height},
+            {"pictures", cells.size()},
+            {"seconds", progress.elapsed_s()}};
+  }
+  announce(request.output, made);
+}
+
+}  // namespace morva::host

@@ -1,0 +1,62 @@
+#include "standard_streams.h"
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <span>
+
+#include "byte_file.h"
+#include "cancel_signal.h"
+#include "host_error.h"
+#include "operating_system.h"
+#include "temporary_file.h"
+
+namespace morva::host {
+namespace {
+
+constexpr std::size_t kBlockBytes = std::size_t{1} << 16;
+constexpr int kLookEveryMs = 100;  // for a cancel, while nothing comes
+
+void read_whole_input(const std::filesystem::path& into) {
+  ByteFile file(into);
+  std::array<char, kBlockBytes> block;
+  for (;;) {
+    while (!standard_input_ready(kLookEveryMs)) check_cancelled();
+    check_cancelled();
+    const std::optional<std::size_t> count = read_standard_input(block);
+    if (!count) throw HostError(MORVA_BAD_ARGUMENT, "cannot read standard input");
+    if (*count == 0) break;
+    if (std::fwrite(block.data(), 1, *count, file.stream()) != *count)
+      throw HostError(MORVA_FAILED, "cannot hold standard input: the disk of " +
+                                        into.parent_path().string() + " is full");
+  }
+  file.close();
+}
+
+TemporaryFile held_input() {
+  TemporaryFile held = temporary_file_of_the_user();
+  read_whole_input(held.path());
+  return held;
+}
+
+}  // namespace
+
+std::string file_behind(const std::string& input) {
+  if (input != kStandardStream) return input;
+  static const TemporaryFile held = held_input();
+  return held.path().string();
+}
+
+void copy_to_standard_output(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::array<char, kBlockBytes> block;
+  do {
+    in.read(block.data(), block.size());
+    const auto count = static_cast<std::size_t>(in.gcount());
+    if (std::fwrite(block.data(), 1, count, stdout) != count) break;
+  } while (in);
+  if (!in.eof() || std::fflush(stdout) != 0)
+    throw HostError(MORVA_FAILED, "cannot write to standard output");
+}
+
+}  // namespace morva::host

@@ -1,0 +1,74 @@
+#include "variation.h"
+
+#include "host_error.h"
+#include "profile_folder.h"
+
+namespace morva::host {
+namespace {
+
+struct NamedThing {
+  const char* key;
+  const char* section;
+};
+constexpr NamedThing kNamedThings[] = {
+    {"film", "films"}, {"lens", "lenses"}, {"paper", "papers"}, {"preset", "presets"}};
+
+const NamedThing* named_thing(const std::string& key) {
+  for (const NamedThing& thing : kNamedThings)
+    if (key == thing.key) return &thing;
+  return nullptr;
+}
+
+std::vector<std::string> split(const std::string& text) {
+  std::vector<std::string> parts(1);
+  int depth = 0;
+  bool quoted = false;
+  for (const char letter : text) {
+    if (letter == '"') quoted = !quoted;
+    if (!quoted && (letter == '[' || letter == '{')) ++depth;
+    if (!quoted && (letter == ']' || letter == '}')) --depth;
+    if (letter == ',' && depth == 0 && !quoted)
+      parts.emplace_back();
+    else
+      parts.back() += letter;
+  }
+  return parts;
+}
+
+std::vector<std::string> all_of(const NamedThing& thing) {
+  std::vector<std::string> names;
+  for (const ProfileEntry& entry : list_profiles(thing.section)) names.push_back(entry.name);
+  return names;
+}
+
+}  // namespace
+
+Variation variation_of(const std::string& text) {
+  const std::size_t equals = text.find('=');
+  if (equals == std::string::npos || equals == 0 || equals + 1 == text.size())
+    throw HostError(MORVA_BAD_ARGUMENT, "--vary takes key=a,b,c, not: " + text);
+  Variation variation{text.substr(0, equals), split(text.substr(equals + 1))};
+  const NamedThing* thing = named_thing(variation.key);
+  if (thing != nullptr && variation.values == std::vector<std::string>{"*"})
+    variation.values = all_of(*thing);
+  return variation;
+}
+
+void vary(SettingChoice& choice, const std::string& key, const std::string& value) {
+  if (key == "film")
+    choice.film = value;
+  else if (key == "lens")
+    choice.lens = value;
+  else if (key == "paper")
+    choice.paper = value;
+  else if (key == "preset")
+    choice.presets.push_back(value);
+  else
+    choice.options.settings.push_back(key + "=" + value);
+}
+
+std::string label_of(const std::string& key, const std::string& value) {
+  return named_thing(key) != nullptr ? value : key + " " + value;
+}
+
+}  // namespace morva::host
