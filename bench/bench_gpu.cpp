@@ -74,9 +74,9 @@ int main(int argc, char** argv) {
   best = std::min(best, seconds_of_render(rgb, size));
   std::printf("best of five %.3f s, %.0f megapixels a second\n", best,
               size.width * 1e-6 * size.height / best);
-  std::vector<char> report(static_cast<std::size_t>(morva_profile_report(nullptr, 0)) + 1);
+  std::string report(static_cast<std::size_t>(morva_profile_report(nullptr, 0)) + 1, '\0');
   morva_profile_report(report.data(), static_cast<int32_t>(report.size()));
-  std::printf("%s", report.data());
+  std::printf("%s", report.c_str());
   morva_release_gpu();
   std::printf("a copy: %.1f GB/s\n", copy_bytes_per_s(backend != "gpu", size) * 1e-9);
   return 0;

@@ -442,7 +442,7 @@ MORVA_API uint32_t morva_gpu_generation(void);
 MORVA_API int32_t morva_gpu_debug_messages(char* buf, int32_t cap);
 
 /*
- * Faults for tests, to be set between renders. `kind`:
+ * Faults for tests, to be set between renders, but 7 at any time. `kind`:
  *   0   clear all           1   remove the device at dispatch `value`   2   throw at dispatch `value`
  *   3   keep no free buffers, where `value` is not 0                     4   allocation `value` fails
  *   5   milliseconds of a list, 6 of a dispatch, above which they are cut; 0 or less: never
@@ -458,6 +458,56 @@ MORVA_API int32_t morva_set_profiling(int32_t on);
 /* Where the time of the last such render went, as Markdown. Copies at most `cap` - 1 bytes and a NUL; returns
  * the whole text's length, so that a null `buf` asks for the size. */
 MORVA_API int32_t morva_profile_report(char* buf, int32_t cap);
+
+/*
+ * The view: a picture that the GPU in use places, zooms and turns for an interactive preview, without
+ * sending it anew for each step. A view works beside renders, on whatever thread calls it; its calls wait for
+ * each other and for the GPU, never for a render.
+ *
+ * A view outlives renders and changes of backend, but not its device: once that is lost, which
+ * morva_gpu_generation tells, every call answers MORVA_GPU_LOST, and the host destroys the view and makes
+ * another. Other failures are MORVA_BAD_ARGUMENT for a null view and MORVA_FAILED.
+ */
+typedef struct MorvaView MorvaView;
+
+/*
+ * A view without a picture and an output of 8 x 8 pixels in `*out`, which the host destroys. It is read back
+ * by morva_view_readback. `with_swap_chain` asks for a chain that the system's compositor shows, told in
+ * `*swap_chain_out` (which may be null) and owned by the view; where the library has none, as here, that is
+ * MORVA_FAILED. MORVA_BAD_ARGUMENT for a null `out` or while no GPU backend is selected. Both outputs are
+ * null after a failure.
+ */
+MORVA_API int32_t morva_view_create(int32_t with_swap_chain, MorvaView** out, void** swap_chain_out,
+                                    MorvaError* err);
+
+/* Null is allowed. No other call on the view may be running or follow. */
+MORVA_API void morva_view_destroy(MorvaView* view);
+
+/* h * w * 3 samples of linear light, free when the call returns. Null, or a size below 1, takes the picture
+ * away. */
+MORVA_API int32_t morva_view_set_image(MorvaView* view, const float* rgb, int32_t w, int32_t h,
+                                       MorvaError* err);
+
+/* The output's size in pixels; a side below 1 counts as 1. The scales undo a display's own on a swap chain and
+ * mean nothing without one. An output of a new size is transparent black until it is drawn. */
+MORVA_API int32_t morva_view_resize(MorvaView* view, int32_t w, int32_t h, float scale_x, float scale_y,
+                                    MorvaError* err);
+
+/*
+ * Draws the picture and waits until it is drawn.
+ * scale       output pixels for one of the picture; 0 or less counts as 1. Below 1 up to 8 x 8 samples are
+ *             averaged, from 1 it is interpolated, from 2 on the picture's pixels keep hard edges
+ * x, y        where its upper left corner lies on the output, pixels, before it is turned
+ * angle_deg   about its centre, clockwise
+ * background  0xRRGGBB, already encoded for the display
+ * Numbers that are not finite count as 1 for the scale, as 0 else.
+ */
+MORVA_API int32_t morva_view_draw(MorvaView* view, float scale, float x, float y, float angle_deg,
+                                  uint32_t background, MorvaError* err);
+
+/* The last drawing, encoded for an sRGB display: rows of four bytes a pixel, R, G, B and 255. MORVA_FAILED,
+ * with nothing written, where `dst` is null or `dst_bytes` below 4 * width * height of the output. */
+MORVA_API int32_t morva_view_readback(MorvaView* view, void* dst, int32_t dst_bytes, MorvaError* err);
 
 #ifdef __cplusplus
 }

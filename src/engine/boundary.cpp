@@ -45,20 +45,23 @@ std::int32_t fail_with(MorvaError* err, std::int32_t code, std::string_view pref
   return code;
 }
 
-// The exception in flight, under one code whatever it is.
-std::int32_t failure_of_code(MorvaError* err, std::int32_t code) noexcept {
+}  // namespace
+
+std::int32_t failure_as(MorvaError* err, std::int32_t code, std::string_view prefix) noexcept {
   try {
     throw;
   } catch (const std::bad_alloc&) {
-    return fail_with(err, code, "", "out of memory");
+    return fail_with(err, code, prefix, "out of memory");
   } catch (const std::exception& error) {
-    return fail_with(err, code, "", error.what());
+    return fail_with(err, code, prefix, error.what());
   } catch (...) {
-    return fail_with(err, code, "", "unknown failure");
+    return fail_with(err, code, prefix, "unknown failure");
   }
 }
 
-}  // namespace
+std::int32_t no_text(MorvaError*) noexcept {
+  return 0;
+}
 
 std::int32_t fail(MorvaError* err, std::int32_t code, std::string_view text) noexcept {
   return fail_with(err, code, "", text);
@@ -91,11 +94,11 @@ std::int32_t render_failure(MorvaError* err) noexcept {
 }
 
 std::int32_t plain_failure(MorvaError* err) noexcept {
-  return failure_of_code(err, MORVA_FAILED);
+  return failure_as(err, MORVA_FAILED, "");
 }
 
 std::int32_t options_failure(MorvaError* err) noexcept {
-  return failure_of_code(err, MORVA_OPTIONS_FAILED);
+  return failure_as(err, MORVA_OPTIONS_FAILED, "");
 }
 
 std::int32_t query_failure(MorvaError* err) noexcept {
@@ -106,7 +109,7 @@ std::int32_t query_failure(MorvaError* err) noexcept {
   } catch (const SheetTooLarge& error) {
     return fail_with(err, MORVA_OPTIONS_FAILED, "", error.what());
   } catch (...) {
-    return failure_of_code(err, MORVA_OPTIONS_FAILED);
+    return failure_as(err, MORVA_OPTIONS_FAILED, "");
   }
 }
 

@@ -26,6 +26,12 @@ std::int32_t plain_failure(MorvaError* err) noexcept;
 std::int32_t options_failure(MorvaError* err) noexcept;
 std::int32_t query_failure(MorvaError* err) noexcept;
 
+// The exception in flight under one code whatever it is, its text after `prefix`.
+std::int32_t failure_as(MorvaError* err, std::int32_t code, std::string_view prefix) noexcept;
+
+// For exports that hand out a text: there is none, 0.
+std::int32_t no_text(MorvaError* err) noexcept;
+
 // Runs `body`, which returns a code, and hands what it throws to `failure`.
 template <class Body>
 std::int32_t guarded(MorvaError* err, std::int32_t (*failure)(MorvaError*) noexcept,

@@ -20,9 +20,8 @@ ProfileStore* ensure_profiles(MorvaError* err) {
   std::filesystem::path root = find_profiles_dir();
   if (root.empty()) {
     fail(err, MORVA_PROFILE_FAILED,
-         "каталог профилей не найден: morva_profiles_load(), MORVA_PROFILES_DIR или profiles рядом "
-         "с "
-         "DLL");
+         "каталог профилей не найден: "
+         "morva_profiles_load(), MORVA_PROFILES_DIR или profiles рядом с DLL");
     return nullptr;
   }
   state.store = std::make_unique<ProfileStore>(std::move(root));

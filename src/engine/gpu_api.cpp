@@ -52,13 +52,16 @@ void probe(MorvaGpuProbe& out) {
   out.status = list.hardware.empty() ? kNoHardware : kNoneUsable;
   if (list.usable == 0) return;
   const DeviceLocks locks;
-  try {
-    put(out.name, gpu::probe_backend(engine_state().gpu));
-    out.status = kReady;
-  } catch (const std::exception& failure) {
-    put(out.error, failure.what());
-    out.status = kProbeFailed;
-  }
+  put(out.name, gpu::probe_backend(engine_state().gpu));
+  out.status = kReady;
+}
+
+std::int32_t selection_failure(MorvaError* err) noexcept {
+  return failure_as(err, MORVA_FAILED, "DirectX 12: ");
+}
+
+std::int32_t retry_failure(MorvaError* err) noexcept {
+  return failure_as(err, MORVA_GPU_LOST, "видеокарта не отвечает: ");
 }
 
 void fill_pool(MorvaGpuStats& out, const gpu::PoolStats& pool) {
@@ -136,7 +139,7 @@ extern "C" {
 MORVA_API int32_t morva_set_backend(const char* name, MorvaError* err) {
   clear(err);
   const std::string_view wanted = name != nullptr ? name : "";
-  return guarded(err, plain_failure, [&]() -> std::int32_t {
+  return guarded(err, selection_failure, [&]() -> std::int32_t {
     const DeviceLocks locks;
     gpu::BackendHolder& holder = engine_state().gpu;
     if (wanted.empty() || wanted == "cpu") {
@@ -146,22 +149,17 @@ MORVA_API int32_t morva_set_backend(const char* name, MorvaError* err) {
     if (wanted != "gpu" && wanted != "gpu-warp")
       return fail(err, MORVA_BAD_ARGUMENT,
                   "бэкенд: cpu | gpu | gpu-warp, а не «" + std::string(wanted) + "»");
-    try {
-      select_gpu(holder, wanted == "gpu-warp");
-      return MORVA_OK;
-    } catch (const std::exception& failure) {
-      return fail(err, MORVA_FAILED, std::string("DirectX 12: ") + failure.what());
-    }
+    select_gpu(holder, wanted == "gpu-warp");
+    return MORVA_OK;
   });
 }
 
 MORVA_API int32_t morva_backend_name(char* buf, int32_t cap) {
-  try {
+  return guarded(nullptr, no_text, [&] {
     const std::lock_guard guard(engine_state().state_lock);
     hand_out(describe_backend(engine_state().gpu), buf, cap);
-  } catch (...) {  // no memory for the text
-  }
-  return 0;
+    return 0;
+  });
 }
 
 MORVA_API void morva_release_gpu(void) {
@@ -172,11 +170,14 @@ MORVA_API void morva_release_gpu(void) {
 MORVA_API int32_t morva_gpu_probe(MorvaGpuProbe* out) {
   if (out == nullptr) return MORVA_BAD_ARGUMENT;
   *out = MorvaGpuProbe{};
-  try {
+  MorvaError failed;
+  const std::int32_t code = guarded(&failed, plain_failure, [&]() -> std::int32_t {
     probe(*out);
-  } catch (...) {  // no memory for the names
-    out->status = kProbeFailed;
-  }
+    return MORVA_OK;
+  });
+  if (code == MORVA_OK) return MORVA_OK;
+  put(out->error, failed.message);
+  out->status = kProbeFailed;
   return MORVA_OK;
 }
 
@@ -198,16 +199,11 @@ MORVA_API void morva_gpu_state(MorvaGpuState* out) {
 
 MORVA_API int32_t morva_gpu_retry(MorvaError* err) {
   clear(err);
-  const DeviceLocks locks;
-  try {
+  return guarded(err, retry_failure, []() -> std::int32_t {
+    const DeviceLocks locks;
     retry_backend(engine_state().gpu);
     return MORVA_OK;
-  } catch (const std::exception& failure) {
-    const char* why = failure.what();
-    return guarded(err, plain_failure, [&]() -> std::int32_t {
-      return fail(err, MORVA_GPU_LOST, std::string("видеокарта не отвечает: ") + why);
-    });
-  }
+  });
 }
 
 MORVA_API uint32_t morva_gpu_generation(void) {
@@ -227,7 +223,7 @@ MORVA_API void morva_gpu_stats(MorvaGpuStats* out) {
 }
 
 MORVA_API int32_t morva_gpu_debug_messages(char* buf, int32_t cap) {
-  try {
+  return guarded(nullptr, no_text, [&]() -> std::int32_t {
     const DeviceLocks locks;
     const auto& backend = engine_state().gpu.backend;
     if (backend == nullptr) return 0;
@@ -236,9 +232,7 @@ MORVA_API int32_t morva_gpu_debug_messages(char* buf, int32_t cap) {
     for (const std::string& message : messages) text += message + "\n";
     hand_out(text, buf, cap);
     return static_cast<std::int32_t>(messages.size());
-  } catch (...) {  // no memory for the text
-    return 0;
-  }
+  });
 }
 
 MORVA_API int32_t morva_gpu_test_hook(uint32_t kind, int32_t value) {

@@ -36,16 +36,14 @@ void keep_report(const gpu::Tract& backend, const RenderCall& call, SteadyTime b
   engine_state().gpu.profile_report = backend.report_text(title_of(call), frame_ms.count());
 }
 
-// A backend can be lost on the way and the render begin again, so it leaves `input` as it is; the
-// CPU takes the picture and frees it as soon as a stage has made the next.
+// `input` as of process().
 Image render_once(const ProfileStore& store, Image& input, const Json& options,
                   const RenderCall& call, gpu::Tract* backend, bool profiling) {
   RenderContext ctx;
   ctx.cancel = call.cancel;
   ctx.gpu = backend;
   if (backend != nullptr) backend->begin_render(profiling);
-  Image source = backend != nullptr ? input : std::move(input);
-  return render_named(store, std::move(source), call.film, call.lens,
+  return render_named(store, std::move(input), call.film, call.lens,
                       call.paper != nullptr ? call.paper : "", options, ctx);
 }
 
@@ -104,11 +102,7 @@ MORVA_API int32_t morva_render_ex(const float* rgb, int32_t width, int32_t heigh
 }
 
 MORVA_API int32_t morva_option_keys(char* buf, int32_t cap) {
-  try {
-    return hand_out(option_keys_text(), buf, cap);
-  } catch (...) {  // no memory for the text
-    return 0;
-  }
+  return guarded(nullptr, no_text, [&] { return hand_out(option_keys_text(), buf, cap); });
 }
 
 }  // extern "C"

@@ -20,7 +20,7 @@ void log_exposure(const float* in, float* out, std::size_t n, double ev) {
     const std::size_t count = std::min(chunk, n - start);
     float* x = out + start;
     for (std::size_t i = 0; i < count; ++i)
-      x[i] = std::max(in[start + i], 0.0f) / mid_grey + floor_of_black;
+      x[i] = std::max(0.0f, in[start + i]) / mid_grey + floor_of_black;
     elementary::log10f(x, x, count);
     for (std::size_t i = 0; i < count; ++i) x[i] += shift;
   }

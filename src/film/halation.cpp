@@ -4,18 +4,12 @@
 
 #include "film/glass_ring.h"
 #include "image/filters.h"
+#include "optics/highlights.h"
 #include "profiles/number_arrays.h"
 
 namespace morva {
 
 namespace {
-
-Image over_threshold(const Image& source, float threshold) {
-  Image mask(source.h, source.w, 1);
-  for (std::size_t i = 0; i < mask.data.size(); ++i)
-    mask.data[i] = std::max(source.data[i] - threshold, 0.0f);
-  return mask;
-}
 
 Image spread_by_base(const Image& mask, const HalationParams& params, double px_um) {
   Image halo = blur_plane(mask, params.radius_px);
@@ -45,7 +39,7 @@ HalationParams halation_params(const Json& halation, double px_um, double mult) 
 
 void halate(Image& image, const Image& source, const HalationParams& params, double px_um) {
   if (!params.active) return;
-  const Image halo = spread_by_base(over_threshold(source, params.threshold), params, px_um);
+  const Image halo = spread_by_base(light_above(source, 0, params.threshold), params, px_um);
   float* p = image.data.data();
   for (std::size_t i = 0; i < image.pixels(); ++i, p += image.c) {
     const float light = params.strength * halo.data[i];

@@ -50,7 +50,7 @@ void require_picture(const Image& input, const Json& paper) {
 
 }  // namespace
 
-Image render_named(const ProfileStore& store, Image input, const std::string& film_name,
+Image render_named(const ProfileStore& store, Image&& input, const std::string& film_name,
                    const std::string& lens_name, const std::string& paper_name, const Json& options,
                    RenderContext& ctx) {
   const Json film = store.load("films", film_name);
@@ -59,7 +59,7 @@ Image render_named(const ProfileStore& store, Image input, const std::string& fi
   return process(store, std::move(input), film, lens, paper, options, ctx);
 }
 
-Image process(const ProfileStore& store, Image input, const Json& film, const Json& lens,
+Image process(const ProfileStore& store, Image&& input, const Json& film, const Json& lens,
               const Json& paper_profile, const Json& options, RenderContext& ctx) {
   require_picture(input, paper_profile);
   const Json paper = with_tube_of(film, paper_profile);

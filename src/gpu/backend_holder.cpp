@@ -4,6 +4,7 @@
 #include <cstring>
 #include <exception>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "gpu/gpu_budget.h"
@@ -17,7 +18,7 @@ namespace {
 constexpr std::int64_t kLossWindowNs = 120'000'000'000;
 constexpr double kMostScale = 16.0;
 
-std::unique_ptr<Tract> make_backend(BackendHolder& holder, bool software) {
+std::unique_ptr<Tract> make_backend(const BackendHolder& holder, bool software) {
   return std::make_unique<Tract>(software, source_of(holder));
 }
 
@@ -28,7 +29,8 @@ void check_round_trip(Device& device) {
   std::vector<float> ramp(count);
   for (std::uint32_t i = 0; i < count; ++i) ramp[i] = static_cast<float>(i) * 0.25f - 7.0f;
   const auto source = device.upload(ramp.data(), count);
-  const auto copy = device.alloc(count);
+  // Zeros first: a buffer out of the pool may hold the ramp of the last probe.
+  const auto copy = device.upload(std::vector<float>(count).data(), count);
   const LaunchGrid launch = grid(count);
   device.dispatch(Kernel::copy_main, launch.groups_x, launch.groups_y, {count}, {},
                   {source.get(), nullptr, copy.get()});
@@ -37,39 +39,45 @@ void check_round_trip(Device& device) {
     throw std::runtime_error("DX12: пересылка туда-обратно вернула не те числа");
 }
 
-void note_failed_rebuild(BackendHolder& holder, const std::exception& failure) {
-  holder.lost = true;
-  holder.last_loss.report += std::string("новое устройство не создалось: ") + failure.what() + "\n";
+void note_failed_rebuild(BackendHolder& holder, const std::exception& failure) noexcept {
+  try {
+    holder.last_loss.report +=
+        std::string("новое устройство не создалось: ") + failure.what() + "\n";
+  } catch (...) {  // no memory: the report is a courtesy
+  }
 }
 
-LossRecord record_of(const GpuLost& lost, const Tract* backend) {
-  LossRecord record = {lost.reason, lost.hresult, lost.requested_bytes, lost.available_bytes, ""};
-  std::string report;
-  if (backend != nullptr) {
-    try {
-      if (const std::uint32_t why = backend->device().removed_reason(); why != kNoLoss)
-        record.reason = why;
-      if (record.reason != kNoMemory) report = backend->device().loss_report();
-    } catch (const std::exception&) {  // the report is a courtesy
-    }
+void note_loss(BackendHolder& holder, const GpuLost& lost) noexcept {
+  const Device* device = holder.backend != nullptr ? &holder.backend->device() : nullptr;
+  LossRecord& record = holder.last_loss;
+  record.reason = lost.reason;
+  record.hresult = lost.hresult;
+  record.requested_bytes = lost.requested_bytes;
+  record.available_bytes = lost.available_bytes;
+  record.report.clear();
+  try {
+    const std::uint32_t why = device != nullptr ? device->removed_reason() : std::uint32_t{kNoLoss};
+    if (why != kNoLoss) record.reason = why;
+    record.report = std::string("ошибка: ") + lost.what() + "\n";
+    if (device != nullptr && record.reason != kNoMemory) record.report += device->loss_report();
+  } catch (...) {  // no memory: what has been told so far
   }
-  record.report = std::string("ошибка: ") + lost.what() + "\n" + report;
-  return record;
 }
 
 // Whether the loss stands alone in its two minutes.
 bool note_loss_time(BackendHolder& holder) {
   const std::int64_t now_ns = source_of(holder).now_ns();
-  holder.loss_times.push_back(now_ns);
-  while (now_ns - holder.loss_times.front() > kLossWindowNs) holder.loss_times.pop_front();
-  return holder.loss_times.size() < 2;
+  const std::optional<std::int64_t> before_ns = std::exchange(holder.last_loss_ns, now_ns);
+  return !before_ns || now_ns - *before_ns > kLossWindowNs;
 }
 
-bool rebuild(BackendHolder& holder) {
+bool rebuild(BackendHolder& holder) noexcept {
   try {
     holder.backend = make_backend(holder, false);
   } catch (const std::exception& failure) {
     note_failed_rebuild(holder, failure);
+    return false;
+  } catch (...) {
     return false;
   }
   ++holder.generation;
@@ -141,15 +149,12 @@ std::string probe_backend(BackendHolder& holder) {
 }
 
 bool recover(BackendHolder& holder, const GpuLost& lost, bool may_retry) noexcept {
-  try {
-    holder.last_loss = record_of(lost, holder.backend.get());
-    if (holder.last_loss.reason == kNoMemory) return may_retry;
-    const bool alone = note_loss_time(holder);
-    gpu_budget().scale = std::min(kMostScale, gpu_budget().scale * 2.0);
-    holder.backend.reset();
-    if (may_retry && alone) return rebuild(holder);
-  } catch (const std::exception&) {  // no memory left for the record
-  }
+  note_loss(holder, lost);
+  if (holder.last_loss.reason == kNoMemory) return may_retry;
+  const bool alone = note_loss_time(holder);
+  gpu_budget().scale = std::min(kMostScale, gpu_budget().scale * 2.0);
+  holder.backend.reset();
+  if (may_retry && alone && rebuild(holder)) return true;
   holder.lost = true;
   return false;
 }
@@ -160,6 +165,7 @@ void retry_backend(BackendHolder& holder) {
   try {
     holder.backend = make_backend(holder, false);
   } catch (const std::exception& failure) {
+    holder.lost = true;
     note_failed_rebuild(holder, failure);
     throw;
   }
@@ -168,7 +174,7 @@ void retry_backend(BackendHolder& holder) {
 }
 
 void forget_losses(BackendHolder& holder) {
-  holder.loss_times.clear();
+  holder.last_loss_ns.reset();
   holder.recoveries = 0;
   holder.last_loss.reason = 0;
   holder.last_loss.hresult = 0;

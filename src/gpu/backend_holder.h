@@ -4,13 +4,14 @@
 // until retry_backend). A device that went away in a render is rebuilt once by itself; a second
 // loss within two minutes gives it up.
 //
-// Not locked here. All of it is read and written under the engine's state lock; whatever makes or
-// drops a device holds the render lock as well.
+// Not locked here. All of it but `source`, which is set before the first use and then stays, is
+// read and written under the engine's state lock; whatever makes or drops a device holds the render
+// lock as well.
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,8 +39,8 @@ struct BackendHolder {
   std::uint32_t generation = 0;  // devices built after a loss or a retry
   std::uint32_t recoveries = 0;  // rebuilt by themselves since a host last read it
   LossRecord last_loss;
-  std::deque<std::int64_t> loss_times;  // monotonic nanoseconds, of the last 120 s
-  std::string profile_report;           // of the last profiled render
+  std::optional<std::int64_t> last_loss_ns;  // when it was, monotonic
+  std::string profile_report;                // of the last profiled render
 };
 
 // Whether the selected backend is gone, so that no render can run.

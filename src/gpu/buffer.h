@@ -3,10 +3,21 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "gpu/platform/recording.h"
 
 namespace morva::gpu {
+
+namespace platform {
+class Device;
+}
+
+// Memory of its own with a name, in the state that its heap asks for. Failures as check() tells,
+// under `prefix`.
+std::unique_ptr<platform::Resource> create_buffer(platform::Device& device, platform::Heap heap,
+                                                  std::uint64_t bytes, const std::string& name,
+                                                  const char* prefix = "DX12");
 
 // One allocation. Users hold it by a shared_ptr from Device::alloc(), which gives it back to the
 // device's pool; it must not outlive that device. Any thread may drop it.
@@ -14,7 +25,6 @@ struct Buffer {
   std::unique_ptr<platform::Resource> resource;
   std::uint64_t count = 0;                          // capacity in floats
   platform::State state = platform::State::common;  // as last recorded in the open list
-  std::uint64_t gpu_address = 0;
 };
 
 // A picture laid out as Image is: rows of interleaved pixels. The buffer may be larger.

@@ -17,7 +17,8 @@ namespace {
 
 constexpr std::uint64_t kLeastBytes = 256;            // of one resource
 constexpr std::uint64_t kMostKeptBytes = 0x40000000;  // by a pool that need not shrink
-constexpr std::uint64_t kMostCount = std::numeric_limits<std::uint64_t>::max() / sizeof(float) / 2;
+// Floats of one buffer: kernels count them in 32 bits.
+constexpr std::uint64_t kMostCount = std::numeric_limits<std::uint32_t>::max();
 
 // The smallest free buffer that holds `count` floats and is at most twice as large; null without
 // one.
@@ -60,7 +61,6 @@ Buffer* make_buffer(DeviceState& state, std::uint64_t count) {
   buffer->resource = create_buffer(state, platform::Heap::device_local,
                                    std::max(count * sizeof(float), kLeastBytes), pool_name(count));
   buffer->count = count;
-  buffer->gpu_address = buffer->resource->gpu_address();
   const std::lock_guard guard(state.mutex);
   state.all_buffers.push_back(std::move(buffer));
   return state.all_buffers.back().get();
@@ -87,13 +87,14 @@ platform::MemoryInfo memory_of(const DeviceState& state, platform::Segment segme
 
 }  // namespace
 
-std::unique_ptr<platform::Resource> create_buffer(DeviceState& state, platform::Heap heap,
-                                                  std::uint64_t bytes, const std::string& name) {
+std::unique_ptr<platform::Resource> create_buffer(platform::Device& device, platform::Heap heap,
+                                                  std::uint64_t bytes, const std::string& name,
+                                                  const char* prefix) {
   platform::State initial = platform::State::common;
   if (heap == platform::Heap::upload) initial = platform::State::generic_read;
   if (heap == platform::Heap::readback) initial = platform::State::copy_dest;
   std::unique_ptr<platform::Resource> resource;
-  check(state.device->create_buffer(heap, bytes, initial, &resource), "буфер");
+  check(device.create_buffer(heap, bytes, initial, &resource), "буфер", prefix);
   resource->set_name(name);
   return resource;
 }
@@ -127,7 +128,8 @@ Buffer* Device::make_after_trim(std::uint64_t count) {
   } catch (GpuLost& lost) {
     if (lost.reason != kNoMemory) throw;
     const platform::MemoryInfo local = memory_of(*state_, platform::Segment::local);
-    lost.requested_bytes = count > kMostCount ? ~std::uint64_t{0} : count * sizeof(float);
+    constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+    lost.requested_bytes = count > most / sizeof(float) ? most : count * sizeof(float);
     lost.available_bytes = local.usage < local.budget ? local.budget - local.usage : 0;
     throw;
   }

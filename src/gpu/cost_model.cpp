@@ -10,6 +10,7 @@ namespace {
 constexpr std::uint64_t kHashStart = 0x14650FB0739D0383u;
 constexpr std::uint64_t kHashPrime = 0x100000001B3u;
 constexpr std::size_t kKeyWords = 15;
+constexpr std::size_t kMostKeys = 65'536;
 
 // Of a kernel that was never measured: slow for any GPU, so that the first dispatches are cautious.
 constexpr double kUnknownNs = 40.0;
@@ -18,8 +19,8 @@ constexpr double kUnmetFactor = 2.0;  // over the worst seen, for constants not 
 }  // namespace
 
 CostModel& cost_model() {
-  static CostModel model;
-  return model;
+  static auto* const model = new CostModel;  // whatever still measures while the program ends
+  return *model;
 }
 
 double taps_of(Kernel kernel, const std::vector<std::uint32_t>& constants) {
@@ -50,6 +51,8 @@ void learn(CostModel& model, Kernel kernel, std::uint64_t key, double ns) {
   const std::lock_guard guard(model.mutex);
   double& worst = model.worst_ns[row_of(kernel)];
   worst = std::max(worst, ns);
+  // The constants of a kernel that draws hold its seed, which does not come back.
+  if (model.ns_by_key.size() >= kMostKeys) model.ns_by_key.clear();
   double& entry = model.ns_by_key[key];
   entry = entry > 0.0 ? std::max(entry * 0.8 + ns * 0.2, ns) : ns;
 }

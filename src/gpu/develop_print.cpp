@@ -1,5 +1,6 @@
 #include "gpu/develop_print.h"
 
+#include <stdexcept>
 #include <utility>
 
 #include "flow/develop_print.h"
@@ -9,12 +10,14 @@
 #include "gpu/stages/develop_color.h"
 #include "gpu/stages/exposure_mix.h"
 #include "gpu/stages/instant_positive.h"
+#include "gpu/stages/pixel_ops.h"
 #include "gpu/stages/process_print.h"
 #include "gpu/stages/round_trip.h"
 #include "gpu/stages/scan.h"
 #include "gpu/stages/slide.h"
 #include "print/bw_print.h"
 #include "print/color_print.h"
+#include "print/process_block.h"
 #include "profiles/film.h"
 
 namespace morva::gpu {
@@ -29,30 +32,35 @@ bool stays_on_cpu(const Frame& frame, const std::string& type) {
 
 GImage print_by_process(const Frame& frame, GImage work, const std::string& type,
                         const Image* mask) {
-  GImage density = type == "bw"
-                       ? develop_bw(frame, std::move(work)).density
-                       : density_on_paper(frame, develop_color(frame, std::move(work)).density);
+  read_process_block(frame.paper, frame.opts);  // a paper that cannot be read is told at once
+  GImage density = type == "bw" ? develop_bw(frame, std::move(work))
+                                : density_on_paper(frame, develop_color(frame, std::move(work)));
   check_cancel(frame.ctx);
   return print_on_process(frame, std::move(density), mask);
 }
 
 GImage print_silver(const Frame& frame, GImage work) {
-  GNegative negative = develop_bw(frame, std::move(work));
+  const GImage negative = develop_bw(frame, std::move(work));
   check_cancel(frame.ctx);
-  return print_bw(frame, print_params_bw(frame.paper, frame.opts), std::move(negative));
+  return print_bw(frame, print_params_bw(frame.paper, frame.opts), negative);
 }
 
 GImage print_dyes(const Frame& frame, GImage work) {
-  GColorNegative negative = develop_color(frame, std::move(work));
+  const GImage negative = develop_color(frame, std::move(work));
   check_cancel(frame.ctx);
-  return print_color(frame, print_params_color(frame.stock, frame.paper, frame.opts),
-                     std::move(negative));
+  return print_color(frame, print_params_color(frame.stock, frame.paper, frame.opts), negative);
 }
 
 GImage show_slide(const Frame& frame, GImage work) {
   GImage positive = develop_slide(frame, std::move(work));
   if (!is_scanned(frame.paper)) return positive;
   return scan_positive(frame.device, std::move(positive), frame.paper, frame.opts);
+}
+
+GImage first_channel(Device& device, const GImage& picture) {
+  GImage plane = device.image(picture.height, picture.width, 1);
+  copy_plane(device, plane_of(picture), plane_of(plane));
+  return plane;
 }
 
 GImage develop_by(PrintWay way, const Frame& frame, GImage work, const std::string& type,
@@ -71,9 +79,14 @@ GImage develop_by(PrintWay way, const Frame& frame, GImage work, const std::stri
       return print_silver(frame, std::move(work));
     case PrintWay::color_on_bw:
       return print_color_on_bw(frame, std::move(work));
-    default:
+    case PrintWay::color_print:
       return print_dyes(frame, std::move(work));
+    case PrintWay::tricolor:
+    case PrintWay::plate:
+    case PrintWay::collodion_print:
+      break;
   }
+  throw std::logic_error("develop_print: a plate is developed on the CPU");
 }
 
 }  // namespace
@@ -90,6 +103,9 @@ GImage develop_print(const Frame& frame, GImage work, const Image* process_mask)
   const PrintWay way = print_way(type, frame.paper);
   GImage print = develop_by(way, frame, std::move(work), type, process_mask);
   if (!has_reproduction(way, frame.paper)) return print;
+  // A press gets one channel of a black-and-white print: the others need not leave the GPU.
+  if (way == PrintWay::bw_print && is_reproduced(type, frame.paper))
+    print = first_channel(device, print);
   return on_cpu(device, std::move(print), [&](Image light) {
     return reproduce(std::move(light), way, frame.paper, frame.opts, frame.ctx);
   });

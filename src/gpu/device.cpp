@@ -37,6 +37,12 @@ void Device::warm_up() {
   }
 }
 
+SharedParts Device::share() {
+  const std::lock_guard guard(state_->mutex);
+  check(build_pipeline(*state_, Kernel::view_pack), "конвейер кернела показа");
+  return {state_->device, state_->layout, state_->pipelines[row_of(Kernel::view_pack)]};
+}
+
 void Device::set_profiling(bool on) {
   state_->profiling = on;
 }

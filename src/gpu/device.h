@@ -5,7 +5,7 @@
 // Errors: a lost device and memory that is not to be had throw GpuLost, every other platform
 // failure std::runtime_error, with "DX12: ..." and the HRESULT. After an exception from here the
 // list may be left open: abandon() it, or destroy the device. Threads: one at a time, but for
-// pool_stats() and for dropping a buffer, which any thread may do.
+// pool_stats(), share() and for dropping a buffer, which any thread may do.
 #pragma once
 
 #include <cstdint>
@@ -36,6 +36,13 @@ struct DeviceInfo {
   std::uint64_t vram_mb = 0;
 };
 
+// What a view holds on to, so that it may outlive the device.
+struct SharedParts {
+  std::shared_ptr<platform::Device> device;
+  std::shared_ptr<platform::Layout> layout;
+  std::shared_ptr<platform::Pipeline> view_pack;
+};
+
 class Device {
  public:
   // The fastest hardware adapter that works, or the software one. `source` must outlive the device.
@@ -53,7 +60,7 @@ class Device {
 
   // Runs `kernel` on groups of 256 threads; without groups nothing. At most 16 `constants`, of
   // which the sixteenth is the threads in a row unless given; `table` is copied; of at most 6
-  // `buffers` null ones stay unbound. Buffers must live until the list has run or go back to the
+  // `buffers` null ones stand for a small buffer of no meaning. Buffers must live until the list has run or go back to the
   // pool. Over the limits: std::logic_error.
   void dispatch(Kernel kernel, std::uint32_t groups_x, std::uint32_t groups_y,
                 const std::vector<std::uint32_t>& constants, const std::vector<float>& table,
@@ -80,6 +87,9 @@ class Device {
   void trim(bool aggressive);
   // Any thread, also during a render.
   PoolStats pool_stats() const;
+
+  // Builds the view's kernel if need be. Any thread, also during a render; not during warm_up().
+  SharedParts share();
 
   // A stage's time on the GPU, between two calls; stages nest.
   void begin_mark(const std::string& label);

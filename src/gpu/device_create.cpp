@@ -4,6 +4,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "gpu/device_state.h"
 #include "gpu/gpu_error.h"
@@ -54,7 +55,9 @@ void choose_adapter(DeviceState& state, bool software) {
 }
 
 void make_device(DeviceState& state) {
-  check(state.adapter->create_device(&state.device), "устройство");
+  std::unique_ptr<platform::Device> device;
+  check(state.adapter->create_device(&device), "устройство");
+  state.device = std::move(device);
   platform::Architecture architecture;
   if (state.device->architecture(&architecture).ok()) {
     state.info.uma = architecture.uma;
@@ -90,14 +93,15 @@ void make_layout(DeviceState& state) {
   if (!state.device->check_layout(&message).ok()) {
     throw std::runtime_error("DX12: корневая сигнатура: " + message);
   }
-  check(state.device->create_layout(&state.layout), "корневая сигнатура");
+  std::unique_ptr<platform::Layout> layout;
+  check(state.device->create_layout(&layout), "корневая сигнатура");
+  state.layout = std::move(layout);
 }
 
 void make_dummy(DeviceState& state) {
   state.dummy.resource = create_buffer(state, platform::Heap::device_local,
                                        kDummyFloats * sizeof(float), "morva dummy");
   state.dummy.count = kDummyFloats;
-  state.dummy.gpu_address = state.dummy.resource->gpu_address();
 }
 
 }  // namespace
@@ -115,11 +119,13 @@ void create_device(DeviceState& state, bool software) {
 }
 
 platform::Result build_pipeline(DeviceState& state, Kernel kernel) {
-  std::unique_ptr<platform::Pipeline>& pipeline = state.pipelines[row_of(kernel)];
-  if (pipeline) return platform::kOk;
+  if (state.pipelines[row_of(kernel)]) return platform::kOk;
+  std::unique_ptr<platform::Pipeline> pipeline;
   const platform::Result result =
       state.device->create_pipeline(*state.layout, kernel_code(kernel), &pipeline);
-  if (result.ok()) pipeline->set_name(kernel_name(kernel));
+  if (!result.ok()) return result;
+  pipeline->set_name(kernel_name(kernel));
+  state.pipelines[row_of(kernel)] = std::move(pipeline);
   return result;
 }
 

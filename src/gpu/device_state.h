@@ -25,8 +25,8 @@ inline constexpr std::uint64_t kDummyFloats = 64;
 
 // One timed interval of a list. It is open until its end timestamp is written.
 struct Mark {
-  std::string name;  // of a kernel or a stage
-  std::uint32_t begin_query = 0;
+  std::string label;                         // of a stage
+  std::optional<std::uint32_t> begin_query;  // none: there was no room, and it is not timed
   std::uint32_t end_query = 0;
   std::optional<Kernel> kernel = std::nullopt;  // none: a stage
   double work = 0.0;                            // of a dispatch, in work units
@@ -45,7 +45,6 @@ struct UploadChunk {
 // Room in an upload buffer, good until the list has run. Offset in bytes.
 struct UploadSlice {
   std::byte* cpu = nullptr;
-  std::uint64_t gpu_address = 0;
   platform::Resource* resource = nullptr;
   std::uint64_t offset = 0;
 };
@@ -57,15 +56,15 @@ struct DeviceState {
   platform::Platform* source = nullptr;
   std::unique_ptr<platform::Factory> factory;
   std::unique_ptr<platform::Adapter> adapter;
-  std::unique_ptr<platform::Device> device;
+  std::shared_ptr<platform::Device> device;  // views share it
   std::unique_ptr<platform::Queue> queue;
   std::unique_ptr<platform::Allocator> allocator;
   std::unique_ptr<platform::List> list;
   std::unique_ptr<platform::Fence> fence;
   std::unique_ptr<platform::QueryHeap> queries;
   std::unique_ptr<platform::Resource> query_readback;
-  std::unique_ptr<platform::Layout> layout;
-  std::array<std::unique_ptr<platform::Pipeline>, kKernelCount> pipelines;  // empty until used
+  std::shared_ptr<platform::Layout> layout;                                 // and this
+  std::array<std::shared_ptr<platform::Pipeline>, kKernelCount> pipelines;  // empty until used
 
   std::uint64_t fence_value = 0;
   bool open = false;                // the list is recording
@@ -81,12 +80,13 @@ struct DeviceState {
   std::vector<Mark> open_marks;
   std::vector<Mark> closed_marks;
   std::vector<const char*> open_labels;  // kernels of the open list
-  std::vector<const char*> last_labels;  // and of the one before
+  std::vector<const char*> last_labels;  // and of the one that ended last
   std::atomic<std::uint64_t> pending_dispatches = 0;
   RenderStats stats;
   bool profiling = false;
 
-  // Guards pool, all_buffers and dead_buffers; never held while the platform waits.
+  // Guards pool, all_buffers, dead_buffers and the pipeline of view_pack; never held while the
+  // platform waits.
   std::mutex mutex;
   std::vector<std::unique_ptr<Buffer>> all_buffers;   // free or in use
   std::multimap<std::uint64_t, Buffer*> pool;         // free ones by their count
@@ -124,9 +124,13 @@ std::optional<std::uint32_t> close_timings(DeviceState& state);
 // After the list has run: reads the timestamps into the statistics and the cost model.
 void collect_timings(DeviceState& state, std::optional<std::uint32_t> list_end_query);
 
+inline std::unique_ptr<platform::Resource> create_buffer(DeviceState& state, platform::Heap heap,
+                                                         std::uint64_t bytes,
+                                                         const std::string& name) {
+  return create_buffer(*state.device, heap, bytes, name);
+}
+
 // buffer_pool.cpp
-std::unique_ptr<platform::Resource> create_buffer(DeviceState& state, platform::Heap heap,
-                                                  std::uint64_t bytes, const std::string& name);
 void destroy_dead_buffers(DeviceState& state);
 
 // transfer.cpp

@@ -56,9 +56,10 @@ bool over_list_budget(const DeviceState& state, double launch_ms) {
 
 void set_kernel(DeviceState& state, Kernel kernel) {
   const char* name = kernel_name(kernel);
-  check(build_pipeline(state, kernel), std::string("конвейер кернела ") + name);
+  const platform::Result built = build_pipeline(state, kernel);
+  if (!built.ok()) check(built, std::string("конвейер кернела ") + name);
   state.list->set_pipeline(*state.pipelines[row_of(kernel)]);
-  // One marker for each dispatch: the report of a lost device counts them.
+  // One for each dispatch, as the timestamps are.
   state.list->marker(name);
   state.open_labels.push_back(name);
   ++state.pending_dispatches;
@@ -70,7 +71,6 @@ bool open_dispatch_mark(DeviceState& state, const KernelCall& call, const Launch
     return false;
   }
   Mark mark;
-  mark.name = kernel_name(call.kernel);
   mark.kernel = call.kernel;
   mark.work = work_units(call, launch.groups_x, launch.groups_y);
   mark.key = call.key;
@@ -99,9 +99,9 @@ std::uint64_t table_floats(const KernelCall& call) {
   return std::max<std::uint64_t>(1, call.table.size());
 }
 
-void bind_table(DeviceState& state, const KernelCall& call, std::shared_ptr<Buffer> table) {
+void bind_table(DeviceState& state, const KernelCall& call, std::shared_ptr<Buffer> table,
+                const UploadSlice& slice) {
   const std::uint64_t bytes = table_floats(call) * sizeof(float);
-  const UploadSlice slice = ring(state, bytes);
   if (!call.table.empty()) std::memcpy(slice.cpu, call.table.data(), bytes);
   transition(state, *table, platform::State::copy_dest);
   state.list->copy(*table->resource, 0, *slice.resource, slice.offset, bytes);
@@ -123,11 +123,13 @@ void record(DeviceState& state, const KernelCall& call, const Launch& launch,
             std::shared_ptr<Buffer> table) {
   open_list(state);
   if (hook_removes_device()) state.device->remove();
+  // What may find no memory comes before the mark, which would stay open.
+  const UploadSlice slice = ring(state, table_floats(call) * sizeof(float));
   wait_for_dispatches(state);
   set_kernel(state, call.kernel);
   const bool marked = open_dispatch_mark(state, call, launch);
   set_constants(state, call, launch);
-  bind_table(state, call, std::move(table));
+  bind_table(state, call, std::move(table), slice);
   bind_buffers(state, call.buffers);
   state.list->dispatch(launch.groups_x, launch.groups_y, 1);
   state.need_uav_barrier = true;

@@ -33,6 +33,14 @@ PixelSize size_of(const GImage& picture) {
   return {picture.width, picture.height};
 }
 
+// The source as the film is to see it; nothing where the host's picture is that already.
+std::optional<Image> prepared_source(const Image& input, const Json& opts) {
+  if (is_upright({input.w, input.h}, opts) && !source_gain_of(opts)) return std::nullopt;
+  Image source = upright_source(input, opts);
+  apply_source_gain(source, opts);
+  return source;
+}
+
 std::optional<Image> mask_of(const FilmFrame& frame, const Json& opts) {
   if (!frame.rebate.has_canvas()) return std::nullopt;
   Rng rng = seeded_rng(opts, kFrameStream);
@@ -52,12 +60,11 @@ Image render_on_gpu(Device& device, StageTimes& stage_times, const ProfileStore&
   Json opts = merged_options(options);
   const Json resolved = developed_stock(film, opts);
   const FilmFrame frame = plan_sheet(film, paper, opts, {input.w, input.h}).frame;
-  Image source = upright_source(input, opts);
-  apply_source_gain(source, opts);
+  std::optional<Image> source = prepared_source(input, opts);
 
   begin_stage("загрузка кадра на GPU");
-  GImage work = device.upload(source);
-  source = Image();
+  GImage work = device.upload(source ? *source : input);
+  source.reset();
 
   // The raster that the film can resolve, and what stands in front of it.
   begin_stage("мастер-растр, фильтры, оптика");
@@ -77,19 +84,17 @@ Image render_on_gpu(Device& device, StageTimes& stage_times, const ProfileStore&
   PrintPlace place = {mask_of(frame, opts), static_cast<double>(frame.pic_long())};
   work = place_on_film(device, work, frame.rebate);
   std::optional<Image> uneven = uneven_development(film, frame, size_of(work), opts);
-  GImage uneven_gpu = uneven ? device.upload(*uneven) : GImage{};
   note_film_scale(opts, paper, frame);
   std::optional<Image> process_mask;
   if (prints_by_process(get_text_or(film, "type", ""), paper))
     process_mask = std::exchange(place.mask, std::nullopt);
+  stage.reset();
   const Json stock = seeded_stock(resolved, film, frame.area, opts);
 
   // Development and print.
-  stage.reset();
-  GImage print =
-      develop_print({device, stock, paper, opts, frame.um_per_px(), uneven ? &*uneven : nullptr,
-                     std::move(uneven_gpu), ctx, stage_times},
-                    std::move(work), process_mask ? &*process_mask : nullptr);
+  GImage print = develop_print({device, stock, paper, opts, frame.um_per_px(),
+                                uneven ? &*uneven : nullptr, ctx, stage_times},
+                               std::move(work), process_mask ? &*process_mask : nullptr);
   uneven.reset();
   process_mask.reset();
   check_cancel(ctx);
@@ -110,6 +115,7 @@ Image render_on_gpu(Device& device, StageTimes& stage_times, const ProfileStore&
   }
 
   // The sheet.
+  stage.reset();
   SheetDressing dressing =
       plan_dressing(size_of(print), place, resolved, paper, frame, std::move(opts), ctx);
   if (place.mask) lay_base_outside(device, print, device.upload(*place.mask), dressing.base);

@@ -4,8 +4,7 @@
 #include "gpu/stages/color_print.h"
 #include "gpu/stages/develop_bw.h"
 #include "gpu/stages/develop_color.h"
-#include "gpu/stages/element_launch.h"
-#include "gpu/stages/plane.h"
+#include "gpu/stages/pixel_ops.h"
 
 namespace morva::gpu {
 
@@ -30,12 +29,7 @@ Image PointwiseDx12::print_bw(const Image& density, const PrintParams& params) {
 }
 
 Image PointwiseDx12::srgb_encode(const Image& linear) {
-  const GImage light = device_.upload(linear);
-  const GImage encoded = device_.image(linear.h, linear.w, linear.c);
-  launch_elements(device_, Kernel::srgb_main, linear.data.size(),
-                  {static_cast<std::uint32_t>(linear.data.size())}, {},
-                  {light.buffer.get(), nullptr, encoded.buffer.get()});
-  return device_.download(encoded);
+  return device_.download(encode_srgb(device_, device_.upload(linear)));
 }
 
 std::string PointwiseDx12::description() const {

@@ -1,9 +1,11 @@
 #include "gpu/profile_report.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <cstdint>
 #include <utility>
 #include <vector>
+
+#include "gpu/decimal.h"
 
 namespace morva::gpu {
 
@@ -11,15 +13,10 @@ namespace {
 
 constexpr std::size_t kLongDispatches = 10;
 constexpr std::size_t kHeavyKernels = 8;
+constexpr std::size_t kLongestLine = 510;  // bytes of the totals, the newline not counted
 constexpr double kMegabytes = 1.0 / (1024.0 * 1024.0);
 
 using Timed = std::pair<double, std::string>;  // milliseconds, name
-
-std::string number(const char* format, double value) {
-  char text[64];
-  std::snprintf(text, sizeof text, format, value);
-  return text;
-}
 
 void slowest_first(std::vector<Timed>& entries) {
   std::sort(entries.begin(), entries.end(), [](const Timed& a, const Timed& b) {
@@ -39,40 +36,46 @@ std::vector<Timed> kernel_times(const RenderStats& stats, const StageTimes& stag
   return kernels;
 }
 
+// At most `bytes` of UTF-8, the last character whole.
+std::string cut_to_characters(std::string text, std::size_t bytes) {
+  if (text.size() <= bytes) return text;
+  const auto continues = [&](std::size_t at) {
+    return (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;
+  };
+  while (bytes > 0 && continues(bytes)) --bytes;
+  text.resize(bytes);
+  return text;
+}
+
 std::string totals(const std::string& title, double frame_ms, double gpu_ms,
                    const RenderStats& stats) {
-  const std::string unmarked =
-      stats.unmarked != 0 ? ", без меток " + std::to_string(stats.unmarked) : "";
-  char line[512];
-  std::snprintf(line, sizeof line,
-                "%s: кадр %.0f мс, GPU считал %.0f мс, ждали GPU %.0f мс; переходов CPU↔GPU: "
-                "кадровых загрузок %llu, выгрузок %llu (всего %llu / %llu, %.0f / %.0f МБ); "
-                "диспетчей %llu%s\n",
-                title.c_str(), frame_ms, gpu_ms, stats.wait_ms,
-                static_cast<unsigned long long>(stats.frame_uploads),
-                static_cast<unsigned long long>(stats.frame_downloads),
-                static_cast<unsigned long long>(stats.uploads),
-                static_cast<unsigned long long>(stats.downloads),
-                static_cast<double>(stats.uploaded_bytes) * kMegabytes,
-                static_cast<double>(stats.downloaded_bytes) * kMegabytes,
-                static_cast<unsigned long long>(stats.dispatches), unmarked.c_str());
-  return line;
+  const auto megabytes = [](std::uint64_t bytes) {
+    return decimal(static_cast<double>(bytes) * kMegabytes, 0);
+  };
+  std::string line =
+      title + ": кадр " + decimal(frame_ms, 0) + " мс, GPU считал " + decimal(gpu_ms, 0) +
+      " мс, ждали GPU " + decimal(stats.wait_ms, 0) + " мс; переходов CPU↔GPU: кадровых загрузок " +
+      std::to_string(stats.frame_uploads) + ", выгрузок " + std::to_string(stats.frame_downloads) +
+      " (всего " + std::to_string(stats.uploads) + " / " + std::to_string(stats.downloads) + ", " +
+      megabytes(stats.uploaded_bytes) + " / " + megabytes(stats.downloaded_bytes) +
+      " МБ); диспетчей " + std::to_string(stats.dispatches);
+  if (stats.unmarked != 0) line += ", без меток " + std::to_string(stats.unmarked);
+  return cut_to_characters(std::move(line), kLongestLine) + "\n";
 }
 
 std::string long_lists(const RenderStats& stats) {
   if (stats.submit_ms.empty()) return "";
-  std::string text =
-      "  отправок " + std::to_string(stats.submit_ms.size()) + ", самая долгая " +
-      number("%.1f", *std::max_element(stats.submit_ms.begin(), stats.submit_ms.end())) +
-      " мс; самый долгий диспетч " + number("%.1f", stats.longest_dispatch_ms) + " мс (`" +
-      stats.longest_dispatch + "`)\n";
+  std::string text = "  отправок " + std::to_string(stats.submit_ms.size()) + ", самая долгая " +
+                     decimal(*std::max_element(stats.submit_ms.begin(), stats.submit_ms.end()), 1) +
+                     " мс; самый долгий диспетч " + decimal(stats.longest_dispatch_ms, 1) +
+                     " мс (`" + stats.longest_dispatch + "`)\n";
   std::vector<Timed> slow;
   for (const auto& [name, ms] : stats.max_ms_by_name) slow.emplace_back(ms, name);
   if (slow.empty()) return text;
   slowest_first(slow);
   text += "  долгие диспетчи:";
   for (std::size_t i = 0; i < std::min(kLongDispatches, slow.size()); ++i)
-    text += " " + slow[i].second + number(" %.1f;", slow[i].first);
+    text += " " + slow[i].second + " " + decimal(slow[i].first, 1) + ";";
   return text + "\n";
 }
 
@@ -82,7 +85,7 @@ std::string stage_table(const RenderStats& stats, const StageTimes& stage_times)
   for (const auto& [label, wall_ms] : stage_times) {
     const auto gpu = stats.gpu_ms_by_name.find(label);
     const double gpu_ms = gpu != stats.gpu_ms_by_name.end() ? gpu->second : 0.0;
-    text += "  | " + label + number(" | %.0f", wall_ms) + number(" | %.0f |\n", gpu_ms);
+    text += "  | " + label + " | " + decimal(wall_ms, 0) + " | " + decimal(gpu_ms, 0) + " |\n";
   }
   return text;
 }
@@ -92,7 +95,7 @@ std::string kernel_table(const std::vector<Timed>& kernels, const RenderStats& s
   std::string text = "  | кернел | GPU, мс | вызовов |\n  |---|---:|---:|\n";
   for (std::size_t i = 0; i < std::min(kHeavyKernels, kernels.size()); ++i) {
     const auto& [ms, name] = kernels[i];
-    text += "  | `" + name + number("` | %.1f | ", ms) +
+    text += "  | `" + name + "` | " + decimal(ms, 1) + " | " +
             std::to_string(stats.calls_by_name.at(name)) + " |\n";
   }
   return text;

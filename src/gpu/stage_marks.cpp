@@ -2,10 +2,10 @@
 // run. A full query heap loses timing, never work.
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 
 #include "gpu/cost_model.h"
+#include "gpu/decimal.h"
 #include "gpu/device_state.h"
 
 namespace morva::gpu {
@@ -20,20 +20,22 @@ double span_ms(const DeviceState& state, const std::uint64_t* ticks, std::uint32
          static_cast<double>(state.ticks_per_s);
 }
 
+std::string name_of(const Mark& mark) {
+  return mark.kernel ? kernel_name(*mark.kernel) : mark.label;
+}
+
 void note_longest_dispatch(RenderStats& stats, const Mark& mark, double ms) {
-  double& longest_of_kernel = stats.max_ms_by_name[mark.name];
+  double& longest_of_kernel = stats.max_ms_by_name[name_of(mark)];
   longest_of_kernel = std::max(longest_of_kernel, ms);
   if (ms <= stats.longest_dispatch_ms) return;
   stats.longest_dispatch_ms = ms;
-  char numbers[400];
-  std::snprintf(numbers, sizeof numbers, " %.0f работ, оценка %.1f мс", mark.work,
-                mark.estimate_ms);
-  stats.longest_dispatch = mark.name + numbers;
+  stats.longest_dispatch = name_of(mark) + " " + decimal(mark.work, 0) + " работ, оценка " +
+                           decimal(mark.estimate_ms, 1) + " мс";
 }
 
 void note_mark(DeviceState& state, const Mark& mark, double ms) {
-  state.stats.gpu_ms_by_name[mark.name] += ms;
-  ++state.stats.calls_by_name[mark.name];
+  state.stats.gpu_ms_by_name[name_of(mark)] += ms;
+  ++state.stats.calls_by_name[name_of(mark)];
   if (!mark.kernel) return;
   note_longest_dispatch(state.stats, mark, ms);
   if (mark.work > 0.0 && ms > 0.0) {
@@ -44,10 +46,9 @@ void note_mark(DeviceState& state, const Mark& mark, double ms) {
 void note_list(DeviceState& state, double ms) {
   std::vector<double>& lists = state.stats.submit_ms;
   if (lists.empty() || ms > *std::max_element(lists.begin(), lists.end())) {
-    char text[400];
-    std::snprintf(text, sizeof text, "диспетчей %zu, оценка %.1f мс%s", state.last_labels.size(),
-                  state.estimate_ms, state.after_idle ? ", после простоя" : "");
-    state.stats.longest_submit = text;
+    state.stats.longest_submit = "диспетчей " + std::to_string(state.last_labels.size()) +
+                                 ", оценка " + decimal(state.estimate_ms, 1) + " мс" +
+                                 (state.after_idle ? ", после простоя" : "");
   }
   lists.push_back(ms);
 }
@@ -65,15 +66,16 @@ std::uint32_t write_timestamp(DeviceState& state) {
 
 void restart_carried_marks(DeviceState& state) {
   for (Mark& mark : state.open_marks) {
-    if (!has_query_room(state, 1)) break;
-    mark.begin_query = write_timestamp(state);
+    const bool timed = mark.begin_query && has_query_room(state, 1);
+    mark.begin_query.reset();
+    if (timed) mark.begin_query = write_timestamp(state);
   }
   state.carry_marks = false;
 }
 
 std::optional<std::uint32_t> close_timings(DeviceState& state) {
   for (const Mark& mark : state.open_marks) {
-    if (!has_query_room(state, 1)) break;
+    if (!mark.begin_query || !has_query_room(state, 1)) continue;
     state.closed_marks.push_back(mark);
     state.closed_marks.back().end_query = write_timestamp(state);
   }
@@ -92,7 +94,7 @@ void collect_timings(DeviceState& state, std::optional<std::uint32_t> list_end_q
   if (!state.query_readback->map(bytes, &memory).ok()) return;
   const auto* ticks = static_cast<const std::uint64_t*>(memory);
   for (const Mark& mark : state.closed_marks) {
-    note_mark(state, mark, span_ms(state, ticks, mark.begin_query, mark.end_query));
+    note_mark(state, mark, span_ms(state, ticks, *mark.begin_query, mark.end_query));
   }
   if (list_end_query) {
     note_list(state, span_ms(state, ticks, *state.list_start_query, *list_end_query));
@@ -100,13 +102,13 @@ void collect_timings(DeviceState& state, std::optional<std::uint32_t> list_end_q
   state.query_readback->unmap();
 }
 
+// Without room the mark still stands, for its end to take off.
 void Device::begin_mark(const std::string& label) {
-  if (!has_query_room(*state_, 2)) return;
-  open_list(*state_);
-  if (!has_query_room(*state_, 2)) return;  // carried marks took it
+  if (has_query_room(*state_, 2)) open_list(*state_);
   Mark mark;
-  mark.name = label;
-  mark.begin_query = write_timestamp(*state_);
+  mark.label = label;
+  // Carried marks may have taken the room.
+  if (has_query_room(*state_, 2)) mark.begin_query = write_timestamp(*state_);
   state_->open_marks.push_back(std::move(mark));
 }
 
@@ -117,7 +119,7 @@ void Device::end_mark() {
   if (has_query_room(*state_, 1)) open_list(*state_);
   Mark mark = std::move(state_->open_marks.back());
   state_->open_marks.pop_back();
-  if (!has_query_room(*state_, 1)) return;
+  if (!mark.begin_query || !has_query_room(*state_, 1)) return;
   mark.end_query = write_timestamp(*state_);
   state_->closed_marks.push_back(std::move(mark));
 }

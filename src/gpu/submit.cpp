@@ -20,11 +20,8 @@ void run_and_wait(DeviceState& state) {
   ++state.stats.submits;
 }
 
-}  // namespace
-
-void Device::submit() {
-  DeviceState& state = *state_;
-  if (!state.open) return;
+// Closes the list, runs it and takes its times.
+void run_list(DeviceState& state) {
   const std::optional<std::uint32_t> list_end_query = close_timings(state);
   // Closed, or failed to: nothing more may be recorded into it either way.
   state.open = false;
@@ -34,10 +31,21 @@ void Device::submit() {
   run_and_wait(state);
   check(state.device->removed_reason(), "устройство потеряно");
   collect_timings(state, list_end_query);
-  end_list(state);
 }
 
-// The labels of the list before stay: the report of a lost device still asks for them.
+}  // namespace
+
+void Device::submit() {
+  if (!state_->open) return;
+  try {
+    run_list(*state_);
+  } catch (...) {  // a device that goes on must remember nothing of this list
+    abandon();
+    throw;
+  }
+  end_list(*state_);
+}
+
 void Device::abandon() noexcept {
   DeviceState& state = *state_;
   if (state.open) static_cast<void>(state.list->close());

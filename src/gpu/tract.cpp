@@ -8,6 +8,7 @@ namespace morva::gpu {
 Tract::Tract(bool software, platform::Platform& source) : PointwiseDx12(software, source) {}
 
 void Tract::begin_render(bool profiling) {
+  device().abandon();  // a render that failed may have left its list open
   stage_times_.clear();
   device().reset_stats();
   device().set_profiling(profiling);

@@ -29,8 +29,7 @@ UploadChunk mapped_upload(DeviceState& state, std::uint64_t bytes, const char* n
 UploadSlice slice_of(UploadChunk& chunk, std::uint64_t bytes) {
   const std::uint64_t offset = chunk.used;
   chunk.used += bytes;
-  return {chunk.mapped + offset, chunk.resource->gpu_address() + offset, chunk.resource.get(),
-          offset};
+  return {chunk.mapped + offset, chunk.resource.get(), offset};
 }
 
 UploadSlice big_upload(DeviceState& state, std::uint64_t bytes) {
@@ -77,9 +76,8 @@ GImage Device::upload(const Image& picture) {
 }
 
 std::vector<float> Device::download(Buffer& buffer, std::uint64_t count) {
+  if (count == 0) return {};
   DeviceState& state = *state_;
-  std::vector<float> floats(count);
-  if (count == 0) return floats;
   open_list(state);
   const std::uint64_t bytes = count * sizeof(float);
   const auto readback = create_buffer(state, platform::Heap::readback, bytes, "morva readback");
@@ -89,7 +87,8 @@ std::vector<float> Device::download(Buffer& buffer, std::uint64_t count) {
   submit();
   void* memory = nullptr;
   check(readback->map(bytes, &memory), "Map readback");
-  std::memcpy(floats.data(), memory, bytes);
+  const auto* first = static_cast<const float*>(memory);
+  std::vector<float> floats(first, first + count);
   readback->unmap();
   ++state.stats.downloads;
   state.stats.downloaded_bytes += bytes;

@@ -77,6 +77,14 @@ Image upright_source(Image source, const Json& options) {
   return mirror_rotate(std::move(cropped), whole_degrees(options), mirror);
 }
 
+bool is_upright(PixelSize source, const Json& options) {
+  const double angle = get_number(options, "crop_angle", 0.0);
+  const bool mirror = get_bool(options, "mirror", false);
+  const PixelSize crop = upright_size(source, options).crop;
+  return is_straight(angle) && turn_of_degrees(whole_degrees(options), mirror).identity() &&
+         crop.w == source.w && crop.h == source.h;
+}
+
 UprightSize upright_size(PixelSize source, const Json& options) {
   const PixelRect rect = crop_rect(get(options, "crop"), source);
   const PixelSize crop = {rect.w(), rect.h()};

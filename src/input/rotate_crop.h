@@ -18,6 +18,9 @@ Image rotate_crop_input(Image image, const Json& crop, double angle);
 // `rotate` counts in whole degrees.
 Image upright_source(Image source, const Json& options);
 
+// Whether they leave a source of that size as it is.
+bool is_upright(PixelSize source, const Json& options);
+
 // The size that this leaves of a source.
 struct UprightSize {
   PixelSize crop;  // before the quarter turns

@@ -190,7 +190,8 @@ void show_in_ink(Image& ink, const Image& field, const InkField& how) {
       const float b = d[x];
       const float tone = (1.0f - 0.4f * b * b * b) * body[x] / 0.62f * n[x];
       const float speck = lights[x] * std::max(0.0f, n[x]) * specks;
-      d[x] = std::clamp((tone + speck) * strength + b, 0.0f, 1.0f);
+      const float shown = (tone + speck) * strength + b;
+      d[x] = shown > 0.0f ? std::min(shown, 1.0f) : 0.0f;  // what is no number is bare paper
     }
   }
 }

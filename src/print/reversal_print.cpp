@@ -43,7 +43,8 @@ class DensityTable {
 
 // One row of transmissions becomes paper densities.
 void expose_row(float* row, std::size_t n, const DensityTable& density, const HdCurve& curve) {
-  for (std::size_t i = 0; i < n; ++i) row[i] = std::clamp(row[i], kDarkestSlide, 1.0f);
+  // What is no number counts as the darkest.
+  for (std::size_t i = 0; i < n; ++i) row[i] = std::min(std::max(kDarkestSlide, row[i]), 1.0f);
   elementary::log10f(row, row, n);
   for (std::size_t i = 0; i < n; ++i) row[i] = density(row[i]);
   soften_ends(curve, row, n);

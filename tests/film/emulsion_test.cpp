@@ -56,6 +56,16 @@ TEST(Halation, AddsColouredLightAroundHighlightsOnly) {
   EXPECT_FALSE(halation_params(record, 5.0, 0.0).active);
 }
 
+TEST(Halation, ALightWithoutEndOrNumberHasNoHalo) {
+  const HalationParams params = halation_params({{"strength", 0.1}, {"radius_um", 20}}, 5.0, 1.0);
+  for (const float spoilt : {INFINITY, -INFINITY, NAN}) {
+    Image image = point(61, 0.0f, 3);
+    const Image dark = image;
+    halate(image, point(61, spoilt), params, 5.0);
+    EXPECT_EQ(dark.data, image.data);
+  }
+}
+
 TEST(GlassRing, ReflectsByFresnel) {
   EXPECT_NEAR(std::pow(0.52 / 2.52, 2), glass_reflectance(0.0, 1.52), 1e-12);
   const double critical = std::asin(1.0 / 1.52);

@@ -117,15 +117,34 @@ TEST_F(BufferPool, ShortMemoryEmptiesThePoolAndTriesOnceMore) {
   }
 }
 
+// A list keeps a table for each of its dispatches, and some drivers count allocations.
+TEST_F(BufferPool, TenThousandDispatchesEndTheirListWhereADriverAllowsFewerBuffers) {
+  machine.most_kernel_buffers = 4032;
+  make_busy();
+  gpu_budget().submit_ms = 0.0;
+  const std::vector<float> floats = ramp(300);
+  const auto even = device->upload(floats.data(), 300);
+  const auto odd = device->alloc(300);
+  for (int i = 0; i < 5'000; ++i) {
+    device->dispatch(Kernel::copy_main, 2, 1, {300}, {1.0f}, {even.get(), nullptr, odd.get()});
+    device->dispatch(Kernel::copy_main, 2, 1, {299}, {1.0f}, {odd.get(), nullptr, even.get()});
+  }
+  EXPECT_EQ(floats, device->download(*odd, 300));
+  EXPECT_EQ(10'000u, device->stats().dispatches);
+  EXPECT_EQ(3u, device->stats().submits);
+}
+
 TEST_F(BufferPool, ALostDeviceIsNotRetriedAndAnAbsurdSizeIsNoSmallBuffer) {
   make_busy();
   machine.fail(Op::create_buffer, 1, platform::kDeviceReset);
   EXPECT_EQ("DX12: буфер — HRESULT 0x887A0007", failure_of([&] { device->alloc(10); }));
   EXPECT_EQ(1u, machine.count(Op::create_buffer));
   machine.fail_nothing();
-  for (const std::uint64_t count : {~std::uint64_t{0}, (std::uint64_t{1} << 62) + 1}) {
+  for (const std::uint64_t count :
+       {~std::uint64_t{0}, (std::uint64_t{1} << 62) + 1, std::uint64_t{1} << 32}) {
     EXPECT_EQ("DX12: буфер — HRESULT 0x8007000E", failure_of([&] { device->alloc(count); }));
   }
+  EXPECT_EQ(1u, machine.count(Op::create_buffer));
 }
 
 TEST_F(BufferPool, BuffersMayBeDroppedOnAnyThread) {

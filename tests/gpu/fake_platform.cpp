@@ -49,8 +49,12 @@ class FakeResource : public FakeNamed<platform::Resource> {
         memory(block_.get(), bytes) {
     if (bytes <= kMarkedBytes) std::memset(block_.get(), 0xCD, bytes);
     machine_.live_resources.insert(id);
+    if (heap == platform::Heap::device_local) ++machine_.live_kernel_buffers;
   }
-  ~FakeResource() override { machine_.live_resources.erase(id); }
+  ~FakeResource() override {
+    machine_.live_resources.erase(id);
+    if (heap == platform::Heap::device_local) --machine_.live_kernel_buffers;
+  }
 
   Result map(std::uint64_t read_bytes, void** out) override {
     if (heap == platform::Heap::device_local) machine_.misuse("a default buffer was mapped");
@@ -60,7 +64,6 @@ class FakeResource : public FakeNamed<platform::Resource> {
     return result;
   }
   void unmap() override { machine_.note(Op::unmap, name()); }
-  std::uint64_t gpu_address() const override { return id << 32; }
 
   std::span<float> floats() {
     return {reinterpret_cast<float*>(memory.data()), memory.size() / sizeof(float)};
@@ -108,6 +111,7 @@ class FakeList : public FakeNamed<platform::List> {
     if (!result.ok()) return result;
     open_ = true;
     commands_.clear();
+    taken_.clear();
     states_.clear();
     bound_ = FakeDispatch{};
     table_ = nullptr;
@@ -200,6 +204,7 @@ class FakeList : public FakeNamed<platform::List> {
     auto& ticks = static_cast<FakeQueryHeap&>(heap).ticks;
     record(Op::end_query, {}, {index});
     if (index >= ticks.size()) return machine_.misuse("a query past the heap");
+    if (!taken_.insert(index).second) machine_.misuse("a query taken twice");
     commands_.push_back([this, &ticks, index] {
       const auto forced = machine_.forced_ticks.find(index);
       ticks[index] = forced == machine_.forced_ticks.end() ? machine_.gpu_ticks : forced->second;
@@ -209,6 +214,7 @@ class FakeList : public FakeNamed<platform::List> {
     auto& ticks = static_cast<FakeQueryHeap&>(heap).ticks;
     FakeResource& target = used_as(to, State::copy_dest);
     record(Op::resolve, {}, {count});
+    if (taken_.size() < count) machine_.misuse("a query read that this list has not taken");
     commands_.push_back([&ticks, &target, count] {
       std::memcpy(target.memory.data(), ticks.data(), count * sizeof(std::uint64_t));
     });
@@ -230,7 +236,8 @@ class FakeList : public FakeNamed<platform::List> {
     auto& resource = static_cast<FakeResource&>(used);
     State& now = state_of(resource);
     if (now == State::common) now = state;
-    const bool readable = now == State::generic_read && state == State::copy_source;
+    const bool reads = state == State::copy_source || state == State::shader_resource;
+    const bool readable = now == State::generic_read && reads;
     if (now != state && !readable) machine_.misuse(resource.name() + " used in a wrong state");
     return resource;
   }
@@ -238,6 +245,7 @@ class FakeList : public FakeNamed<platform::List> {
   bool open_ = true;  // a list is made open
   std::vector<std::function<void()>> commands_;
   std::map<std::uint64_t, State> states_;  // by the buffer's id, in this list
+  std::set<std::uint32_t> taken_;          // queries, in this list
   FakeDispatch bound_;
   FakePipeline* pipeline_ = nullptr;
   FakeResource* table_ = nullptr;
@@ -316,6 +324,10 @@ class FakeDevice : public platform::Device, protected Counted {
                        std::unique_ptr<platform::Resource>* out) override {
     const Result result =
         machine_.answer(Op::create_buffer, {}, {static_cast<std::uint64_t>(heap), bytes});
+    if (heap == platform::Heap::device_local &&
+        machine_.live_kernel_buffers >= machine_.most_kernel_buffers) {
+      return platform::kOutOfMemory;
+    }
     if (result.ok()) *out = std::make_unique<FakeResource>(machine_, heap, bytes, initial);
     return result;
   }

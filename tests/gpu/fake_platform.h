@@ -102,6 +102,7 @@ class FakePlatform : public platform::Platform {
   platform::Architecture architecture;
   bool doubles = true;
   std::uint64_t ticks_per_s = 1'000'000'000;
+  std::uint64_t most_kernel_buffers = ~std::uint64_t{0};  // alive at a time
   std::string layout_message = "too few bindings";
   platform::MemoryInfo local;
   platform::MemoryInfo non_local;
@@ -146,6 +147,7 @@ class FakePlatform : public platform::Platform {
 
   std::uint64_t next_resource = 1;
   std::set<std::uint64_t> live_resources;
+  std::uint64_t live_kernel_buffers = 0;
   std::uint64_t gpu_ticks = 1000;
 
  private:

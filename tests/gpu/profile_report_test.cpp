@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace morva::gpu {
 namespace {
 
@@ -56,6 +58,19 @@ TEST(ProfileReport, LeavesOutWhatWasNotMeasured) {
   EXPECT_NE(std::string::npos, heavy.find("GPU считал 186 мс"));
   EXPECT_NE(std::string::npos, heavy.find("`k4`"));
   EXPECT_EQ(std::string::npos, heavy.find("`k3`"));  // the ninth
+}
+
+TEST(ProfileReport, AVeryLongTitleIsCutBetweenCharactersAndTheLineEnds) {
+  const RenderStats stats = small_render();
+  for (const std::string lead : {"", "a"}) {
+    std::string title = lead;
+    for (int i = 0; i < 300; ++i) title += "я";  // two bytes each
+    const std::string report = profile_report(title, 0.0, stats, {});
+    const std::size_t line = report.find('\n');
+    EXPECT_EQ(lead.empty() ? 510u : 509u, line);
+    EXPECT_EQ(title.substr(0, line), report.substr(0, line));
+    EXPECT_EQ(0u, report.find("  отправок 2", line + 1) - line - 1);
+  }
 }
 
 }  // namespace

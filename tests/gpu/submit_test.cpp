@@ -97,6 +97,33 @@ TEST_F(Submit, AFullHeapLosesTimesAndNoWork) {
   EXPECT_EQ(0u, device->pool_stats().pending_dispatches);
 }
 
+TEST_F(Submit, AStageWithoutRoomEndsNoOther) {
+  make_busy();
+  gpu_budget() = GpuBudget{0.0, 0.0};
+  device->begin_mark("печать");
+  for (int i = 0; i < 2'100; ++i) run(Kernel::clampv, 1);
+  device->begin_mark("сушка");
+  device->submit();  // the heap is empty again
+  device->reset_stats();
+  machine.kernel_ticks = [](const std::string&) { return 1'000'000; };
+  run(Kernel::clampv, 1);
+  device->end_mark();
+  run(Kernel::clampv, 1);
+  device->end_mark();
+  device->submit();
+  EXPECT_DOUBLE_EQ(2.0, total_ms("печать"));
+  EXPECT_EQ(0u, device->stats().calls_by_name.count("сушка"));
+}
+
+TEST_F(Submit, WhatIsLearnedDoesNotGrowWithoutEnd) {
+  for (std::uint64_t seed = 0; seed < 200'000; ++seed) {
+    learn(cost_model(), Kernel::grain_normals, seed, 3.0);
+    ASSERT_LE(cost_model().ns_by_key.size(), 65'536u);
+  }
+  EXPECT_EQ(3.0, cost_ns(cost_model(), Kernel::grain_normals, 199'999));
+  EXPECT_EQ(6.0, cost_ns(cost_model(), Kernel::grain_normals, 0));
+}
+
 TEST_F(Submit, AQueueWithoutTimestampsIsNeverAskedForThem) {
   machine.ticks_per_s = 0;
   make();

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <thread>
 
+#include "gpu/platform/vulkan_memory.h"
 #include "gpu/vulkan_test.h"
 #include "input/failure_of.h"
 
@@ -95,6 +96,29 @@ TEST(VulkanMachine, WithoutVulkanThereAreNoAdapters) {
   }
   const auto wrong = make_vulkan_platform("libm.so.6");  // a library, but another one
   EXPECT_EQ("DX12: WARP — HRESULT 0x887A0002", failure_of([&] { gpu::Device(true, *wrong); }));
+}
+
+// A small heap of the GPU's own before the machine's memory, with a second type of each.
+TEST(VulkanMachine, WhereMemoryIsSharedEveryHeapServes) {
+  using Types = std::vector<std::uint32_t>;
+  constexpr VkMemoryPropertyFlags mapped =
+      VK_MEMORY_PROPERTY_HOST_VISIBLE_BIT | VK_MEMORY_PROPERTY_HOST_COHERENT_BIT;
+  vulkan::DeviceFacts facts;
+  facts.memory.memoryHeapCount = 2;
+  facts.memory.memoryTypeCount = 4;
+  facts.memory.memoryTypes[0] = {mapped, 1};
+  facts.memory.memoryTypes[1] = {VK_MEMORY_PROPERTY_DEVICE_LOCAL_BIT, 0};
+  facts.memory.memoryTypes[2] = {VK_MEMORY_PROPERTY_DEVICE_LOCAL_BIT | mapped, 0};
+  facts.memory.memoryTypes[3] = {mapped | VK_MEMORY_PROPERTY_HOST_CACHED_BIT, 1};
+  facts.properties.deviceType = VK_PHYSICAL_DEVICE_TYPE_INTEGRATED_GPU;
+  EXPECT_EQ((Types{1, 0}), vulkan::memory_types(facts, 0b1111, Heap::device_local));
+  EXPECT_EQ((Types{2, 3}), vulkan::memory_types(facts, 0b1100, Heap::device_local));
+  EXPECT_EQ((Types{3, 2}), vulkan::memory_types(facts, 0b1111, Heap::readback));
+  EXPECT_EQ((Types{}), vulkan::memory_types(facts, 0b0010, Heap::upload));
+  facts.properties.deviceType = VK_PHYSICAL_DEVICE_TYPE_DISCRETE_GPU;
+  EXPECT_EQ((Types{1}), vulkan::memory_types(facts, 0b1111, Heap::device_local));
+  EXPECT_EQ((Types{0}), vulkan::memory_types(facts, 0b0001, Heap::device_local));
+  EXPECT_EQ((Types{0}), vulkan::memory_types(facts, 0b1111, Heap::upload));
 }
 
 TEST(VulkanMachine, TheProcessHasOnePlatform) {

@@ -32,6 +32,10 @@ class VulkanTest : public ::testing::Test {
     forget_everything();
   }
 
+  static void set_budget(double submit_ms, double dispatch_ms) {
+    gpu_budget().submit_ms = submit_ms;
+    gpu_budget().dispatch_ms = dispatch_ms;
+  }
   Device& make() { return device.emplace(true, *machine); }
   // Copies `count` floats by a kernel.
   void copy_by_kernel(Buffer& from, Buffer& to, std::uint32_t count) {

@@ -15,5 +15,5 @@ MORVA_GROUP void main(uint3 thread : SV_DispatchThreadID) {
   const float negative = U0[id];
   const float density = paper_density(negative, P[print_layout::kVeil]);
   const float share = (density - paper_white()) / P[amount_layout::kRange];
-  U1[id] = isnan(negative) ? 0.0 : clamp(share, 0.0, 1.0);  // what is no number is bare paper
+  U1[id] = isnan(negative) ? 0.0 : within(share, 0.0, 1.0);  // what is no number is bare paper
 }

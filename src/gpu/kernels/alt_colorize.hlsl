@@ -6,6 +6,7 @@ MORVA_TABLE
 MORVA_BUFFER(0)
 MORVA_BUFFER(1)
 
+#include "bounds.hlsli"
 #include "logarithms.hlsli"
 #include "process_layout.h"
 
@@ -13,7 +14,7 @@ MORVA_GROUP void main(uint3 thread : SV_DispatchThreadID) {
   const uint id = linear_id(thread);
   if (id >= q(0)) return;
   const float d = U0[id];
-  const float covered = clamp(P[pigment_layout::kOpacity] * d, 0.0, 1.0);
+  const float covered = within(P[pigment_layout::kOpacity] * d, 0.0, 1.0);
   for (uint k = 0; k < 3; ++k) {
     const float paper = P[pigment_layout::kPaper + k];
     const float pigment = P[pigment_layout::kPigment + k];

@@ -9,6 +9,7 @@ MORVA_BUFFER(1)
 MORVA_BUFFER(2)
 MORVA_BUFFER(3)
 
+#include "bounds.hlsli"
 #include "logarithms.hlsli"
 
 MORVA_GROUP void main(uint3 thread : SV_DispatchThreadID) {
@@ -16,7 +17,7 @@ MORVA_GROUP void main(uint3 thread : SV_DispatchThreadID) {
   if (id >= q(0)) return;
   float lit = 0.0;
   if (q(1) != 0) lit = U0[id];
-  U0[id] = max(lit, 0.0);
-  U2[id] = min(lit, 0.0);
+  U0[id] = at_least(lit, 0.0);
+  U2[id] = lit < 0.0 ? lit : 0.0;
   U3[id] = power(U1[id], P[0]);
 }

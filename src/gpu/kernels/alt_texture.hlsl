@@ -7,6 +7,7 @@ MORVA_TABLE
 MORVA_BUFFER(0)
 MORVA_BUFFER(1)
 
+#include "bounds.hlsli"
 #include "logarithms.hlsli"
 
 MORVA_GROUP void main(uint3 thread : SV_DispatchThreadID) {
@@ -17,7 +18,7 @@ MORVA_GROUP void main(uint3 thread : SV_DispatchThreadID) {
   const float light = d / 0.14;
   const float lights = exp2(light * light * -1.44269504);  // e^-light^2
   const precise float tone = (1.0 - 0.4 * d * d * d) * power(d, 0.85) / 0.62 * n;
-  const precise float speck = lights * max(0.0, n) * P[1];
+  const precise float speck = lights * at_least(n, 0.0) * P[1];
   const precise float ink = (tone + speck) * P[0] + d;
-  U0[id] = clamp(ink, 0.0, 1.0);
+  U0[id] = within(ink, 0.0, 1.0);
 }

@@ -1,4 +1,5 @@
-// Means over blocks of q(2) x q(2) sub-samples: q(0) rows of q(1) pixels, which stand in U1 from row q(3) on.
+// Means over blocks of q(2) x q(2) sub-samples: q(0) rows of q(1) pixels, which stand in U1 from row q(3) on. A block
+// is small and its numbers are of one size, so single precision is enough for the sum.
 #include "interface.hlsli"
 
 MORVA_BUFFER(0)

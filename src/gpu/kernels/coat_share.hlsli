@@ -1,4 +1,5 @@
 // How much of a full coat lies near two edges of the sheet. Takes the table P.
+#include "bounds.hlsli"
 #include "logarithms.hlsli"
 #include "process_layout.h"
 
@@ -6,12 +7,12 @@
 // towards the edge, and there only its fuller tracks still wet the paper.
 float coat_share(float d, float s) {
   const precise float reach = d + P[coat_layout::kFinger] * s;
-  const float u = clamp(reach / P[coat_layout::kBand], 0.0, 1.0);
+  const float u = within(reach / P[coat_layout::kBand], 0.0, 1.0);
   if (u <= 0.0 || u >= 1.0) return u;
   const float thin = power(u, 0.7);
   const float wet = 1.0 + P[coat_layout::kDryness] * 1.6 * (1.0 - thin) * (s + 0.35);
-  const float rim = clamp(reach * 0.7, 0.0, 1.0);
-  return clamp(rim * thin * max(wet, 0.0), 0.0, 1.0);
+  const float rim = within(reach * 0.7, 0.0, 1.0);
+  return within(rim * thin * at_least(wet, 0.0), 0.0, 1.0);
 }
 
 // Pixels from the nearer end of the coat to place `i` of `n` in one of `tracks` lines of pixels.

@@ -1,6 +1,7 @@
 // Infrared film: red shows what the infrared layer sees, green the red, blue the green. P holds the weights of
 // R, G, B in the infrared and of the glow of chlorophyll, which is told by green above both others.
 #include "interface.hlsli"
+#include "bounds.hlsli"
 
 MORVA_TABLE
 MORVA_BUFFER(0)
@@ -10,7 +11,7 @@ MORVA_GROUP void main(uint3 thread : SV_DispatchThreadID) {
   if (id >= q(0)) return;
   const uint at = id * 3;
   const float r = U0[at], g = U0[at + 1], b = U0[at + 2];
-  const float foliage = max(g - max(r, b), 0.0);
+  const float foliage = at_least(g - at_least(r, b), 0.0);
   const precise float infrared = ((P[3] * foliage + P[1] * g) + P[0] * r) + P[2] * b;
   U0[at] = infrared;
   U0[at + 1] = r;

@@ -36,5 +36,5 @@ MORVA_GROUP void main(uint3 thread : SV_DispatchThreadID) {
   }
   const float z = deviate_of(uniform_of(drawn_words(uint2(id, 0)).x));
   precise const float variance = of_grains / P[kCells] + P[kShape] * of_rate;
-  U1[id] = clamp(mean + z * sqrt(variance), 1e-6, 1.0);
+  U1[id] = within(mean + z * sqrt(variance), 1e-6, 1.0);
 }

@@ -15,6 +15,6 @@ MORVA_GROUP void main(uint3 thread : SV_DispatchThreadID) {
   const float z = deviate_of(uniform_of(drawn_words(uint2(id, 0)).x));
   const float of_rate = mean * P[0];
   precise const float variance = (of_rate * of_rate) * P[1] + mean * P[2];
-  precise const float density = max(mean + z * sqrt(variance), 0.0);
+  precise const float density = at_least(mean + z * sqrt(variance), 0.0);
   U1[id] = exp2(-density * 3.32192802);
 }

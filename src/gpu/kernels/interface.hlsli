@@ -1,6 +1,6 @@
 // What every kernel sees of a dispatch: sixteen constants, the first row of its band, a table of floats,
-// six buffers. A kernel names the buffers it uses by MORVA_BUFFER and the table by MORVA_TABLE; those it
-// does not name stay unbound.
+// six buffers. A kernel names the buffers it uses by MORVA_BUFFER and the table by MORVA_TABLE; what
+// stands in those it does not name has no meaning.
 
 struct DispatchConstants {
   uint4 words[4];

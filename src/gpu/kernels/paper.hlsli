@@ -12,7 +12,7 @@ float paper_density(float negative, float veil) {
 
 float paper_white() { return P[print_layout::kCurve + curve_layout::kBase]; }
 
-// Reflectance relative to the paper's white.
+// Reflectance relative to the paper's white. What is no number prints black.
 float reflectance(float negative, float veil) {
-  return ten_to(paper_white() - paper_density(negative, veil));
+  return isnan(negative) ? 0.0 : ten_to(paper_white() - paper_density(negative, veil));
 }

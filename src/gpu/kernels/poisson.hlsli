@@ -1,8 +1,9 @@
 // Normal deviates and Poisson counts from uniforms, by inversion of their distributions.
+#include "bounds.hlsli"
 
 // sqrt(2) erfinv(2u - 1), u within 1e-7 .. 0.9999999; relative error about 5e-7 (Giles 2010, single precision).
 float deviate_of(float u) {
-  const float p = clamp(u, 1e-7, 0.9999999);
+  const float p = within(u, 1e-7, 0.9999999);
   const float off_centre = p + (p - 1.0);
   float w = -log(4.0 * (p * (1.0 - p)));
   float ratio;
@@ -35,8 +36,8 @@ float deviate_of(float u) {
 // From a rate of 8 on the normal approximation to the nearest whole number; below it how many of the first 20
 // terms of the distribution function lie under u.
 float poisson_count(float u, float rate) {
-  if (rate >= 8.0) return max(round(rate + deviate_of(u) * sqrt(rate)), 0.0);
-  const float x = max(rate, 1e-9);
+  if (rate >= 8.0) return at_least(round(rate + deviate_of(u) * sqrt(rate)), 0.0);
+  const float x = at_least(rate, 1e-9);
   float term = exp(-x);
   float sum = term;
   uint count = 0;

@@ -12,19 +12,19 @@ MORVA_BUFFER(0)
 // What is darker than the scanner's Dmax drowns in it; the colour of the rest is kept.
 float3 above_black(float3 light) {
   const float mean = layer_mean(light);
-  const float kept = max(mean - P[scan_layout::kBlack], 0.0) / max(mean, 1e-9);
+  const float kept = at_least(mean - P[scan_layout::kBlack], 0.0) / at_least(mean, 1e-9);
   return light * kept / P[scan_layout::kAboveBlack];
 }
 
 float with_soft_ends(float light) {
-  float density = clamp(-log10_of(max(light, 1e-6)), 0.0, P[scan_layout::kDmax]);
+  float density = within(-log10_of(at_least(light, 1e-6)), 0.0, P[scan_layout::kDmax]);
   density = with_soft_end(scan_layout::kBlackEnd, density);
   density = with_soft_end(scan_layout::kWhiteEnd, density);
   return ten_to(-density);
 }
 
 float bent(float light) {
-  if (q(3) != 0) light = power(clamp(light, 0.0, 1.0), P[scan_layout::kContrast]);
+  if (q(3) != 0) light = power(within(light, 0.0, 1.0), P[scan_layout::kContrast]);
   return q(4) != 0 ? with_soft_ends(light) : light;
 }
 

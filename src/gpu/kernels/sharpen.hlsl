@@ -1,5 +1,6 @@
 // Unsharp masking: q(0) floats U0 gain P[0] times what they have over the blurred ones U1, and stay light.
 #include "interface.hlsli"
+#include "bounds.hlsli"
 
 MORVA_TABLE
 MORVA_BUFFER(0)
@@ -10,5 +11,5 @@ MORVA_GROUP void main(uint3 thread : SV_DispatchThreadID) {
   if (id >= q(0)) return;
   const float x = U0[id];
   const precise float sharpened = x + (x - U1[id]) * P[0];
-  U0[id] = max(0.0, sharpened);
+  U0[id] = at_least(sharpened, 0.0);
 }

@@ -11,7 +11,7 @@ MORVA_BUFFER(1)
 #include "look.hlsli"
 
 float paper_density(float slide) {
-  const float light = log10_of(clamp(slide, 1e-6, 1.0));
+  const float light = log10_of(within(slide, 1e-6, 1.0));
   float density = density_at(slide_print_layout::kCurve, P[slide_print_layout::kExposure] - light);
   density = with_soft_end(slide_print_layout::kBlackEnd, density);
   return with_soft_end(slide_print_layout::kWhiteEnd, density);

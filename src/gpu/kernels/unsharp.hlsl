@@ -2,15 +2,11 @@
 // difference. Where q(1) is set, the effect saturates at a difference of P[1] and moves no density by more than
 // P[2].
 #include "interface.hlsli"
+#include "hyperbolic_tangent.hlsli"
 
 MORVA_TABLE
 MORVA_BUFFER(0)
 MORVA_BUFFER(1)
-
-// Beyond 15 it is 1 in single precision.
-float hyperbolic_tangent(float x) {
-  return 1.0 - 2.0 / (exp2(clamp(x, -15.0, 15.0) * 2.88539008) + 1.0);
-}
 
 MORVA_GROUP void main(uint3 thread : SV_DispatchThreadID) {
   const uint id = linear_id(thread);

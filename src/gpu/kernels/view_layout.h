@@ -12,7 +12,6 @@ static const int kScale = 0;  // output pixels for one of the picture
 static const int kX = 1;      // of the picture's upper left corner before it is turned, output pixels
 static const int kY = 2;
 static const int kAngle = 3;  // radians, about the picture's centre
-static const int kCount = 4;
 }  // namespace view_place
 
 // Among the constants. Sizes are pixels.

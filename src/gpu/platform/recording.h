@@ -50,8 +50,6 @@ class Resource : public Named {
   virtual Result map(std::uint64_t read_bytes, void** memory) = 0;
   // Ends a mapping. A mapped buffer may also be destroyed as it is.
   virtual void unmap() = 0;
-  // Address as kernels see it, 0 where the platform has none.
-  virtual std::uint64_t gpu_address() const = 0;
 };
 
 class Pipeline : public Named {};  // one compiled kernel
@@ -94,7 +92,7 @@ class List : public Named {
   virtual void copy(Resource& to, std::uint64_t to_offset, Resource& from,
                     std::uint64_t from_offset, std::uint64_t bytes) = 0;
 
-  // A name in the list's log; the report of a lost device counts these.
+  // A name for what follows, for captures and what a driver records of a fault.
   virtual void marker(const char* name) = 0;
   // The queue's clock once everything before has finished. Each index once in a list, one heap a
   // list.

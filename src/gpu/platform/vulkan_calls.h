@@ -35,6 +35,7 @@ namespace morva::gpu::platform::vulkan {
 
 #define MORVA_VULKAN_DEVICE_CALLS(CALL) \
   CALL(DestroyDevice)                   \
+  CALL(DeviceWaitIdle)                  \
   CALL(GetDeviceQueue)                  \
   CALL(QueueSubmit)                     \
   CALL(CreateSemaphore)                 \

@@ -53,9 +53,11 @@ struct Features {
 }  // namespace
 
 Core::~Core() {
-  if (device != VK_NULL_HANDLE && calls.DestroyDevice != nullptr) {
-    calls.DestroyDevice(device, nullptr);
-  }
+  if (device == VK_NULL_HANDLE || calls.DestroyDevice == nullptr) return;
+  // Whoever gave up for another reason than a lost device left work behind.
+  const bool gone = dead_ && lost_ == kDeviceRemoved.code;
+  if (!gone && calls.DeviceWaitIdle != nullptr) calls.DeviceWaitIdle(device);
+  calls.DestroyDevice(device, nullptr);
 }
 
 Result Core::answer(VkResult result) {
@@ -116,14 +118,19 @@ Result open_core(std::shared_ptr<Instance> instance, const DeviceFacts& facts, b
   return kOk;
 }
 
-void wait_until(Core& core, VkSemaphore semaphore, std::uint64_t value) {
+VkResult ask_for(const Core& core, VkSemaphore semaphore, std::uint64_t value,
+                 std::uint64_t most_ns) {
   VkSemaphoreWaitInfo info{};
   info.sType = VK_STRUCTURE_TYPE_SEMAPHORE_WAIT_INFO;
   info.semaphoreCount = 1;
   info.pSemaphores = &semaphore;
   info.pValues = &value;
+  return core.calls.WaitSemaphores(core.device, &info, most_ns);
+}
+
+void wait_until(Core& core, VkSemaphore semaphore, std::uint64_t value) {
   while (!core.dead()) {
-    const VkResult result = core.calls.WaitSemaphores(core.device, &info, kWaitSliceNs);
+    const VkResult result = ask_for(core, semaphore, value, kWaitSliceNs);
     if (result == VK_SUCCESS) return;
     if (result == VK_TIMEOUT) continue;
     core.lose(result == VK_ERROR_DEVICE_LOST ? kDeviceRemoved : kDriverInternalError);

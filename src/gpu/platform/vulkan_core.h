@@ -30,6 +30,7 @@ struct Core {
   std::atomic<std::uint32_t> queues_handed_out = 0;
   // Numbers the stretches of all lists in which copies may overlap.
   std::atomic<std::uint64_t> copy_stretches = 0;
+  std::atomic<std::uint32_t> allocations = 0;  // of memory, alive
 
   Core() = default;
   ~Core();
@@ -63,6 +64,9 @@ struct Core {
 Result open_core(std::shared_ptr<Instance> instance, const DeviceFacts& facts, bool loss_records,
                  std::shared_ptr<Core>* out);
 
+// The driver's answer to whether the semaphore has reached `value`, at the latest after `most_ns`.
+VkResult ask_for(const Core& core, VkSemaphore semaphore, std::uint64_t value,
+                 std::uint64_t most_ns);
 // Sleeps until the semaphore has reached `value` or the driver has given up.
 void wait_until(Core& core, VkSemaphore semaphore, std::uint64_t value);
 

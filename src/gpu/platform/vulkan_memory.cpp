@@ -1,6 +1,6 @@
 #include "gpu/platform/vulkan_memory.h"
 
-#include <optional>
+#include <algorithm>
 #include <utility>
 
 namespace morva::gpu::platform::vulkan {
@@ -12,21 +12,24 @@ constexpr VkMemoryPropertyFlags kMapped =
 constexpr VkMemoryPropertyFlags kCached = kMapped | VK_MEMORY_PROPERTY_HOST_CACHED_BIT;
 constexpr VkMemoryPropertyFlags kLocal = VK_MEMORY_PROPERTY_DEVICE_LOCAL_BIT;
 
-// Drivers list what serves a wish best first.
-std::optional<std::uint32_t> first_type(const DeviceFacts& facts, std::uint32_t allowed,
-                                        VkMemoryPropertyFlags wanted) {
-  for (std::uint32_t type = 0; type < facts.memory.memoryTypeCount; ++type) {
-    const VkMemoryPropertyFlags has = facts.memory.memoryTypes[type].propertyFlags;
-    if ((allowed >> type & 1) != 0 && (has & wanted) == wanted) return type;
-  }
-  return std::nullopt;
+// Drivers may allow as few as 4096 allocations. Kernels' buffers leave some of them, for their user
+// can free others and try again; an upload or a download cannot.
+constexpr std::uint32_t kKeptForTransfers = 64;
+
+// What to look for, the best first.
+std::vector<VkMemoryPropertyFlags> wishes_for(Heap heap) {
+  if (heap == Heap::upload) return {kMapped};
+  if (heap == Heap::readback) return {kCached, kMapped};
+  return {kLocal, 0};
 }
 
-std::optional<std::uint32_t> memory_type(const DeviceFacts& facts, std::uint32_t allowed,
-                                         Heap heap) {
-  if (heap == Heap::upload) return first_type(facts, allowed, kMapped);
-  const auto best = first_type(facts, allowed, heap == Heap::readback ? kCached : kLocal);
-  return best ? best : first_type(facts, allowed, heap == Heap::readback ? kMapped : 0);
+// Counts one more allocation, unless there are too many.
+bool may_allocate(Core& core, Heap heap) {
+  const std::uint32_t kept = heap == Heap::device_local ? kKeptForTransfers : 0;
+  const std::uint32_t most = core.facts.properties.limits.maxMemoryAllocationCount;
+  if (core.allocations++ < most - std::min(most, kept)) return true;
+  --core.allocations;
+  return false;
 }
 
 VkBufferUsageFlags usage_of(Heap heap) {
@@ -50,15 +53,35 @@ bool too_large(const DeviceFacts& facts, Heap heap, std::uint64_t bytes) {
 
 }  // namespace
 
+std::vector<std::uint32_t> memory_types(const DeviceFacts& facts, std::uint32_t allowed,
+                                        Heap heap) {
+  const VkPhysicalDeviceMemoryProperties& memory = facts.memory;
+  const bool one_will_do = !architecture_of(facts).uma;
+  std::vector<std::uint32_t> found;
+  std::uint32_t heaps_seen = 0;
+  for (const VkMemoryPropertyFlags wanted : wishes_for(heap)) {
+    for (std::uint32_t type = 0; type < memory.memoryTypeCount; ++type) {
+      const std::uint32_t from = std::uint32_t{1} << memory.memoryTypes[type].heapIndex;
+      const bool serves = (memory.memoryTypes[type].propertyFlags & wanted) == wanted;
+      if ((allowed >> type & 1) == 0 || !serves || (heaps_seen & from) != 0) continue;
+      heaps_seen |= from;
+      found.push_back(type);  // drivers list what serves a wish best first
+      if (one_will_do) return found;
+    }
+  }
+  return found;
+}
+
 VulkanResource::~VulkanResource() {
   if (buffer_ != VK_NULL_HANDLE) core_->calls.DestroyBuffer(core_->device, buffer_, nullptr);
-  if (memory_ != VK_NULL_HANDLE) core_->calls.FreeMemory(core_->device, memory_, nullptr);
+  if (memory_ == VK_NULL_HANDLE) return;
+  core_->calls.FreeMemory(core_->device, memory_, nullptr);
+  --core_->allocations;
 }
 
 Result VulkanResource::make(Heap heap, std::uint64_t bytes) {
-  const DeviceFacts& facts = core_->facts;
   if (!core_->loss().ok()) return core_->loss();
-  if (too_large(facts, heap, bytes)) return kOutOfMemory;
+  if (too_large(core_->facts, heap, bytes)) return kOutOfMemory;
   heap_ = heap;
   VkBufferCreateInfo wanted{};
   wanted.sType = VK_STRUCTURE_TYPE_BUFFER_CREATE_INFO;
@@ -70,17 +93,26 @@ Result VulkanResource::make(Heap heap, std::uint64_t bytes) {
 
   VkMemoryRequirements needs{};
   core_->calls.GetBufferMemoryRequirements(core_->device, buffer_, &needs);
-  const std::optional<std::uint32_t> type = memory_type(facts, needs.memoryTypeBits, heap);
-  if (!type) return kOutOfMemory;
-  const std::uint32_t from = facts.memory.memoryTypes[*type].heapIndex;
-  if (needs.size > facts.memory.memoryHeaps[from].size) return kOutOfMemory;
-  VkMemoryAllocateInfo info{};
-  info.sType = VK_STRUCTURE_TYPE_MEMORY_ALLOCATE_INFO;
-  info.allocationSize = needs.size;
-  info.memoryTypeIndex = *type;
-  result = core_->answer(core_->calls.AllocateMemory(core_->device, &info, nullptr, &memory_));
+  result = allocate(needs);
   if (!result.ok()) return result;
   return core_->answer(core_->calls.BindBufferMemory(core_->device, buffer_, memory_, 0));
+}
+
+Result VulkanResource::allocate(const VkMemoryRequirements& needs) {
+  const VkPhysicalDeviceMemoryProperties& memory = core_->facts.memory;
+  if (!may_allocate(*core_, heap_)) return kOutOfMemory;
+  Result result = kOutOfMemory;
+  for (const std::uint32_t type : memory_types(core_->facts, needs.memoryTypeBits, heap_)) {
+    if (needs.size > memory.memoryHeaps[memory.memoryTypes[type].heapIndex].size) continue;
+    VkMemoryAllocateInfo info{};
+    info.sType = VK_STRUCTURE_TYPE_MEMORY_ALLOCATE_INFO;
+    info.allocationSize = needs.size;
+    info.memoryTypeIndex = type;
+    result = core_->answer(core_->calls.AllocateMemory(core_->device, &info, nullptr, &memory_));
+    if (result != kOutOfMemory) break;
+  }
+  if (!result.ok()) --core_->allocations;
+  return result;
 }
 
 void VulkanResource::set_name(const std::string& name) {

@@ -2,10 +2,15 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "gpu/platform/vulkan_core.h"
 
 namespace morva::gpu::platform::vulkan {
+
+// The types of memory for a heap among those `allowed`, the one to try first in front. Where host
+// and GPU share one memory there may be several, each of a heap of its own.
+std::vector<std::uint32_t> memory_types(const DeviceFacts& facts, std::uint32_t allowed, Heap heap);
 
 class VulkanResource : public Resource {
  public:
@@ -17,7 +22,6 @@ class VulkanResource : public Resource {
   void set_name(const std::string& name) override;
   Result map(std::uint64_t read_bytes, void** memory) override;
   void unmap() override;
-  std::uint64_t gpu_address() const override { return 0; }
 
   VkBuffer buffer() const { return buffer_; }
 
@@ -25,6 +29,8 @@ class VulkanResource : public Resource {
   std::uint64_t copied_in = 0;
 
  private:
+  Result allocate(const VkMemoryRequirements& needs);
+
   std::shared_ptr<Core> core_;
   VkBuffer buffer_ = VK_NULL_HANDLE;
   VkDeviceMemory memory_ = VK_NULL_HANDLE;

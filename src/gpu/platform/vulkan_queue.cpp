@@ -30,7 +30,9 @@ class VulkanFence : public Fence {
     std::uint64_t value = 0;
     const VkResult result =
         core_->calls.GetSemaphoreCounterValue(core_->device, semaphore_, &value);
-    return core_->answer(result).ok() ? value : 0;
+    if (!core_->answer(result).ok()) return 0;
+    // Where the device was lost the counter may stand at its goal; a wait tells.
+    return core_->answer(ask_for(*core_, semaphore_, value, 0)).ok() ? value : 0;
   }
   Result wait(std::uint64_t value) override {
     // What a lost device was not given any more never comes.

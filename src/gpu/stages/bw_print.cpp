@@ -16,22 +16,20 @@ GImage density_on_paper(const Frame& frame, const GImage& density) {
 GImage expose_bw_paper(Device& device, const PrintParams& params, const GImage& density) {
   const std::vector<float> table = print_table(params, printer_veil(device, params, density));
   GImage print = device.image(density.height, density.width, 3);
-  launch_elements(device, Kernel::print_bw_main, pixels(density),
-                  {static_cast<std::uint32_t>(pixels(density))}, table,
+  launch_elements(device, Kernel::print_bw_main, pixels(density), {word(pixels(density))}, table,
                   {density.buffer.get(), nullptr, print.buffer.get()});
   return print;
 }
 
-GImage print_bw(const Frame& frame, const PrintParams& params, GNegative negative) {
+GImage print_bw(const Frame& frame, const PrintParams& params, const GImage& density) {
   const StageTimer timer(frame, "печать");
-  return expose_bw_paper(frame.device, params, negative.density);
+  return expose_bw_paper(frame.device, params, density);
 }
 
 GImage print_color_on_bw(const Frame& frame, GImage scene) {
-  GNegative on_paper;
-  on_paper.density = density_on_paper(frame, develop_color(frame, std::move(scene)).density);
+  const GImage density = density_on_paper(frame, develop_color(frame, std::move(scene)));
   check_cancel(frame.ctx);
-  return print_bw(frame, print_params_bw(frame.paper, frame.opts), std::move(on_paper));
+  return print_bw(frame, print_params_bw(frame.paper, frame.opts), density);
 }
 
 }  // namespace morva::gpu

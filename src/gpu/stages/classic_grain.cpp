@@ -26,10 +26,8 @@ GImage grain_field(Device& device, const GImage& density, const GrainLayer& laye
 
 void add_noise(Device& device, const GImage& density, const GrainLayer& layer,
                const GImage& noise) {
-  const std::uint64_t n = pixels(density);
-  launch_elements(device, Kernel::grain_classic, n,
-                  {static_cast<std::uint32_t>(n), static_cast<std::uint32_t>(density.channels),
-                   static_cast<std::uint32_t>(layer.channel)},
+  launch_elements(device, Kernel::grain_classic, pixels(density),
+                  {word(pixels(density)), word(density.channels), word(layer.channel)},
                   {layer.dmin, layer.range, layer.norm, layer.amount},
                   {density.buffer.get(), noise.buffer.get()});
 }

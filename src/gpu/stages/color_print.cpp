@@ -9,15 +9,14 @@ namespace morva::gpu {
 GImage expose_color_paper(Device& device, const PrintParams& params, const GImage& density) {
   const std::vector<float> table = print_table(params, printer_veil(device, params, density));
   GImage print = device.image(density.height, density.width, 3);
-  launch_elements(device, Kernel::print_color_main, pixels(density),
-                  {static_cast<std::uint32_t>(pixels(density))}, table,
+  launch_elements(device, Kernel::print_color_main, pixels(density), {word(pixels(density))}, table,
                   {density.buffer.get(), nullptr, print.buffer.get()});
   return print;
 }
 
-GImage print_color(const Frame& frame, const PrintParams& params, GColorNegative negative) {
+GImage print_color(const Frame& frame, const PrintParams& params, const GImage& density) {
   const StageTimer timer(frame, "печать");
-  return expose_color_paper(frame.device, params, negative.density);
+  return expose_color_paper(frame.device, params, density);
 }
 
 }  // namespace morva::gpu

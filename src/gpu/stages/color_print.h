@@ -2,13 +2,13 @@
 #pragma once
 
 #include "gpu/stages/frame.h"
-#include "gpu/stages/negative.h"
 #include "print/paper.h"
 
 namespace morva::gpu {
 
-// Reflectance, linear, 0..1, three channels.
-GImage print_color(const Frame& frame, const PrintParams& params, GColorNegative negative);
+// The print of a negative's three densities relative to mid grey: reflectance, linear, 0..1, three
+// channels.
+GImage print_color(const Frame& frame, const PrintParams& params, const GImage& density);
 
 // The print of three layers' density.
 GImage expose_color_paper(Device& device, const PrintParams& params, const GImage& density);

@@ -35,12 +35,12 @@ GImage develop_silver(Device& device, const GImage& light, const GImage& uneven,
   const bool is_uneven = lies_on(uneven, light);
   GImage density = device.image(light.height, light.width, 1);
   launch_elements(device, Kernel::neg_bw_main, pixels(light),
-                  {static_cast<std::uint32_t>(pixels(light)), is_uneven ? 1u : 0u}, table,
+                  {word(pixels(light)), is_uneven ? 1u : 0u}, table,
                   {light.buffer.get(), uneven.buffer.get(), density.buffer.get()});
   return density;
 }
 
-GNegative develop_bw(const Frame& frame, GImage scene) {
+GImage develop_bw(const Frame& frame, GImage scene) {
   if (plate_params(frame.stock, frame.opts).kind != PlateKind::none)
     throw std::logic_error("develop_bw: a plate is developed on the CPU");
   GImage light;
@@ -50,19 +50,19 @@ GNegative develop_bw(const Frame& frame, GImage scene) {
   }
   check_cancel(frame.ctx);
 
-  GNegative negative;
-  negative.curve = silver_curve(frame.stock, frame.opts);
+  const HdCurve curve = silver_curve(frame.stock, frame.opts);
+  GImage density;
   {
     const StageTimer timer(frame, "негатив (кривые, соседство)");
-    negative.density = develop_silver(frame.device, std::exchange(light, {}), frame.uneven_gpu,
-                                      {negative.curve, exposure_total(frame.opts, frame.stock)},
-                                      Development::negative);
-    adjacency(frame, negative.density);
+    density =
+        develop_silver(frame.device, std::exchange(light, {}), uneven_on_gpu(frame),
+                       {curve, exposure_total(frame.opts, frame.stock)}, Development::negative);
+    check_cancel(frame.ctx);
+    adjacency(frame, density);
   }
-  check_cancel(frame.ctx);
-  negative.density = add_grain(frame, std::move(negative.density), negative.curve);
-  add_to_all(frame.device, negative.density, -static_cast<float>(negative.curve.dmid));
-  return negative;
+  density = add_grain(frame, std::move(density), curve);
+  add_to_all(frame.device, density, -static_cast<float>(curve.dmid));
+  return density;
 }
 
 }  // namespace morva::gpu

@@ -4,13 +4,12 @@
 #include "film/develop_bw.h"
 #include "film/layers.h"
 #include "gpu/stages/frame.h"
-#include "gpu/stages/negative.h"
 
 namespace morva::gpu {
 
-// `scene`: linear light, three channels. Not for plates, wet or dry, whose coating and marks are
-// made on the CPU (std::logic_error).
-GNegative develop_bw(const Frame& frame, GImage scene);
+// One plane of density relative to that of a mid grey. `scene`: linear light, three channels. Not
+// for plates, wet or dry, whose coating and marks are made on the CPU (std::logic_error).
+GImage develop_bw(const Frame& frame, GImage scene);
 
 // What one silver layer of `film` sees of a scene, blurred by the emulsion and with the base's
 // halo.

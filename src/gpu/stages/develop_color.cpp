@@ -30,7 +30,7 @@ GImage develop_dyes(Device& device, const GImage& light, const GImage& uneven,
   return develop_layers(device, light, uneven, layers);
 }
 
-GColorNegative develop_color(const Frame& frame, GImage scene) {
+GImage develop_color(const Frame& frame, GImage scene) {
   GImage light;
   {
     const StageTimer timer(frame, "эмульсия (мутность, галация)");
@@ -39,17 +39,15 @@ GColorNegative develop_color(const Frame& frame, GImage scene) {
   check_cancel(frame.ctx);
 
   const DevelopParams params = develop_params(frame.stock, frame.opts, frame.uneven);
-  GColorNegative negative;
-  negative.curves = params.curves;
+  GImage density;
   {
     const StageTimer timer(frame, "негатив (кривые, соседство)");
-    negative.density =
-        develop_dyes(frame.device, std::exchange(light, {}), frame.uneven_gpu, params);
-    adjacency(frame, negative.density);
+    density = develop_dyes(frame.device, std::exchange(light, {}), uneven_on_gpu(frame), params);
+    adjacency(frame, density);
   }
-  negative.density = add_grain(frame, std::move(negative.density), negative.curves);
-  add_channels(frame.device, negative.density, below_mid(negative.curves));
-  return negative;
+  density = add_grain(frame, std::move(density), params.curves);
+  add_channels(frame.device, density, below_mid(params.curves));
+  return density;
 }
 
 }  // namespace morva::gpu

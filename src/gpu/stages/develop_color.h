@@ -3,12 +3,12 @@
 
 #include "film/develop_color.h"
 #include "gpu/stages/frame.h"
-#include "gpu/stages/negative.h"
 
 namespace morva::gpu {
 
-// `scene`: linear light as the layers see it, three channels; its buffer may be changed.
-GColorNegative develop_color(const Frame& frame, GImage scene);
+// The densities of the three layers, relative to those of a mid grey. `scene`: linear light as the
+// layers see it, three channels; its buffer may be changed.
+GImage develop_color(const Frame& frame, GImage scene);
 
 // From exposed light (film blur and halation done) to a new picture of layer densities with base
 // and fog. The field of uneven development is `uneven`, which may be without a buffer; the one of

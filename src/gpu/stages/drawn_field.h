@@ -17,13 +17,12 @@ struct FieldPair {
 FieldPair sums_of_layers(Device& device, DrawnField first, DrawnField second, std::int32_t w,
                          std::int32_t h);
 
-// One field of each kind of step, `sum` in place: of its own and of another layer; and to unit
-// deviation.
+// The single steps, each in place: a layer added in its share; a sum brought to unit deviation.
 void add_layer(Device& device, const GImage& sum, float own_share, const GImage& layer,
                float share);
-// A new layer in both sums; `first`: they hold nothing yet.
+// One layer in both sums; `overwrite`: instead of what they hold.
 void add_to_both(Device& device, const FieldPair& sums, const GImage& layer, float first_share,
-                 float second_share, bool first);
+                 float second_share, bool overwrite);
 // (value - mean) * scale.
 struct FieldScale {
   float mean = 0.0f;

@@ -8,8 +8,12 @@
 
 namespace morva::gpu {
 
+// A constant of a kernel.
 inline std::uint32_t word(std::int32_t number) {
   return static_cast<std::uint32_t>(number);
+}
+inline std::uint32_t word(std::uint64_t count) {
+  return static_cast<std::uint32_t>(count);
 }
 
 inline void launch_elements(Device& device, Kernel kernel, std::uint64_t threads,

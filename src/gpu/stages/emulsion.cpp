@@ -23,6 +23,16 @@ GImage spread_by_base(const Frame& frame, const GImage& mask, const HalationPara
   return halo;
 }
 
+void add_halation(const Frame& frame, const GImage& light, const GImage& source,
+                  const HalationParams& params) {
+  const GImage mask = frame.device.image(source.height, source.width, 1);
+  over_threshold(frame.device, plane_of(source), plane_of(mask), params.threshold);
+  // A single silver layer has no colour to give the halo.
+  const std::array<float, 3> tint =
+      light.channels == 1 ? std::array{1.0f, 1.0f, 1.0f} : params.tint;
+  add_halo(frame.device, light, spread_by_base(frame, mask, params), params.strength, tint);
+}
+
 HalationParams halation_of(const Frame& frame) {
   return halation_params(get(frame.stock, "halation"), frame.um_per_px,
                          get_number(frame.opts, "halation_mult", 1.0));
@@ -38,19 +48,15 @@ GImage emulsion_blur(const Frame& frame, GImage light) {
 
 void halate(const Frame& frame, const GImage& light, const GImage& source) {
   const HalationParams params = halation_of(frame);
-  if (!params.active) return;
-  const GImage mask = frame.device.image(source.height, source.width, 1);
-  over_threshold(frame.device, plane_of(source), plane_of(mask), params.threshold);
-  // A single silver layer has no colour to give the halo.
-  const std::array<float, 3> tint =
-      light.channels == 1 ? std::array{1.0f, 1.0f, 1.0f} : params.tint;
-  add_halo(frame.device, light, spread_by_base(frame, mask, params), params.strength, tint);
+  if (params.active) add_halation(frame, light, source, params);
 }
 
 GImage light_in_layers(const Frame& frame, GImage scene) {
   GImage light = emulsion_blur(frame, std::move(scene));
-  if (halation_of(frame).active)
-    halate(frame, light, weighted_plane(frame.device, light, {kLumaR, kLumaG, kLumaB}));
+  const HalationParams params = halation_of(frame);
+  if (params.active)
+    add_halation(frame, light, weighted_plane(frame.device, light, {kLumaR, kLumaG, kLumaB}),
+                 params);
   return light;
 }
 
@@ -62,7 +68,7 @@ void adjacency(const Frame& frame, const GImage& density) {
 void add_halo(Device& device, const GImage& light, const GImage& halo, float strength,
               const std::array<float, 3>& tint) {
   launch_elements(device, Kernel::hal_add, pixels(light),
-                  {static_cast<std::uint32_t>(pixels(light)), word(light.channels)},
+                  {word(pixels(light)), word(light.channels)},
                   {strength, tint[0], tint[1], tint[2]}, {light.buffer.get(), halo.buffer.get()});
 }
 
@@ -70,10 +76,9 @@ void add_edge_effect(Device& device, const GImage& density, const GImage& blurre
                      const AdjacencyTerm& term) {
   const auto k = static_cast<float>(term.k);
   const auto sat = static_cast<float>(term.sat);
-  const auto samples =
-      static_cast<std::uint32_t>(pixels(density)) * static_cast<std::uint32_t>(density.channels);
-  launch_elements(device, Kernel::unsharp, samples, {samples, term.sat < kUnsaturated ? 1u : 0u},
-                  {k, sat, k * sat}, {density.buffer.get(), blurred.buffer.get()});
+  launch_elements(device, Kernel::unsharp, floats(density),
+                  {word(floats(density)), term.sat < kUnsaturated ? 1u : 0u}, {k, sat, k * sat},
+                  {density.buffer.get(), blurred.buffer.get()});
 }
 
 }  // namespace morva::gpu

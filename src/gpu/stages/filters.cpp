@@ -4,6 +4,7 @@
 
 #include "gpu/stages/element_launch.h"
 #include "gpu/stages/pixel_ops.h"
+#include "gpu/stages/resample_pass.h"
 #include "image/half_kernel.h"
 
 namespace morva::gpu {
@@ -72,41 +73,22 @@ GImage gaussian_filter(Device& device, const GImage& picture, double sigma, int 
   return blurred;
 }
 
-// The taps of one axis as the kernels read them: first input and count of each output, then the
-// weights.
-struct AxisTable {
-  std::vector<float> floats;
-  std::uint32_t taps = 0;  // room for each output
-};
-
-AxisTable axis_table(std::int32_t in_size, std::int32_t out_size, int filter) {
+Taps resize_taps(std::int32_t in_size, std::int32_t out_size, int filter) {
   const ResizeCoefficients axis = resize_coefficients(in_size, out_size, filter);
-  AxisTable table;
-  table.taps = static_cast<std::uint32_t>(axis.tap_stride);
-  table.floats.reserve(2 * axis.first.size() + axis.taps.size());
-  for (std::size_t i = 0; i < axis.first.size(); ++i) {
-    table.floats.push_back(static_cast<float>(axis.first[i]));
-    table.floats.push_back(static_cast<float>(axis.count[i]));
+  Taps taps(out_size, static_cast<std::uint32_t>(axis.tap_stride));
+  for (std::int32_t i = 0; i < out_size; ++i) {
+    const auto at = static_cast<std::size_t>(i);
+    taps.set(i, axis.first[at], &axis.taps[at * axis.tap_stride], axis.count[at]);
   }
-  for (const double tap : axis.taps) table.floats.push_back(static_cast<float>(tap));
-  return table;
-}
-
-// One pass of a resize, to the size of `to`.
-void resample(Device& device, Kernel kernel, const Plane& from, const Plane& to,
-              const AxisTable& table) {
-  launch_elements(device, kernel, pixels(to),
-                  {word(from.width), word(to.width), word(to.height), table.taps, word(from.stride),
-                   word(from.offset), word(to.stride), word(to.offset)},
-                  table.floats, {from.buffer.get(), to.buffer.get()});
+  return taps;
 }
 
 GImage to_width(Device& device, const GImage& picture, std::int32_t new_w, int filter) {
   if (new_w == picture.width) return picture;
   GImage resized = device.image(picture.height, new_w, picture.channels);
-  const AxisTable table = axis_table(picture.width, new_w, filter);
+  const Taps taps = resize_taps(picture.width, new_w, filter);
   for (std::int32_t k = 0; k < picture.channels; ++k)
-    resample(device, Kernel::resample_h, plane_of(picture, k), plane_of(resized, k), table);
+    resample(device, Kernel::resample_h, plane_of(picture, k), plane_of(resized, k), taps);
   return resized;
 }
 
@@ -114,7 +96,7 @@ GImage to_height(Device& device, const GImage& picture, std::int32_t new_h, int 
   if (new_h == picture.height) return picture;
   GImage resized = device.image(new_h, picture.width, picture.channels);
   resample(device, Kernel::resample_v, interleaved_plane(picture), interleaved_plane(resized),
-           axis_table(picture.height, new_h, filter));
+           resize_taps(picture.height, new_h, filter));
   return resized;
 }
 
@@ -127,10 +109,10 @@ void resize_plane(Device& device, const Plane& from, const Plane& to, int filter
   Plane narrowed = from;
   if (from.width != to.width) {
     narrowed = from.height == to.height ? to : plane_of(device.image(from.height, to.width, 1));
-    resample(device, Kernel::resample_h, from, narrowed, axis_table(from.width, to.width, filter));
+    resample(device, Kernel::resample_h, from, narrowed, resize_taps(from.width, to.width, filter));
   }
   if (from.height != to.height)
-    resample(device, Kernel::resample_v, narrowed, to, axis_table(from.height, to.height, filter));
+    resample(device, Kernel::resample_v, narrowed, to, resize_taps(from.height, to.height, filter));
 }
 
 }  // namespace

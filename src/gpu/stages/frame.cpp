@@ -13,6 +13,10 @@ std::int64_t now_ns() {
 
 }  // namespace
 
+GImage uneven_on_gpu(const Frame& frame) {
+  return frame.uneven != nullptr ? frame.device.upload(*frame.uneven) : GImage{};
+}
+
 StageTimer::StageTimer(Device& device, StageTimes& stage_times, const char* label)
     : device_(device), stage_times_(stage_times), label_(label), on_(device.profiling()) {
   if (!on_) return;

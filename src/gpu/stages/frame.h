@@ -20,14 +20,17 @@ struct Frame {
   const Json& opts;
   double um_per_px = 1.0;         // a pixel's size on the film, micrometres
   const Image* uneven = nullptr;  // field of uneven development, or none
-  GImage uneven_gpu;              // the same on the GPU; without a buffer where there is none
   RenderContext& ctx;
   StageTimes& stage_times;
 };
 
+// The field of uneven development on the GPU, uploaded anew; without a buffer where there is none.
+GImage uneven_on_gpu(const Frame& frame);
+
 // Takes a stage's time while it lives, on the wall clock and on the GPU; nothing unless profiling.
 class StageTimer {
  public:
+  // `label` must outlive the timer.
   StageTimer(Device& device, StageTimes& stage_times, const char* label);
   explicit StageTimer(const Frame& frame, const char* label)
       : StageTimer(frame.device, frame.stage_times, label) {}
@@ -38,7 +41,7 @@ class StageTimer {
  private:
   Device& device_;
   StageTimes& stage_times_;
-  std::string label_;
+  const char* label_;
   std::int64_t begin_ns_ = 0;
   bool on_ = false;
 };

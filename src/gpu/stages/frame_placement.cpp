@@ -42,9 +42,8 @@ GImage place_on_film(Device& device, const GImage& picture, const RebatePlan& pl
 
 void lay_base_outside(Device& device, const GImage& print, const GImage& mask,
                       const std::array<float, 3>& base) {
-  launch_elements(device, Kernel::composite_base, pixels(print),
-                  {static_cast<std::uint32_t>(pixels(print))}, {base.begin(), base.end()},
-                  {print.buffer.get(), mask.buffer.get()});
+  launch_elements(device, Kernel::composite_base, pixels(print), {word(pixels(print))},
+                  {base.begin(), base.end()}, {print.buffer.get(), mask.buffer.get()});
 }
 
 GImage pad_border(Device& device, const GImage& picture, double border,

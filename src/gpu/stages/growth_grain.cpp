@@ -14,7 +14,7 @@ namespace morva::gpu {
 namespace {
 
 std::vector<std::uint32_t> of_plane(const Plane& plane) {
-  return {static_cast<std::uint32_t>(pixels(plane)), word(plane.stride), word(plane.offset)};
+  return {word(pixels(plane)), word(plane.stride), word(plane.offset)};
 }
 
 std::vector<float> moment_table(const GrowthPlan& plan) {
@@ -37,7 +37,7 @@ GImage by_moments(Device& device, Kernel kernel, const GImage& mean,
                   const std::vector<float>& table, std::uint64_t hash) {
   GImage transmission = device.image(mean.height, mean.width, 1);
   launch_elements(device, kernel, pixels(mean),
-                  with_draws({static_cast<std::uint32_t>(pixels(mean))}, {hash, kMomentTag}), table,
+                  with_draws({word(pixels(mean))}, {hash, kMomentTag}), table,
                   {mean.buffer.get(), transmission.buffer.get()});
   return transmission;
 }

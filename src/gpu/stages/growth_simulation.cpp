@@ -116,7 +116,7 @@ GImage dye_density(Device& device, const GrownRows& rows, const GrowthRate& rate
 
 GImage dye_light(Device& device, const GImage& density, std::uint32_t first, std::uint32_t rows) {
   GImage light = device.image(static_cast<std::int32_t>(rows), density.width, 1);
-  const auto n = static_cast<std::uint32_t>(pixels(light));
+  const auto n = word(pixels(light));
   launch_elements(device, Kernel::growth_color_T, n,
                   {n, first * static_cast<std::uint32_t>(density.width)}, {},
                   {density.buffer.get(), light.buffer.get()});

@@ -27,9 +27,8 @@ std::uint32_t steps_of(const Deposit& how) {
 
 void deposit(Device& device, const GImage& ink, const Deposit& how) {
   if (how.nothing()) return;
-  launch_elements(device, Kernel::alt_pickup, pixels(ink),
-                  {static_cast<std::uint32_t>(pixels(ink)), steps_of(how)}, deposit_table(how),
-                  {ink.buffer.get()});
+  launch_elements(device, Kernel::alt_pickup, pixels(ink), {word(pixels(ink)), steps_of(how)},
+                  deposit_table(how), {ink.buffer.get()});
 }
 
 void floor_and_plug(Device& device, const GImage& ink, double ink_floor, double plug) {

@@ -50,6 +50,7 @@ GImage finish_on_cpu(const Frame& frame, GImage density, const HdCurve& curve) {
     Rng rng = seeded_rng(frame.opts, kFilmStream);
     Image textured =
         add_pack_texture(std::move(plain), frame.stock, frame.opts, frame.um_per_px, rng);
+    check_cancel(frame.ctx);
     return silver_sheet(std::move(textured), curve, frame.stock, frame.opts, rng);
   });
 }
@@ -67,10 +68,9 @@ GImage transfer_dyes(Device& device, const GImage& light, const InstantParams& p
   if (params.crosstalk) put(&table[kCrosstalk], *params.crosstalk);
   table[kWiden] = widening.value_or(1.0f);
   GImage density = device.image(light.height, light.width, 3);
-  launch_elements(
-      device, Kernel::instant_curves, pixels(light),
-      {static_cast<std::uint32_t>(pixels(light)), params.crosstalk ? 1u : 0u, widening ? 1u : 0u},
-      table, {light.buffer.get(), density.buffer.get()});
+  launch_elements(device, Kernel::instant_curves, pixels(light),
+                  {word(pixels(light)), params.crosstalk ? 1u : 0u, widening ? 1u : 0u}, table,
+                  {light.buffer.get(), density.buffer.get()});
   return density;
 }
 

@@ -57,10 +57,10 @@ GImage develop_layers(Device& device, const GImage& light, const GImage& uneven,
                       const LayerDevelopment& params) {
   const bool is_uneven = lies_on(uneven, light);
   GImage density = device.image(light.height, light.width, 3);
-  launch_elements(
-      device, Kernel::neg_color_main, pixels(light),
-      {static_cast<std::uint32_t>(pixels(light)), is_uneven ? 1u : 0u, chemistry_of(params)},
-      table_of(params), {light.buffer.get(), uneven.buffer.get(), density.buffer.get()});
+  launch_elements(device, Kernel::neg_color_main, pixels(light),
+                  {word(pixels(light)), is_uneven ? 1u : 0u, chemistry_of(params)},
+                  table_of(params),
+                  {light.buffer.get(), uneven.buffer.get(), density.buffer.get()});
   return density;
 }
 

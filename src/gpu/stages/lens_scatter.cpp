@@ -37,8 +37,7 @@ GImage mix_in(Device& device, const GImage& picture, const GImage& blurred, doub
 // strength * (near_share * near_light + far_light) to each channel.
 void veil_over(Device& device, const GImage& picture, const GImage& near_light, float strength,
                const std::array<float, 3>& far_light) {
-  const std::uint64_t floats = 3 * pixels(picture);
-  launch_elements(device, Kernel::veil_add, floats, {static_cast<std::uint32_t>(floats)},
+  launch_elements(device, Kernel::veil_add, floats(picture), {word(floats(picture))},
                   {strength, kVeilNear, far_light[0], far_light[1], far_light[2]},
                   {picture.buffer.get(), near_light.buffer.get()});
 }
@@ -46,18 +45,16 @@ void veil_over(Device& device, const GImage& picture, const GImage& near_light, 
 // Both lobes are planes of one channel, `channel` one of the picture's.
 void bloom_over(Device& device, const Plane& channel, const GImage& tight, const GImage& wide,
                 const Bloom& bloom, float tint) {
-  launch_elements(
-      device, Kernel::bloom_add, pixels(channel),
-      {static_cast<std::uint32_t>(pixels(channel)), word(channel.stride), word(channel.offset)},
-      {static_cast<float>(bloom.wide_share), static_cast<float>(1.0 - bloom.wide_share), tint,
-       static_cast<float>(bloom.strength)},
-      {channel.buffer.get(), tight.buffer.get(), wide.buffer.get()});
+  launch_elements(device, Kernel::bloom_add, pixels(channel),
+                  {word(pixels(channel)), word(channel.stride), word(channel.offset)},
+                  {static_cast<float>(bloom.wide_share), static_cast<float>(1.0 - bloom.wide_share),
+                   tint, static_cast<float>(bloom.strength)},
+                  {channel.buffer.get(), tight.buffer.get(), wide.buffer.get()});
 }
 
 // Takes the middle out of a disc; what is left of its light goes to the rim.
 void hollow(Device& device, const GImage& disc, const GImage& middle, double ring) {
-  const std::uint64_t floats = pixels(disc) * static_cast<std::uint64_t>(disc.channels);
-  launch_elements(device, Kernel::glow_ring, floats, {static_cast<std::uint32_t>(floats)},
+  launch_elements(device, Kernel::glow_ring, floats(disc), {word(floats(disc))},
                   {static_cast<float>(ring), static_cast<float>(1.0 - ring)},
                   {disc.buffer.get(), middle.buffer.get()});
 }

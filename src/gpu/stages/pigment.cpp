@@ -15,7 +15,7 @@ GImage colour_of_ink(Device& device, const GImage& ink, const PigmentBlock& pigm
   table[pigment_layout::kOpacity] = static_cast<float>(pigment.opacity);
   GImage print = device.image(ink.height, ink.width, 3);
   launch_elements(device, Kernel::alt_colorize, pixels(ink),
-                  {static_cast<std::uint32_t>(pixels(ink)), pigment.opaque ? 1u : 0u}, table,
+                  {word(pixels(ink)), pigment.opaque ? 1u : 0u}, table,
                   {ink.buffer.get(), print.buffer.get()});
   return print;
 }

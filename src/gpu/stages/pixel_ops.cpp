@@ -6,26 +6,18 @@ namespace morva::gpu {
 
 namespace {
 
-std::uint64_t floats(const GImage& picture) {
-  return pixels(picture) * static_cast<std::uint64_t>(picture.channels);
-}
-
-std::uint32_t count(std::uint64_t elements) {
-  return static_cast<std::uint32_t>(elements);
-}
-
 void plane_to_plane(Device& device, Kernel kernel, const Plane& from, const Plane& to,
                     const std::vector<float>& table) {
   launch_elements(
       device, kernel, pixels(from),
-      {count(pixels(from)), word(from.stride), word(from.offset), word(to.stride), word(to.offset)},
+      {word(pixels(from)), word(from.stride), word(from.offset), word(to.stride), word(to.offset)},
       table, {from.buffer.get(), to.buffer.get()});
 }
 
 // A table with a number for each channel.
 void by_channel(Device& device, Kernel kernel, const GImage& picture,
                 const std::vector<float>& table) {
-  launch_elements(device, kernel, floats(picture), {count(floats(picture)), word(picture.channels)},
+  launch_elements(device, kernel, floats(picture), {word(floats(picture)), word(picture.channels)},
                   table, {picture.buffer.get()});
 }
 
@@ -50,23 +42,23 @@ void add_channels(Device& device, const GImage& picture, const std::array<float,
 }
 
 void add_to_all(Device& device, const GImage& picture, float offset) {
-  launch_elements(device, Kernel::add_ch, floats(picture), {count(floats(picture)), 1}, {offset},
+  launch_elements(device, Kernel::add_ch, floats(picture), {word(floats(picture)), 1}, {offset},
                   {picture.buffer.get()});
 }
 
 void apply_matrix(Device& device, const GImage& picture, const std::array<float, 9>& matrix) {
-  launch_elements(device, Kernel::mat3, pixels(picture), {count(pixels(picture))},
+  launch_elements(device, Kernel::mat3, pixels(picture), {word(pixels(picture))},
                   {matrix.begin(), matrix.end()}, {picture.buffer.get()});
 }
 
 void mix_infrared(Device& device, const GImage& picture, const std::array<float, 4>& weights) {
-  launch_elements(device, Kernel::false_ir, pixels(picture), {count(pixels(picture))},
+  launch_elements(device, Kernel::false_ir, pixels(picture), {word(pixels(picture))},
                   {weights.begin(), weights.end()}, {picture.buffer.get()});
 }
 
 void clamp_light(Device& device, const GImage& picture, bool to_one) {
   launch_elements(device, Kernel::clampv, floats(picture),
-                  {count(floats(picture)), to_one ? 1u : 0u}, {}, {picture.buffer.get()});
+                  {word(floats(picture)), to_one ? 1u : 0u}, {}, {picture.buffer.get()});
 }
 
 void over_threshold(Device& device, const Plane& from, const Plane& to, float level) {
@@ -75,32 +67,32 @@ void over_threshold(Device& device, const Plane& from, const Plane& to, float le
 
 GImage mix(Device& device, const GImage& a, float weight_a, const GImage& b, float weight_b) {
   GImage mixed = device.image(a.height, a.width, a.channels);
-  launch_elements(device, Kernel::mix2, floats(a), {count(floats(a))}, {weight_a, weight_b},
+  launch_elements(device, Kernel::mix2, floats(a), {word(floats(a))}, {weight_a, weight_b},
                   {a.buffer.get(), b.buffer.get(), mixed.buffer.get()});
   return mixed;
 }
 
 GImage weighted_plane(Device& device, const GImage& picture, const std::array<float, 3>& weights) {
   GImage plane = device.image(picture.height, picture.width, 1);
-  launch_elements(device, Kernel::dot3_plane, pixels(picture), {count(pixels(picture))},
+  launch_elements(device, Kernel::dot3_plane, pixels(picture), {word(pixels(picture))},
                   {weights.begin(), weights.end()}, {picture.buffer.get(), plane.buffer.get()});
   return plane;
 }
 
 void multiply_by_field(Device& device, const GImage& picture, const GImage& field) {
   launch_elements(device, Kernel::mul_field, pixels(picture),
-                  {count(pixels(picture)), word(picture.channels)}, {},
+                  {word(pixels(picture)), word(picture.channels)}, {},
                   {picture.buffer.get(), field.buffer.get()});
 }
 
 void divide(Device& device, const GImage& picture, float divisor) {
-  launch_elements(device, Kernel::scale_div, floats(picture), {count(floats(picture))}, {divisor},
+  launch_elements(device, Kernel::scale_div, floats(picture), {word(floats(picture))}, {divisor},
                   {picture.buffer.get()});
 }
 
 GImage encode_srgb(Device& device, const GImage& light) {
   GImage encoded = device.image(light.height, light.width, light.channels);
-  launch_elements(device, Kernel::srgb_main, floats(light), {count(floats(light))}, {},
+  launch_elements(device, Kernel::srgb_main, floats(light), {word(floats(light))}, {},
                   {light.buffer.get(), nullptr, encoded.buffer.get()});
   return encoded;
 }

@@ -25,6 +25,10 @@ inline std::uint64_t pixels(const GImage& picture) {
   return static_cast<std::uint64_t>(picture.height) * static_cast<std::uint64_t>(picture.width);
 }
 
+inline std::uint64_t floats(const GImage& picture) {
+  return pixels(picture) * static_cast<std::uint64_t>(picture.channels);
+}
+
 inline std::uint64_t pixels(const Plane& plane) {
   return static_cast<std::uint64_t>(plane.height) * static_cast<std::uint64_t>(plane.width);
 }

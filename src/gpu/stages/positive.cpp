@@ -19,8 +19,8 @@ GImage show(Device& device, Kernel kernel, const GImage& density, float clear,
   put(&table[kTone], tone);
   put_look(&table[kLook], look);
   GImage positive = device.image(density.height, density.width, 3);
-  launch_elements(device, kernel, pixels(density), {static_cast<std::uint32_t>(pixels(density))},
-                  table, {density.buffer.get(), positive.buffer.get()});
+  launch_elements(device, kernel, pixels(density), {word(pixels(density))}, table,
+                  {density.buffer.get(), positive.buffer.get()});
   return positive;
 }
 

@@ -10,10 +10,6 @@ namespace morva::gpu {
 
 namespace {
 
-std::uint32_t count_of(const GImage& plane) {
-  return static_cast<std::uint32_t>(pixels(plane));
-}
-
 GImage light_on_slopes(Device& device, const GImage& ink, const ReliefBlock& relief,
                        double px_per_mm) {
   const GImage height = device.image(ink.height, ink.width, 1);
@@ -38,7 +34,7 @@ GImage slope_to_light(Device& device, const GImage& height, const std::array<dou
 }
 
 void squash(Device& device, const GImage& plane) {
-  launch_elements(device, Kernel::alt_tanh16, pixels(plane), {count_of(plane)}, {},
+  launch_elements(device, Kernel::alt_tanh16, pixels(plane), {word(pixels(plane))}, {},
                   {plane.buffer.get()});
 }
 
@@ -50,10 +46,10 @@ void light_relief(Device& device, const GImage& print, const GImage& ink, const 
                             : device.image(ink.height, ink.width, 1);
   const GImage shade = device.image(ink.height, ink.width, 1);
   const GImage gloss = device.image(ink.height, ink.width, 1);
-  launch_elements(device, Kernel::alt_relief_env, pixels(ink), {count_of(ink), slopes ? 1u : 0u},
-                  {kGlossPower},
+  launch_elements(device, Kernel::alt_relief_env, pixels(ink),
+                  {word(pixels(ink)), slopes ? 1u : 0u}, {kGlossPower},
                   {lit.buffer.get(), ink.buffer.get(), shade.buffer.get(), gloss.buffer.get()});
-  launch_elements(device, Kernel::alt_relief_apply, pixels(print), {count_of(print)},
+  launch_elements(device, Kernel::alt_relief_apply, pixels(print), {word(pixels(print))},
                   {static_cast<float>(relief.sheen)},
                   {print.buffer.get(), lit.buffer.get(), shade.buffer.get(), gloss.buffer.get()});
 }

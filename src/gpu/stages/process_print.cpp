@@ -39,8 +39,7 @@ GImage ink_of_negative(Device& device, const GImage& density, const PrintParams&
   table.resize(amount_layout::kNumbers);
   table[amount_layout::kRange] = ink_scale(params.curve).range;
   GImage ink = device.image(density.height, density.width, 1);
-  launch_elements(device, Kernel::alt_amount, pixels(density),
-                  {static_cast<std::uint32_t>(pixels(density))}, table,
+  launch_elements(device, Kernel::alt_amount, pixels(density), {word(pixels(density))}, table,
                   {density.buffer.get(), ink.buffer.get()});
   return ink;
 }
@@ -55,8 +54,7 @@ GImage print_on_process(const Frame& frame, GImage density, const Image* mask) {
   check_cancel(frame.ctx);
 
   Rng rng = seeded_rng(frame.opts, kPrintStream);
-  const std::optional<GImage> gate =
-      mask != nullptr ? std::optional(device.upload(*mask)) : std::nullopt;
+  std::optional<GImage> gate = mask != nullptr ? std::optional(device.upload(*mask)) : std::nullopt;
   fade_with(device, gate, ink);
   floor_and_plug(device, ink, process.ink_floor, process.plug);
   if (shows(process.texture))
@@ -68,6 +66,7 @@ GImage print_on_process(const Frame& frame, GImage density, const Image* mask) {
     lay_unevenness(device, ink,
                    draw_roller(rng, ink.width, ink.height, process.roller, process.px_per_mm),
                    process.roller.ink, gate);
+  gate.reset();
   check_cancel(frame.ctx);
   transfer_ink(device, ink, process.transfer, process.px_per_mm);
   brush_coat(device, ink, process.coat, rng);

@@ -29,28 +29,23 @@ std::vector<float> table_of(const ScanParams& params) {
   return table;
 }
 
-std::uint32_t samples(const GImage& picture) {
-  return static_cast<std::uint32_t>(pixels(picture)) * word(picture.channels);
-}
-
 }  // namespace
 
 void read_positive(Device& device, const GImage& positive, const ScanParams& params) {
   const auto flag = [](bool set) { return set ? 1u : 0u; };
-  launch_elements(
-      device, Kernel::scan_positive, pixels(positive),
-      {static_cast<std::uint32_t>(pixels(positive)), flag(params.flare > 0.0),
-       flag(params.black.has_value()), flag(has_contrast(params)), flag(has_ends(params))},
-      table_of(params), {positive.buffer.get()});
+  launch_elements(device, Kernel::scan_positive, pixels(positive),
+                  {word(pixels(positive)), flag(params.flare > 0.0), flag(params.black.has_value()),
+                   flag(has_contrast(params)), flag(has_ends(params))},
+                  table_of(params), {positive.buffer.get()});
 }
 
 void sharpen(Device& device, const GImage& picture, const GImage& blurred, float factor) {
-  launch_elements(device, Kernel::sharpen, samples(picture), {samples(picture)}, {factor},
+  launch_elements(device, Kernel::sharpen, floats(picture), {word(floats(picture))}, {factor},
                   {picture.buffer.get(), blurred.buffer.get()});
 }
 
 void press_highlights(Device& device, const GImage& picture, float knee) {
-  launch_elements(device, Kernel::scan_clip, samples(picture), {samples(picture)},
+  launch_elements(device, Kernel::scan_clip, floats(picture), {word(floats(picture))},
                   {knee, kPressedSlope}, {picture.buffer.get()});
 }
 

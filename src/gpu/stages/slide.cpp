@@ -41,7 +41,7 @@ GImage develop_slide(const Frame& frame, GImage scene) {
   {
     const StageTimer timer(frame, "негатив (кривые, соседство)");
     density =
-        develop_reversal_dyes(frame.device, std::exchange(light, {}), frame.uneven_gpu, params);
+        develop_reversal_dyes(frame.device, std::exchange(light, {}), uneven_on_gpu(frame), params);
     adjacency(frame, density);
   }
   density = add_grain(frame, std::move(density), params.curves);
@@ -63,7 +63,7 @@ GImage print_transmission(Device& device, const GImage& slide, const ReversalPri
   put(&table[kTone], tone.value_or(std::array{1.0f, 1.0f, 1.0f}));
   GImage print = device.image(slide.height, slide.width, 3);
   launch_elements(device, Kernel::slide_print, pixels(slide),
-                  {static_cast<std::uint32_t>(pixels(slide)), widening ? 1u : 0u}, table,
+                  {word(pixels(slide)), widening ? 1u : 0u}, table,
                   {slide.buffer.get(), print.buffer.get()});
   return print;
 }

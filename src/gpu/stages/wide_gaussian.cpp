@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "gpu/stages/element_launch.h"
 #include "gpu/stages/filters.h"
+#include "gpu/stages/resample_pass.h"
 
 namespace morva::gpu {
 
@@ -21,23 +23,6 @@ struct ReducedAxis {
   std::int32_t scale;  // pixels in a reduced one
 
   std::int32_t reduced() const { return (n + scale - 1) / scale + 2 * kMargin; }
-};
-
-// The inputs and weights of each output of a pass, as the kernels read them: first input and count
-// of each, then room for `room` weights each.
-struct Taps {
-  Taps(std::int32_t outputs, std::uint32_t most)
-      : room(most), floats(static_cast<std::size_t>(outputs) * (2 + most)), n(outputs) {}
-  void set(std::int32_t output, std::int32_t first, const std::vector<double>& weights) {
-    const auto at = static_cast<std::size_t>(output);
-    floats[2 * at] = static_cast<float>(first);
-    floats[2 * at + 1] = static_cast<float>(weights.size());
-    float* to = &floats[2 * static_cast<std::size_t>(n) + at * room];
-    for (const double weight : weights) *to++ = static_cast<float>(weight);
-  }
-  std::uint32_t room;
-  std::vector<float> floats;
-  std::int32_t n;
 };
 
 // A triangle two reduced pixels wide about each; its part beyond an end weighs the end sample. As
@@ -58,7 +43,7 @@ Taps reducing(const ReducedAxis& axis) {
       total += weight;
     }
     for (double& weight : weights) weight /= total;
-    taps.set(j, first, weights);
+    taps.set(j, first, weights.data(), static_cast<std::int32_t>(weights.size()));
   }
   return taps;
 }
@@ -69,16 +54,10 @@ Taps enlarging(const ReducedAxis& axis) {
   for (std::int32_t i = 0; i < axis.n; ++i) {
     const double position = (i + 0.5) / axis.scale - 0.5 + kMargin;
     const double lower = std::floor(position);
-    taps.set(i, static_cast<std::int32_t>(lower), {1.0 - (position - lower), position - lower});
+    const double weights[] = {1.0 - (position - lower), position - lower};
+    taps.set(i, static_cast<std::int32_t>(lower), weights, 2);
   }
   return taps;
-}
-
-void resample(Device& device, Kernel kernel, const Plane& from, const Plane& to, const Taps& taps) {
-  launch_elements(device, kernel, pixels(to),
-                  {word(from.width), word(to.width), word(to.height), taps.room, word(from.stride),
-                   word(from.offset), word(to.stride), word(to.offset)},
-                  taps.floats, {from.buffer.get(), to.buffer.get()});
 }
 
 Plane new_plane(Device& device, std::int32_t h, std::int32_t w) {

@@ -17,10 +17,10 @@ namespace morva::gpu {
 
 namespace {
 
-// A GPU's log2 and exp2 are off by up to 3 ulp of their own result; a curve takes each twice, and a
-// positive once more of each. Measured in software: 4 and 5.
-constexpr double kCurveUlp = 8.0;
-constexpr double kPowersUlp = 10.0;
+// A curve takes a logarithm and a power twice, a positive once more of each. Measured in software:
+// 4 and 5. On a card a logarithm is off by up to 3 ulp, and the power of a steep one by 3 + 2|x|.
+const double kCurveUlp = bound_on(8.0, 64.0);
+const double kPowersUlp = bound_on(10.0, 96.0);
 
 using OnGpu = std::function<GImage(Device&, const GImage&)>;
 using OnCpu = std::function<Image(Image)>;
@@ -41,7 +41,7 @@ Image stops(PixelSize size, int channels) {
   Image light = noise_picture(size, channels, -4.5f, 1.5f);
   elementary::exp10f(light.data.data(), light.data.data(), light.data.size());
   for (std::size_t i = 0; i < light.data.size(); i += 7) light.data[i] = 0.0f;
-  return light;
+  return spoilt(std::move(light));
 }
 Image scene(PixelSize size) {
   return stops(size, 3);
@@ -50,11 +50,18 @@ Image silver_light(PixelSize size) {
   return stops(size, 1);
 }
 // Densities about mid grey, and with base and fog.
-Image negative(PixelSize size) {
+Image clean_negative(PixelSize size) {
   return noise_picture(size, 3, -0.9f, 2.2f);
 }
-Image silver_negative(PixelSize size) {
+Image clean_silver_negative(PixelSize size) {
   return noise_picture(size, 1, -0.9f, 2.2f);
+}
+// A veil, of the whole sheet's light, is spoilt by one place.
+Image negative(PixelSize size) {
+  return spoilt(clean_negative(size));
+}
+Image silver_negative(PixelSize size) {
+  return spoilt(clean_silver_negative(size));
 }
 Image density(PixelSize size) {
   return noise_picture(size, 3, 0.0f, 3.5f);
@@ -193,7 +200,7 @@ PrintParams paper_params(double flare, const Json& look) {
 
 KernelCase color_paper_case(const char* name, double bound_ulp, const PrintParams& params) {
   return one_case(
-      name, Kernel::print_color_main, bound_ulp, negative,
+      name, Kernel::print_color_main, bound_ulp, params.flare > 0.0 ? clean_negative : negative,
       [=](Device& device, const GImage& layers) {
         return expose_color_paper(device, params, layers);
       },
@@ -205,7 +212,8 @@ KernelCase color_paper_case(const char* name, double bound_ulp, const PrintParam
 
 KernelCase bw_paper_case(const char* name, const PrintParams& params) {
   return one_case(
-      name, Kernel::print_bw_main, kPowersUlp, silver_negative,
+      name, Kernel::print_bw_main, kPowersUlp,
+      params.flare > 0.0 ? clean_silver_negative : silver_negative,
       [=](Device& device, const GImage& plane) { return expose_bw_paper(device, params, plane); },
       [=](Image plane) {
         RenderContext ctx;
@@ -233,7 +241,9 @@ KernelCase direct_paper_case(const char* name, double dye_purity) {
 
 std::vector<KernelCase> print_cases() {
   return {
-      color_paper_case("print_color_main", kPowersUlp, paper_params(0.0, Json::object())),
+      with_relative_bound(
+          bound_on(4e-6, 2e-5),
+          color_paper_case("print_color_main", kPowersUlp, paper_params(0.0, Json::object()))),
       color_paper_case("print_color_main, flare, look", 2.0 * kPowersUlp,
                        paper_params(0.02, full_look())),
       bw_paper_case("print_bw_main", paper_params(0.0, Json::object())),
@@ -292,7 +302,7 @@ KernelCase scan_file_case(const char* name, Kernel kernel, double bound_ulp, con
 
 std::vector<KernelCase> positive_cases() {
   return {
-      look_case("positive_look, none", Json::object()),
+      with_relative_bound(bound_on(3e-6, 2e-5), look_case("positive_look, none", Json::object())),
       look_case("positive_look", full_look()),
       silver_sheet_case(),
       scan_case("scan_positive, nothing", 0.0, Json::object(), Json::object()),

@@ -79,9 +79,7 @@ struct Bench {
     if (road.uneven) uneven = &field;
   }
   Frame frame() {
-    Device& device = software_device();
-    const GImage on_gpu = uneven != nullptr ? device.upload(*uneven) : GImage{};
-    return {device, stock, paper, opts, kUmPerPx, uneven, on_gpu, ctx, times};
+    return {software_device(), stock, paper, opts, kUmPerPx, uneven, ctx, times};
   }
 };
 

@@ -232,16 +232,20 @@ Compared dye_moments_of_pixels(Device& device, PixelSize size) {
 
 std::vector<KernelCase> grain_cases() {
   return {
-      {"grain_normals", {Kernel::grain_normals}, 20.0, normals},
+      {"grain_normals", {Kernel::grain_normals}, bound_on(20.0, 7000.0), normals},
       {"grain_classic", {Kernel::grain_classic}, 4.0, classic},
       {"growth_mu", {Kernel::growth_mu}, 0.0, mean_of_density},
-      {"growth_log", {Kernel::growth_log}, 4.0, density_of_light},
-      {"growth_bw_T", {Kernel::growth_bw_T}, 4.0, silver},
+      {"growth_log", {Kernel::growth_log}, bound_on(4.0, 8.0), density_of_light},
+      {"growth_bw_T", {Kernel::growth_bw_T}, bound_on(4.0, 32.0), silver, bound_on(2e-6, 1e-5)},
       {"growth_color_Df", {Kernel::growth_color_Df}, 4.0, dye},
-      {"growth_color_T", {Kernel::growth_color_T}, 4.0, light_of_dye},
+      {"growth_color_T",
+       {Kernel::growth_color_T},
+       bound_on(4.0, 48.0),
+       light_of_dye,
+       bound_on(2e-6, 1e-5)},
       {"block_mean", {Kernel::block_mean}, 4.0, means},
-      {"growth_agg_bw", {Kernel::growth_agg_bw}, 4.0, silver_moments_of_pixels},
-      {"growth_agg_color", {Kernel::growth_agg_color}, 4.0, dye_moments_of_pixels},
+      {"growth_agg_bw", {Kernel::growth_agg_bw}, bound_on(4.0, 64.0), silver_moments_of_pixels},
+      {"growth_agg_color", {Kernel::growth_agg_color}, bound_on(4.0, 64.0), dye_moments_of_pixels},
   };
 }
 

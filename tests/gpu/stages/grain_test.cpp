@@ -72,7 +72,7 @@ Image on_gpu(const Image& sheet, const Json& film, const Json& options, double u
   ctx.cancel = &cancel;
   StageTimes times;
   const Json paper;
-  const Frame frame = {device, film, paper, options, um_per_px, nullptr, {}, ctx, times};
+  const Frame frame = {device, film, paper, options, um_per_px, nullptr, ctx, times};
   const GImage density = device.upload(sheet);
   return device.download(
       curves.size() == 1 ? add_grain(frame, density, curves[0])

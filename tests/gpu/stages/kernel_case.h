@@ -3,6 +3,7 @@
 // bands, and tells the largest error.
 #pragma once
 
+#include <cmath>
 #include <functional>
 #include <string>
 #include <vector>
@@ -27,7 +28,19 @@ struct KernelCase {
   // holds every bit.
   double bound_ulp = 4.0;
   std::function<Compared(Device&, PixelSize)> run;
+  // The same of each number in shares of itself, where results run over decades.
+  double bound_relative = INFINITY;
 };
+
+// A bound for the device that the suite runs on: what was measured in software, about doubled, or
+// what Vulkan allows a card. There exp2 and with it every power may be off by 3 + 2|x| ulp, log2 by
+// 3 and near 1 by 2^-21, a division by 2.5, the cosine by 2^-11.
+double bound_on(double in_software, double on_a_card);
+
+inline KernelCase with_relative_bound(double bound, KernelCase one) {
+  one.bound_relative = bound;
+  return one;
+}
 
 // Each family of kernels with its cases.
 std::vector<KernelCase> numeric_cases();  // blur, resize, sums, arithmetic of pixels
@@ -43,6 +56,13 @@ inline Image noise_picture(PixelSize size, int channels, float low, float high,
   Image picture(size.h, size.w, channels);
   Rng rng = rng_from_key({seed});
   for (float& x : picture.data) x = low + (high - low) * static_cast<float>(rng.uniform());
+  return picture;
+}
+
+// The same, here and there without end or no number at all.
+inline Image spoilt(Image picture) {
+  constexpr float none[] = {INFINITY, NAN, -INFINITY};
+  for (std::size_t i = 11; i < picture.data.size(); i += 23) picture.data[i] = none[i % 3];
   return picture;
 }
 

@@ -12,6 +12,8 @@
 #include "gpu/stages/sums.h"
 #include "image/elementary.h"
 #include "optics/highlights.h"
+#include "optics/lens_scatter.h"
+#include "print/paper.h"
 
 namespace morva::gpu {
 
@@ -32,7 +34,7 @@ Image light(PixelSize size, std::int64_t seed = 1) {
 template <class OnGpu, class OnCpu>
 KernelCase in_place(const char* name, Kernel kernel, double bound_ulp, OnGpu on_gpu, OnCpu on_cpu) {
   return {name, {kernel}, bound_ulp, [=](Device& device, PixelSize size) {
-            Image cpu = light(size);
+            Image cpu = spoilt(light(size));
             const GImage gpu = device.upload(cpu);
             on_gpu(device, gpu);
             on_cpu(cpu);
@@ -78,11 +80,11 @@ std::vector<KernelCase> arithmetic_cases() {
       in_place(
           "clampv, from below", Kernel::clampv, 0.0,
           [](Device& device, const GImage& picture) { clamp_light(device, picture, false); },
-          to_each([](float x, std::size_t) { return std::max(x, 0.0f); })),
+          clamp_to_light),
       in_place(
           "clampv, to one", Kernel::clampv, 0.0,
           [](Device& device, const GImage& picture) { clamp_light(device, picture, true); },
-          to_each([](float x, std::size_t) { return std::clamp(x, 0.0f, 1.0f); })),
+          clamp_to_sheet),
       // A GPU may divide with an error of 2.5 ulp.
       in_place(
           "scale_div", Kernel::scale_div, 2.5,
@@ -202,7 +204,7 @@ std::vector<KernelCase> placement_cases() {
       {"mix2", {Kernel::mix2}, 0.0, mix_of_two},
       {"dot3_plane", {Kernel::dot3_plane}, 0.0, weighted_channels},
       {"mul_field", {Kernel::mul_field}, 0.0, field_over_channels},
-      {"srgb_main", {Kernel::srgb_main}, 4.0, srgb_curve},
+      {"srgb_main", {Kernel::srgb_main}, bound_on(4.0, 24.0), srgb_curve},
       {"place_frame, sharp gate",
        {Kernel::place_frame},
        0.0,
@@ -258,7 +260,7 @@ std::vector<KernelCase> sum_cases() {
           [](Device& device, const GImage& picture) { return sum(device, plane_of(picture, 1)); },
           [](const float* p) { return static_cast<double>(p[1]); }),
       sum_case(
-          "rowsum, transmittance", 8.0,
+          "rowsum, transmittance", bound_on(8.0, 64.0),
           [](Device& device, const GImage& picture) {
             return transmittance_sum(device, plane_of(picture, 2), 0.3f);
           },

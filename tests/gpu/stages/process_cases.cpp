@@ -117,9 +117,12 @@ std::vector<KernelCase> field_cases() {
 }
 
 KernelCase texture_case() {
-  return {"alt_texture", {Kernel::alt_texture}, 4.0, [](Device& device, PixelSize size) {
+  return {"alt_texture",
+          {Kernel::alt_texture},
+          bound_on(4.0, 24.0),
+          [](Device& device, PixelSize size) {
             Image ink = ink_plane(size);
-            const Image field = noise_picture(size, 1, -3.0f, 3.0f, 2);
+            const Image field = spoilt(noise_picture(size, 1, -3.0f, 3.0f, 2));
             const InkField how = {0.7, 0.22, 0.5};
             const GImage on_gpu = device.upload(ink);
             show_in_ink(device, on_gpu, device.upload(field), how);
@@ -171,7 +174,7 @@ std::vector<KernelCase> relief_cases() {
            }},
           {"alt_tanh16",
            {Kernel::alt_tanh16},
-           4.0,
+           bound_on(4.0, 24.0),
            [](Device& device, PixelSize size) {
              Image plane = noise_picture(size, 1, -20.0f, 20.0f);
              for (std::size_t i = 1; i < plane.data.size(); i += 2) plane.data[i] *= 0.02f;
@@ -193,13 +196,14 @@ std::vector<KernelCase> process_cases() {
       amount_case("alt_amount, flare and soft ends", 10.0,
                   R"({"dmin": 0.08, "dmax": 1.32, "gamma": 1.7, "toe": 1.0, "flare": 0.02})",
                   R"({"print_ev": 0.4, "print_black": 0.5, "print_white": 0.7})"),
-      deposit_case("alt_pickup, floor and plug", 4.0, floor_and_plug),
+      deposit_case("alt_pickup, floor and plug", bound_on(4.0, 24.0), floor_and_plug),
       deposit_case("alt_pickup", 0.0, pickup_of({0.8, 0.0})),
       texture_case(),
-      colour_case("alt_colorize, stain", 8.0, false),
+      with_relative_bound(bound_on(2e-6, 1e-5),
+                          colour_case("alt_colorize, stain", bound_on(8.0, 48.0), false)),
       colour_case("alt_colorize, ink", 0.0, true),
-      coat_case("alt_coat, alt_band, brush", CoatStyle::brush, 4.0),
-      coat_case("alt_coat, alt_band, rod", CoatStyle::rod, 4.0)};
+      coat_case("alt_coat, alt_band, brush", CoatStyle::brush, bound_on(4.0, 24.0)),
+      coat_case("alt_coat, alt_band, rod", CoatStyle::rod, bound_on(4.0, 24.0))};
   for (const auto& family : {field_cases(), relief_cases()})
     for (const KernelCase& one : family) cases.push_back(one);
   return cases;

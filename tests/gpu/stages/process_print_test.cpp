@@ -50,7 +50,7 @@ Image gpu_print(const Json& paper, const Json& options, const Image* mask) {
   RenderContext ctx;
   StageTimes times;
   Device& device = software_device();
-  const Frame frame = {device, stock, paper, options, 8.0, nullptr, {}, ctx, times};
+  const Frame frame = {device, stock, paper, options, 8.0, nullptr, ctx, times};
   return device.download(print_on_process(frame, device.upload(negative()), mask));
 }
 

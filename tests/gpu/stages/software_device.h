@@ -1,5 +1,6 @@
-// The software GPU that tests of kernels and stages run on: one for the whole program, since making
-// its pipelines costs seconds.
+// The GPU that tests of kernels and stages run on: the software one, or the machine's own where
+// MORVA_TEST_GPU is "hardware". There is one for the whole program, since making its pipelines
+// costs seconds. The validation layers watch it; what they say fails the program.
 #pragma once
 
 #include "gpu/device.h"
