@@ -462,11 +462,13 @@ MORVA_API int32_t morva_profile_report(char* buf, int32_t cap);
 /*
  * The view: a picture that the GPU in use places, zooms and turns for an interactive preview, without
  * sending it anew for each step. A view works beside renders, on whatever thread calls it; its calls wait for
- * each other and for the GPU, never for a render.
+ * each other and for the work that the GPU has in hand, never for a whole render.
  *
- * A view outlives renders and changes of backend, but not its device: once that is lost, which
- * morva_gpu_generation tells, every call answers MORVA_GPU_LOST, and the host destroys the view and makes
- * another. Other failures are MORVA_BAD_ARGUMENT for a null view and MORVA_FAILED.
+ * A view outlives renders and changes of backend, but not its device: once that is lost every call answers
+ * MORVA_GPU_LOST, and the host destroys the view. A loss that a view meets first is mended by the next render or
+ * by morva_gpu_retry, which raises morva_gpu_generation: make the new view after that. MORVA_GPU_LOST is also
+ * the answer where the GPU has no memory for a picture or an output; the view then stays as it was, and so does
+ * the generation. Other failures are MORVA_BAD_ARGUMENT for a null view and MORVA_FAILED.
  */
 typedef struct MorvaView MorvaView;
 

@@ -1,8 +1,5 @@
 // The exports about the view: a picture shown by the GPU beside the renders.
 
-#include <cstdio>
-#include <memory>
-
 #include "engine/boundary.h"
 #include "engine/engine_state.h"
 #include "gpu/view.h"
@@ -19,10 +16,8 @@ namespace {
 std::int32_t view_failure(MorvaError* err) noexcept {
   try {
     throw;
-  } catch (const gpu::GpuLost& lost) {
-    char text[256];
-    std::snprintf(text, sizeof text, "показ: %s", lost.what());
-    return fail(err, MORVA_GPU_LOST, text);
+  } catch (const gpu::GpuLost&) {
+    return failure_as(err, MORVA_GPU_LOST, "показ: ");
   } catch (...) {
     return render_failure(err);
   }

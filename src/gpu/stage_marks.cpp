@@ -2,7 +2,9 @@
 // run. A full query heap loses timing, never work.
 
 #include <algorithm>
+#include <cstring>
 #include <string>
+#include <vector>
 
 #include "gpu/cost_model.h"
 #include "gpu/decimal.h"
@@ -89,17 +91,18 @@ std::optional<std::uint32_t> close_timings(DeviceState& state) {
 
 void collect_timings(DeviceState& state, std::optional<std::uint32_t> list_end_query) {
   if (state.queries_used == 0) return;
+  std::vector<std::uint64_t> ticks(state.queries_used);
   void* memory = nullptr;
-  const std::uint64_t bytes = state.queries_used * sizeof(std::uint64_t);
+  const std::uint64_t bytes = ticks.size() * sizeof ticks[0];
   if (!state.query_readback->map(bytes, &memory).ok()) return;
-  const auto* ticks = static_cast<const std::uint64_t*>(memory);
+  std::memcpy(ticks.data(), memory, bytes);
+  state.query_readback->unmap();
   for (const Mark& mark : state.closed_marks) {
-    note_mark(state, mark, span_ms(state, ticks, *mark.begin_query, mark.end_query));
+    note_mark(state, mark, span_ms(state, ticks.data(), *mark.begin_query, mark.end_query));
   }
   if (list_end_query) {
-    note_list(state, span_ms(state, ticks, *state.list_start_query, *list_end_query));
+    note_list(state, span_ms(state, ticks.data(), *state.list_start_query, *list_end_query));
   }
-  state.query_readback->unmap();
 }
 
 // Without room the mark still stands, for its end to take off.

@@ -11,10 +11,12 @@ void run_and_wait(DeviceState& state) {
   const std::int64_t begin_ns = state.source->now_ns();
   state.queue->execute(*state.list);
   ++state.fence_value;
-  check(state.queue->signal(*state.fence, state.fence_value), "Signal");
-  if (state.fence->completed() < state.fence_value) {
-    check(state.fence->wait(state.fence_value), "SetEventOnCompletion");
-  }
+  // Nothing may throw between here and the end of the wait: the list is running.
+  const platform::Result signalled = state.queue->signal(*state.fence, state.fence_value);
+  check(signalled, "Signal");
+  platform::Result waited;
+  if (state.fence->completed() < state.fence_value) waited = state.fence->wait(state.fence_value);
+  check(waited, "SetEventOnCompletion");
   state.last_submit_ns = state.source->now_ns();
   state.stats.wait_ms += static_cast<double>(state.last_submit_ns - begin_ns) * 1e-6;
   ++state.stats.submits;

@@ -10,6 +10,7 @@
 
 #include "gpu/gpu_error.h"
 #include "gpu/kernels/view_layout.h"
+#include "image/elementary.h"
 
 namespace morva::gpu {
 
@@ -120,7 +121,7 @@ float finite_or(float number, float otherwise) {
   return std::isfinite(number) ? number : otherwise;
 }
 
-// Kernels know the sine best within half a turn.
+// Within half a turn.
 float radians_of(float angle_deg) {
   return std::remainder(finite_or(angle_deg, 0.0f), 360.0f) * 3.1415927f / 180.0f;
 }
@@ -163,10 +164,10 @@ void close_rows(std::byte* to, const std::byte* from, std::uint64_t rows, std::u
 }  // namespace
 
 View::View(Device& device, bool with_swap_chain) : state_(std::make_unique<ViewState>()) {
+  if (with_swap_chain) throw std::runtime_error("DX12 view: swap chain");
   state_->shared = device.share();
   make_queue_and_list(*state_);
   make_params(*state_);
-  if (with_swap_chain) throw std::runtime_error("DX12 view: swap chain");
   resize(kFirstSize, kFirstSize);
 }
 
@@ -220,7 +221,10 @@ void View::draw(float scale, float x, float y, float angle_deg, std::uint32_t ba
   view.params_mapped[view_place::kScale] = scale > 0.0f ? finite_or(scale, 1.0f) : 1.0f;
   view.params_mapped[view_place::kX] = finite_or(x, 0.0f);
   view.params_mapped[view_place::kY] = finite_or(y, 0.0f);
-  view.params_mapped[view_place::kAngle] = radians_of(angle_deg);
+  const float angle = radians_of(angle_deg);
+  view.params_mapped[view_place::kAngle] = angle;
+  view.params_mapped[view_place::kCosine] = static_cast<float>(elementary::cos(double{angle}));
+  view.params_mapped[view_place::kSine] = static_cast<float>(elementary::sin(double{angle}));
   open_list(view);
   record_drawing(view, background);
   run_list(view);

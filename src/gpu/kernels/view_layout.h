@@ -12,6 +12,9 @@ static const int kScale = 0;  // output pixels for one of the picture
 static const int kX = 1;      // of the picture's upper left corner before it is turned, output pixels
 static const int kY = 2;
 static const int kAngle = 3;  // radians, about the picture's centre
+// Of that angle: GPUs know theirs to a two-thousandth alone.
+static const int kCosine = 4;
+static const int kSine = 5;
 }  // namespace view_place
 
 // Among the constants. Sizes are pixels.

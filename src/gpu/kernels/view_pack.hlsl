@@ -59,10 +59,7 @@ float3 mean_under(uint2 pixel, float2 turn) {
   return sum / float(n * n);
 }
 
-// What is no number shows black.
-uint display_byte(float light) {
-  return min(uint(round(srgb_encoded(light > 0.0 ? light : 0.0) * 255.0)), 255u);
-}
+uint display_byte(float light) { return uint(round(srgb_encoded(light) * 255.0)); }
 
 uint packed(float3 light) {
   return kOpaque | display_byte(light.b) << 16 | display_byte(light.g) << 8 | display_byte(light.r);
@@ -75,7 +72,7 @@ uint background() {
 
 uint shown_at(uint2 pixel) {
   if (q(view_sizes::kPictureWidth) == 0) return background();
-  const float2 turn = float2(cos(P[view_place::kAngle]), sin(P[view_place::kAngle]));
+  const float2 turn = float2(P[view_place::kCosine], P[view_place::kSine]);
   const float2 place = on_picture(float2(pixel) + 0.5, turn);
   const float2 size = float2(picture_size());
   if (!(place.x >= 0.0 && place.x < size.x && place.y >= 0.0 && place.y < size.y)) return background();
@@ -85,9 +82,8 @@ uint shown_at(uint2 pixel) {
   return packed(pixel_at(place));
 }
 
-// A launch of the view is never cut into bands.
 MORVA_GROUP void main(uint3 thread : SV_DispatchThreadID) {
-  const uint id = thread.y * q(view_sizes::kRowThreads) + thread.x;
+  const uint id = linear_id(thread);
   const uint width = q(view_sizes::kOutWidth);
   if (id >= width * q(view_sizes::kOutHeight)) return;
   const uint2 pixel = uint2(id % width, id / width);

@@ -3,6 +3,7 @@
 
 #include "gpu/platform/vulkan_queue.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <utility>
@@ -73,7 +74,10 @@ class VulkanQueue : public Queue {
     }
   }
   Result signal(Fence& fence, std::uint64_t value) override {
-    if (!core_->may_submit()) return kOk;  // the loss is told by the device
+    if (!core_->may_submit()) {
+      wait_until(*core_, done_, executed_);  // what was handed over before the loss still runs
+      return kOk;                            // the loss is told by the device
+    }
     auto& target = static_cast<VulkanFence&>(fence);
     const VkResult result = submit(nullptr, target.semaphore(), value);
     if (result == VK_SUCCESS) {
@@ -121,7 +125,7 @@ Result make_queue(std::shared_ptr<Core> core, std::unique_ptr<Queue>* out) {
   VkSemaphore done = VK_NULL_HANDLE;
   const Result result = make_timeline(*core, 0, &done);
   if (!result.ok()) return result;
-  DriverQueue& queue = core->queues[core->queues_handed_out++ % core->queue_count];
+  DriverQueue& queue = core->queues[std::min(core->queues_handed_out++, core->queue_count - 1)];
   *out = std::make_unique<VulkanQueue>(std::move(core), queue, done);
   return kOk;
 }

@@ -35,8 +35,8 @@ class PlainView {
  public:
   PlainView(const Image& picture, const Drawing& drawing) : picture_(picture), drawing_(drawing) {
     const float angle = drawing.angle_deg * 3.1415927f / 180.0f;
-    cosine_ = std::cos(angle);
-    sine_ = std::sin(angle);
+    cosine_ = static_cast<float>(std::cos(double{angle}));
+    sine_ = static_cast<float>(std::sin(double{angle}));
   }
 
   // R, G, B, A of a pixel of the output.
