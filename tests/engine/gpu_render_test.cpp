@@ -22,6 +22,7 @@
 #include "flow/flow.h"
 #include "gpu/cost_model.h"
 #include "gpu/disguised_platform.h"
+#include "gpu/driver_suppressions.h"
 #include "gpu/gpu_budget.h"
 #include "gpu/test_hooks.h"
 

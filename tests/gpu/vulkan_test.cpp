@@ -1,14 +1,6 @@
 #include "gpu/vulkan_test.h"
 
-// The layer that looks for missing barriers does not free all of its own records.
-extern "C" const char* __lsan_default_suppressions() {
-  return "leak:libVkLayer_khronos_validation\n";
-}
-
-// Neither the driver nor the layer is built for the sanitizer, which cannot see how they lock.
-extern "C" const char* __tsan_default_suppressions() {
-  return "race:libvulkan_lvp\nrace:libVkLayer_khronos_validation\n";
-}
+#include "gpu/driver_suppressions.h"
 
 namespace morva::gpu {
 
