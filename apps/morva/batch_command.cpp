@@ -101,8 +101,10 @@ void tell(const Job& job) {
     std::string_view line = rest.substr(0, end + 1);
     rest.remove_prefix(end + 1);
     if (line.starts_with(kHead)) {
-      text += std::string(kHead) + job.item.input + ": ";
+      const std::string name = on_one_line(job.item.input) + ": ";
       line.remove_prefix(kHead.size());
+      text += kHead;
+      if (!line.starts_with(name)) text += name;
     }
     text += line;
   }

@@ -165,6 +165,8 @@ void make_folder(const std::string& folder) {
 }  // namespace
 
 std::vector<BatchItem> plan_batch(const BatchChoice& choice) {
+  if (choice.folder == kStandardStream)
+    throw HostError(MORVA_BAD_ARGUMENT, "a batch writes into a folder, not to standard output");
   std::vector<BatchItem> items = name_outputs(choice, all_inputs(choice.inputs));
   refuse_same_names(items);
   for (const BatchItem& item : items) {

@@ -112,10 +112,14 @@ std::vector<std::string> flags_given(const CLI::App& verb, const CLI::App& mould
     const std::string name = "--" + option->get_lnames().front();
     if (name == "--help" || mould.get_option_no_throw(name) == nullptr) continue;
     const bool is_flag = option->get_items_expected_max() == 0;
-    if (is_flag)
+    if (is_flag) {
       words.push_back(name);
-    else
-      for (const std::string& value : option->results()) words.push_back(name + "=" + value);
+      continue;
+    }
+    for (const std::string& value : option->results()) {  // two words: a value may be empty
+      words.push_back(name);
+      words.push_back(value);
+    }
   }
   return words;
 }

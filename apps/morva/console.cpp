@@ -23,11 +23,18 @@ void print_json(const nlohmann::ordered_json& value) {
   print_line(value.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
 }
 
+std::string on_one_line(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(),
+      [](unsigned char letter) { return letter < 0x20 || letter == 0x7F; }, '?');
+  return text;
+}
+
 void print_error(const std::string& text, const std::string& hint) {
   std::string line = text;
   std::replace(line.begin(), line.end(), '\n', ' ');
-  line = "morva: " + line + "\n";
-  if (!hint.empty()) line += "hint: " + hint + "\n";
+  line = "morva: " + on_one_line(line) + "\n";
+  if (!hint.empty()) line += "hint: " + on_one_line(hint) + "\n";
   std::fputs(line.c_str(), stderr);
 }
 

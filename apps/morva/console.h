@@ -15,6 +15,9 @@ std::string padded(std::string text, std::size_t width);
 // A JSON value as one line. Bytes of a file name that are not UTF-8 are replaced.
 void print_json(const nlohmann::ordered_json& value);
 
+// The text with a question mark for each control character, which a terminal would obey.
+std::string on_one_line(std::string text);
+
 // "morva: ..." on stderr, always a single line, and below it "hint: ..." where there is one.
 void print_error(const std::string& text, const std::string& hint = {});
 void print_warning(const std::string& text);

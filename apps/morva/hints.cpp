@@ -50,7 +50,7 @@ constexpr std::array kKnown = {
     KnownFailure{"нет размера",
                  "the film's format has no frame of that name: morva plan --json tells those of a "
                  "film, under facts.frame_sizes"},
-    KnownFailure{"нет формата", "there is no such film format: 135, 120, 4x5, 5x7, 8x10 or plate"},
+    KnownFailure{"нет формата", "there is no such film format: 135, half, 120, 4x5 or plate"},
     KnownFailure{"неизвестный размер", "peel-apart film has no picture of that size"},
     KnownFailure{"Паспарту", "there is no such mat: none, classic, double, emboss or french"},
     KnownFailure{"Стола", "there is no such table: none, white, grey, black or linen"},

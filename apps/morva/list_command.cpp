@@ -31,7 +31,7 @@ void print_as_lines(const std::vector<ProfileEntry>& profiles) {
     if (titles > 0) line += padded(profile.title, titles);
     line += profile.description;
     line.resize(line.find_last_not_of(' ') + 1);
-    print_line(line);
+    print_line(on_one_line(line));
   }
 }
 

@@ -1,5 +1,6 @@
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <morva.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
@@ -126,7 +127,9 @@ std::optional<int> start_process(const std::filesystem::path& program,
 
 std::optional<int> exit_code_of(int process) {
   int status = 0;
-  if (waitpid(process, &status, WNOHANG) != process) return std::nullopt;
+  const pid_t ended = waitpid(process, &status, WNOHANG);
+  if (ended < 0 && errno != EINTR) return MORVA_FAILED;  // its end was lost
+  if (ended != process) return std::nullopt;
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 

@@ -10,7 +10,7 @@
 namespace morva::host {
 namespace {
 
-constexpr uint64_t kMostBytes = uint64_t{1} << 24;
+constexpr uint64_t kMostBytes = uint64_t{1} << 24;  // of all blocks together
 constexpr std::size_t kMostBlocks = 64;
 
 // A file of known length, walked forward.
@@ -18,6 +18,7 @@ struct Walk {
   std::ifstream in;
   uint64_t at = 0;
   uint64_t end = 0;
+  uint64_t to_hold = kMostBytes;
 };
 
 bool read_bytes(Walk& walk, uint8_t* bytes, uint64_t count) {
@@ -51,10 +52,11 @@ std::string read_name(Walk& walk) {
 // Takes the next `size` bytes as a block, or passes over them. False at the end of the file.
 bool take(Walk& walk, const std::string& kind, bool wanted, uint64_t size,
           std::vector<PictureBlock>& blocks) {
-  if (!wanted || size > kMostBytes || blocks.size() >= kMostBlocks) return skip(walk, size);
+  if (!wanted || size > walk.to_hold || blocks.size() >= kMostBlocks) return skip(walk, size);
   if (size > walk.end - walk.at) return false;
   PictureBlock block{kind, std::vector<uint8_t>(size)};
   if (!read_bytes(walk, block.bytes.data(), size)) return false;
+  walk.to_hold -= size;
   blocks.push_back(std::move(block));
   return true;
 }

@@ -14,8 +14,8 @@ struct PictureBlock {
   std::vector<uint8_t> bytes;
 };
 
-// The blocks of those kinds, in their order, as far as the file can be followed. Blocks above 16
-// MiB are passed over. Nothing for any other file.
+// The blocks of those kinds, in their order, as far as the file can be followed. What goes
+// beyond 16 MiB in all is passed over. Nothing for any other file.
 std::vector<PictureBlock> picture_blocks(const std::filesystem::path& file);
 
 }  // namespace morva::host

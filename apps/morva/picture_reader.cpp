@@ -18,10 +18,22 @@ bool names_demo_scene(const std::string& input) {
   return input == "demo" && !fs::exists(input, error);
 }
 
+// A failure under the picture's name, as it was given.
+void check_decoding(const std::string& input, int32_t code, const MorvaError& error) {
+  try {
+    check_engine(code, error);
+  } catch (const HostError& failure) {
+    if (failure.code == MORVA_CANCELLED) throw;
+    throw HostError(failure.code, input + ": " + failure.what());
+  }
+}
+
 Picture decode_by_engine(const std::string& input) {
   MorvaImage image{};
   MorvaError error{};
-  check_engine(morva_load_linear(input.c_str(), nullptr, 0, &image, nullptr, &error), error);
+  check_decoding(input,
+                 morva_load_linear(file_behind(input).c_str(), nullptr, 0, &image, nullptr, &error),
+                 error);
   return take_picture(image);
 }
 
@@ -56,7 +68,7 @@ Picture read_picture(const std::string& input) {
   check_input(input);
   if (names_demo_scene(input)) return paint_demo_scene();
   const std::string file = file_behind(input);
-  return is_exr(file) ? read_exr(file) : decode_by_engine(file);
+  return is_exr(file) ? read_exr(file) : decode_by_engine(input);
 }
 
 PixelSize read_picture_size(const std::string& input) {
@@ -75,7 +87,7 @@ PixelSize read_picture_size(const std::string& input) {
 MorvaImageInfo read_photo_info(const std::string& input) {
   MorvaImageInfo info{};
   MorvaError error{};
-  check_engine(morva_image_info(file_behind(input).c_str(), &info, &error), error);
+  check_decoding(input, morva_image_info(file_behind(input).c_str(), &info, &error), error);
   return info;
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <filesystem>
 
+#include "console.h"
 #include "host_error.h"
 #include "json_file.h"
 #include "profile_folder.h"
@@ -35,7 +36,10 @@ std::optional<std::string> text_in(const Json& object, const char* key, const st
   if (found == object.end()) return std::nullopt;
   if (!found->is_string())
     throw HostError(MORVA_OPTIONS_FAILED, file + ": " + key + " is not a text");
-  return found->get<std::string>();
+  std::string text = found->get<std::string>();
+  if (on_one_line(text) != text)
+    throw HostError(MORVA_OPTIONS_FAILED, file + ": " + key + " holds a control character");
+  return text;
 }
 
 std::optional<std::string> metering_in(const Json& object, const std::string& file) {
@@ -43,6 +47,19 @@ std::optional<std::string> metering_in(const Json& object, const std::string& fi
   if (mode && !is_metering_mode(*mode))
     throw HostError(MORVA_OPTIONS_FAILED, file + ": source_exposure cannot be " + *mode);
   return mode;
+}
+
+constexpr const char* kMeteringOption = "src_exposure";
+
+bool tells_metering(const Preset& preset) {
+  return preset.source_exposure || preset.options.contains(kMeteringOption) ||
+         preset.options.contains(kSourceGain);
+}
+
+void forget_metering(Preset& preset) {
+  preset.source_exposure.reset();
+  preset.options.erase(kMeteringOption);
+  preset.options.erase(kSourceGain);
 }
 
 bool names_file(const std::string& text) {
@@ -59,8 +76,10 @@ std::string file_of(const std::string& name) {
 }
 
 Preset read_preset(const std::string& file) {
-  if (!fs::exists(file)) throw HostError(MORVA_BAD_ARGUMENT, "no such preset file: " + file);
-  if (is_picture(file)) return preset_in_picture(file);
+  std::error_code error;
+  if (!fs::exists(file, error)) throw HostError(MORVA_BAD_ARGUMENT, "no such preset file: " + file);
+  // A pipe can be read only once, and holds JSON.
+  if (fs::is_regular_file(file, error) && is_picture(file)) return preset_in_picture(file);
   return preset_of(json_object_in(file, "preset file"), file);
 }
 
@@ -94,6 +113,7 @@ OrderedJson in_json(const Preset& preset) {
 }
 
 void put_over(Preset& below, const Preset& above) {
+  if (tells_metering(above)) forget_metering(below);
   if (above.film) below.film = above.film;
   if (above.lens) below.lens = above.lens;
   if (above.paper) below.paper = above.paper;

@@ -25,7 +25,8 @@ Preset preset_of(const nlohmann::json& object, const std::string& file);
 // As JSON, in the order in which one would read it; `source` is left out where it is empty.
 nlohmann::ordered_json in_json(const Preset& preset);
 
-// One over the other: the later one wins, option by option.
+// One over the other: the later one wins, option by option. How the source is metered is one
+// thing, whichever of source_exposure, src_exposure and _source_gain tells it.
 void put_over(Preset& below, const Preset& above);
 
 // By the name of one in the user's own folder or beside the profiles, or by a file, which has a

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "console.h"
 #include "operating_system.h"
 
 namespace morva::host {
@@ -61,7 +62,7 @@ void Progress::refresh_until_done() {
 }
 
 void Progress::print_line() const {
-  std::fprintf(stderr, "%s%6.1f s  %s", kWipeLine, elapsed_s(), doing_.c_str());
+  std::fprintf(stderr, "%s%6.1f s  %s", kWipeLine, elapsed_s(), on_one_line(doing_).c_str());
   std::fflush(stderr);
 }
 

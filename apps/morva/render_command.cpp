@@ -1,5 +1,6 @@
 #include "render_command.h"
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <optional>
 
@@ -16,6 +17,7 @@
 #include "render_notes.h"
 #include "sheet_size.h"
 #include "source_exposure.h"
+#include "standard_streams.h"
 
 namespace morva::host {
 namespace {
@@ -23,12 +25,27 @@ namespace {
 using Json = nlohmann::json;
 using OrderedJson = nlohmann::ordered_json;
 
+bool same_place(const std::string& one, const std::string& other) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::path first = fs::weakly_canonical(fs::absolute(one, error), error);
+  return first == fs::weakly_canonical(fs::absolute(other, error), error);
+}
+
+void refuse_preset_in_the_way(const RenderRequest& request) {
+  if (request.save_options == kStandardStream)
+    throw HostError(MORVA_BAD_ARGUMENT, "--save-options takes a file, not standard output");
+  if (request.output.file != kStandardStream &&
+      same_place(request.save_options, request.output.file))
+    throw HostError(MORVA_BAD_ARGUMENT,
+                    "the picture and --save-options name the same file: " + request.output.file);
+}
+
 void write_text(const std::string& text, OutputFile& output) {
   ByteFile bytes(output.create_temporary());
   if (std::fwrite(text.data(), 1, text.size(), bytes.stream()) != text.size())
     throw HostError(MORVA_FAILED, "cannot write the preset");
   bytes.close();
-  output.commit();
 }
 
 OrderedJson report(const RenderRequest& request, const RenderSetting& setting, const Json& options,
@@ -52,6 +69,7 @@ OrderedJson report(const RenderRequest& request, const RenderSetting& setting, c
 void run(const RenderRequest& request) {
   // Whatever can be refused is refused before the minutes are spent.
   const Encoding encoding = encoding_of(request.output);
+  if (!request.save_options.empty()) refuse_preset_in_the_way(request);
   OutputFile output(request.output.file, request.output.force);
   std::optional<OutputFile> preset_file;
   if (!request.save_options.empty())
@@ -62,6 +80,9 @@ void run(const RenderRequest& request) {
   require_room(notes, encoding.format);
   const std::string as_preset = preset_file ? preset_text(checked) : "";
   auto& [setting, options, metering] = checked;
+
+  if (request.setting.again && !request.output.quiet)
+    print_note(on_one_line("rendered from " + setting.input) + "\n");
 
   OrderedJson made;
   std::string warning;
@@ -81,9 +102,10 @@ void run(const RenderRequest& request) {
 
     progress.step("writing " + request.output.file);
     write_picture(sheet, encoding, notes, output.create_temporary());
+    if (preset_file) write_text(as_preset, *preset_file);
     check_cancelled();
     output.commit();
-    if (preset_file) write_text(as_preset, *preset_file);
+    if (preset_file) preset_file->commit();
     made = report(request, setting, options, source_size, sheet.size(), progress.elapsed_s());
   }
   if (!warning.empty()) print_warning(warning);

@@ -31,6 +31,7 @@ Preset flags_of(const SettingChoice& choice) {
   flags.lens = choice.lens;
   flags.paper = choice.paper;
   flags.source_exposure = choice.source_exposure;
+  add_options(choice.options, flags.options);
   return flags;
 }
 
@@ -46,7 +47,6 @@ CheckedSetting gather_setting(const SettingChoice& choice) {
   }
   for (const std::string& name : choice.presets) put_over(all, find_preset(name));
   put_over(all, flags_of(choice));
-  add_options(choice.options, all.options);
 
   if (!all.options.contains("format")) all.options["format"] = nullptr;
   if (!all.options.contains("seed")) all.options["seed"] = option_value(all.options, "seed");

@@ -31,7 +31,10 @@ struct PlannedCell {
 
 std::vector<Variation> variations_of(const SheetRequest& request) {
   std::vector<Variation> variations;
-  for (const std::string& text : request.variations) variations.push_back(variation_of(text));
+  for (const std::string& text : request.variations) {
+    variations.push_back(variation_of(text));
+    refuse_flag_of(variations.back(), request.setting);
+  }
   if (variations.empty() || variations.size() > 2)
     throw HostError(MORVA_BAD_ARGUMENT,
                     "a sheet takes --vary once, for a row, or twice, for a grid");

@@ -10,9 +10,12 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr int32_t kLongestSidePx = 32768;
+constexpr int64_t kMostMegapixels = 500;  // 6 GB of samples
 constexpr const char* kRemedy =
     "it comes from what surrounds the picture: border, frame, frame_style, mat, mat_width_cm, "
     "table, table_width_cm";
+
+constexpr const char* kTooLarge = "лист не больше";  // the engine's words
 
 struct Answer {
   int32_t code = MORVA_OK;
@@ -32,6 +35,7 @@ Answer ask(const RenderSetting& setting, const Json& options, PixelSize source) 
 std::string why_refused(const Answer& refused, const RenderSetting& setting, const Json& options,
                         PixelSize source) {
   const std::string words = refused.error.message;
+  if (words.find(kTooLarge) == std::string::npos) return words;
   const Answer alone = ask(setting, picture_alone(options), source);
   return alone.code == MORVA_OK ? words + "; " + kRemedy : words;
 }
@@ -60,9 +64,12 @@ Json picture_alone(Json options) {
 }
 
 std::string too_large(PixelSize sheet) {
-  if (std::max(sheet.width, sheet.height) <= kLongestSidePx) return {};
-  return "the sheet would be " + in_pixels(sheet) + ", more than " +
-         std::to_string(kLongestSidePx) + " a side; a smaller picture or crop makes it smaller";
+  const bool long_side = std::max(sheet.width, sheet.height) > kLongestSidePx;
+  if (!long_side && int64_t{sheet.width} * sheet.height <= kMostMegapixels * 1'000'000) return {};
+  const std::string limit = long_side ? std::to_string(kLongestSidePx) + " a side"
+                                      : std::to_string(kMostMegapixels) + " megapixels";
+  return "the sheet would be " + in_pixels(sheet) + ", more than " + limit +
+         "; a smaller picture or crop makes it smaller";
 }
 
 void require_sheet_that_fits(PixelSize sheet) {

@@ -14,16 +14,31 @@ bool is_metering_mode(const std::string& mode) {
   return std::find(kModes.begin(), kModes.end(), mode) != kModes.end();
 }
 
+namespace {
+
+// The option's own word; empty where there is none.
+std::string wanted_mode(const nlohmann::json& options) {
+  const auto wanted = options.find("src_exposure");
+  if (wanted == options.end() || wanted->is_null()) return {};
+  if (!wanted->is_string() || !is_metering_mode(*wanted))
+    throw HostError(MORVA_OPTIONS_FAILED,
+                    "src_exposure is auto, as_shot, highlights, shadows or off, not " +
+                        wanted->dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+  return *wanted;
+}
+
+}  // namespace
+
 std::string metering_mode(const std::string& chosen, const nlohmann::json& options,
                           bool scene_linear) {
+  const std::string wanted = wanted_mode(options);
   const bool has_gain = options.contains(kSourceGain);
   if (has_gain && !chosen.empty())
     throw HostError(MORVA_BAD_ARGUMENT,
                     "--source-exposure and the option _source_gain exclude each other");
   if (has_gain) return "off";
   if (!chosen.empty()) return chosen;
-  const auto wanted = options.find("src_exposure");
-  if (wanted != options.end() && wanted->is_string()) return *wanted;
+  if (!wanted.empty()) return wanted;
   return scene_linear ? "off" : "auto";
 }
 

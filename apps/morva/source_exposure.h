@@ -16,9 +16,9 @@ inline constexpr const char* kSourceGain = "_source_gain";
 bool is_metering_mode(const std::string& mode);
 
 // The mode in force: the flag `chosen` where it was given; "off" where the options hold a gain of
-// their own; the option src_exposure where it is a text; else "off" for a scene-linear picture,
-// whose mid grey is a film's already, and "auto" for any other. Throws when a flag and a gain say
-// two things of the same picture.
+// their own; the option src_exposure where it is given; else "off" for a scene-linear picture,
+// whose mid grey is a film's already, and "auto" for any other. Throws for an option that is no
+// mode, and when a flag and a gain say two things of the same picture.
 std::string metering_mode(const std::string& chosen, const nlohmann::json& options,
                           bool scene_linear);
 

@@ -50,12 +50,13 @@ std::string file_behind(const std::string& input) {
 void copy_to_standard_output(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
   std::array<char, kBlockBytes> block;
+  bool written = true;
   do {
     in.read(block.data(), block.size());
     const auto count = static_cast<std::size_t>(in.gcount());
-    if (std::fwrite(block.data(), 1, count, stdout) != count) break;
-  } while (in);
-  if (!in.eof() || std::fflush(stdout) != 0)
+    written = std::fwrite(block.data(), 1, count, stdout) == count;
+  } while (in && written);
+  if (!written || !in.eof() || std::fflush(stdout) != 0)
     throw HostError(MORVA_FAILED, "cannot write to standard output");
 }
 

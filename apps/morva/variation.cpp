@@ -1,5 +1,7 @@
 #include "variation.h"
 
+#include <algorithm>
+
 #include "host_error.h"
 #include "profile_folder.h"
 
@@ -35,6 +37,13 @@ std::vector<std::string> split(const std::string& text) {
   return parts;
 }
 
+bool stands_as_flag(const SettingChoice& choice, const std::string& key) {
+  const OptionFlags& flags = choice.options.flags;
+  return (key == "seed" && flags.seed) || (key == "crop" && !flags.crop.empty()) ||
+         (key == "crop_angle" && flags.angle) || (key == "rotate" && flags.rotate) ||
+         (key == "mirror" && flags.mirror) || (key == "src_exposure" && choice.source_exposure);
+}
+
 std::vector<std::string> all_of(const NamedThing& thing) {
   std::vector<std::string> names;
   for (const ProfileEntry& entry : list_profiles(thing.section)) names.push_back(entry.name);
@@ -48,10 +57,18 @@ Variation variation_of(const std::string& text) {
   if (equals == std::string::npos || equals == 0 || equals + 1 == text.size())
     throw HostError(MORVA_BAD_ARGUMENT, "--vary takes key=a,b,c, not: " + text);
   Variation variation{text.substr(0, equals), split(text.substr(equals + 1))};
+  if (std::find(variation.values.begin(), variation.values.end(), "") != variation.values.end())
+    throw HostError(MORVA_BAD_ARGUMENT, "--vary has an empty value: " + text);
   const NamedThing* thing = named_thing(variation.key);
   if (thing != nullptr && variation.values == std::vector<std::string>{"*"})
     variation.values = all_of(*thing);
   return variation;
+}
+
+void refuse_flag_of(const Variation& variation, const SettingChoice& choice) {
+  if (stands_as_flag(choice, variation.key))
+    throw HostError(MORVA_BAD_ARGUMENT,
+                    variation.key + " is varied and has a flag of its own, which would win");
 }
 
 void vary(SettingChoice& choice, const std::string& key, const std::string& value) {

@@ -18,6 +18,9 @@ struct Variation {
 // films, lenses, papers and presets "*" is all there are.
 Variation variation_of(const std::string& text);
 
+// Throws where a flag of `choice` would have the last word on what is varied.
+void refuse_flag_of(const Variation& variation, const SettingChoice& choice);
+
 void vary(SettingChoice& choice, const std::string& key, const std::string& value);
 
 // "silver_400", "push 1"

@@ -37,7 +37,7 @@ class Batch(HostCase):
     def test_each_is_the_render_that_it_stands_for(self):
         """Flags go through as they are, whatever is in them; the folder is made."""
         flags = ["--film", "silver_400", "--set", "stamp_text=a b, \"c\"", "--set", "ev=-1", "--crop", "0,0,1,0.5",
-                 "--mirror", "--bits", "8", "--no-metadata"]
+                 "--mirror", "--bits", "8", "--paper", "", "--no-metadata"]
         deep = self.out / "x" / "y"
         result = run_host("batch", self.photos / "d.png", self.photos / "a.png", "-o", deep, "-j", "2", *flags)
         self.assertEqual(result.returncode, 0, result.stderr)
@@ -60,6 +60,7 @@ class Batch(HostCase):
         ):
             with self.subTest(arguments=arguments):
                 self.fail_with(USAGE, "batch", self.photos, *arguments, "-o", self.folder / "more", saying=saying)
+        self.fail_with(USAGE, "batch", self.photos, "-o", "-", saying="folder")
         self.fail_with(PROFILE, "batch", self.photos, "-o", self.folder / "more", "--preset", "no_such_one")
         self.assertFalse((self.folder / "more").exists())
 

@@ -244,6 +244,7 @@ class Rendering(HostCase):
         chosen = ["--set", "src_exposure=as_shot"]
         self.assertEqual(gain(dark, *chosen), 1.44)
         self.assertGreater(gain(dark, *chosen, "--source-exposure", "shadows"), 3)
+        self.fail_with(OPTIONS, "render", dark, "-o", self.out / "a.png", "--set", "src_exposure=bad", saying="bad")
         scene = self.small_picture()
         self.assertIsNone(gain(scene), "scene-linear light is taken as it is")
         self.assertGreater(gain(scene, "--source-exposure", "auto"), 0)
@@ -324,6 +325,8 @@ class Planning(HostCase):
             for verb in (["render", source, "-o", target], ["plan", source]):
                 with self.subTest(setting=setting, verb=verb[0]):
                     self.fail_with(OPTIONS, *verb, "--set", setting, saying=saying)
+
+        self.fail_with(OPTIONS, "render", source, "-o", target, "--set", "border=340", saying="500 megapixels")
 
         long = self.folder / "long.exr"
         files.write_exr(long, {"Y": np.full((2, 32770), 0.18)})

@@ -39,10 +39,10 @@ class Presets(HostCase):
                 self.succeed("render", self.source, "-o", first, *SETTING, "--save-options", saved, "--force")
                 self.succeed("render", self.source, "-o", others[0], "--preset", saved)
                 self.succeed("render", self.source, "-o", others[1], "--preset", first)
-                self.succeed("render", first, "--again", "-o", others[2], cwd="/")
+                self.succeed("render", first, "--again", "--quiet", "-o", others[2], cwd="/")
                 for other in others[:3]:
                     self.assertEqual(other.read_bytes(), first.read_bytes())
-                self.succeed("render", first, "--again", "-o", others[3], "--seed", "8")
+                self.succeed("render", first, "--again", "--quiet", "-o", others[3], "--seed", "8")
                 self.assertNotEqual(others[3].read_bytes(), first.read_bytes())
         self.assertNotIn("source", json.loads(saved.read_text()))
 
@@ -59,7 +59,8 @@ class Presets(HostCase):
 
     def test_a_source_is_found_from_the_picture_too(self):
         self.succeed("render", "p.png", "-o", "print.png", cwd=self.folder)
-        self.succeed("render", self.folder / "print.png", "--again", "-o", self.out / "a.png")
+        told = run_host("render", self.folder / "print.png", "--again", "-o", self.out / "a.png")
+        self.assertEqual((told.returncode, told.stderr.decode()), (0, f"rendered from {self.source}\n"))
         self.source.unlink()
         again = ["render", self.folder / "print.png", "--again", "-o", self.out / "b.png"]
         self.fail_with(USAGE, *again, saying="p.png")
@@ -75,6 +76,34 @@ class Presets(HostCase):
         ):
             report = self.report(self.source, *arguments)
             self.assertEqual((report["film"], report["paper"], report["seed"], report["lens"]), expected)
+
+    def test_how_the_source_is_metered_is_one_thing(self):
+        """Whichever of its three names a preset or the command line gives it, the later one counts."""
+        mode = self.preset("mode.json", source_exposure="shadows")
+        option = self.preset("option.json", options={"src_exposure": "shadows"})
+        gain = self.preset("gain.json", options={"_source_gain": 2.0})
+        for arguments, expected in (
+            (["--preset", mode, "--set", "src_exposure=as_shot"], 1.44), (["--preset", mode, "--preset", gain], 2.0),
+            (["--preset", mode, "--set", "_source_gain=3"], 3), (["--preset", option, "--set", "_source_gain=3"], 3),
+            (["--preset", gain, "--source-exposure", "as_shot"], 1.44),
+            (["--preset", gain, "--set", "src_exposure=as_shot"], 1.44),
+        ):
+            with self.subTest(arguments=arguments):
+                self.assertEqual(self.report(self.source, *arguments)["source_gain"], expected)
+
+    def test_a_preset_through_a_pipe(self):
+        reader, writer = os.pipe()
+        os.write(writer, b'{"film": "silver_50"}')
+        os.close(writer)
+        plan = self.succeed("plan", self.source, "--json", "--preset", f"/dev/fd/{reader}", pass_fds=[reader])
+        os.close(reader)
+        self.assertEqual(json.loads(plan)["film"], "silver_50")
+
+    def test_a_preset_does_not_take_the_place_of_its_picture(self):
+        target = self.out / "a.png"
+        for saved in (target, self.out / ".." / "out" / "a.png", "-"):
+            self.fail_with(USAGE, "render", self.source, "-o", target, "--save-options", saved, "--force",
+                           saying="--save-options")
 
     def test_names(self):
         """The user's own are found by name, and win over the shipped ones."""
@@ -107,7 +136,8 @@ class Presets(HostCase):
             (self.preset("mode.json", source_exposure="dim"), OPTIONS, "dim"),
             (picture, OPTIONS, "does not tell"), (self.folder / "list.json", OPTIONS, "no JSON object"),
             (self.folder / "cut.png", OPTIONS, "does not tell"), (self.folder / "none.json", USAGE, "none.json"),
-            (self.folder, USAGE, "folder"),
+            (self.folder, USAGE, "folder"), (self.folder / ("a" * 300 + ".json"), USAGE, "no such preset file"),
+            (self.preset("escape.json", film="\x1b[2J"), OPTIONS, "control character"),
         ):
             with self.subTest(path=path.name):
                 self.fail_with(code, "render", self.source, "-o", self.out / "a.png", "--preset", path, saying=saying)
@@ -131,8 +161,10 @@ class StandardStreams(HostCase):
         self.fail_with(USAGE, "render", source, "-o", "-", "--format", "png", "--json", saying="--json")
         self.fail_with(FAILED, "render", "-", "-o", self.out / "a.png", input=b"")
         with open("/dev/full", "wb") as full:
-            result = subprocess.run([HOST, "demo", "-o", "-", "--format", "jpg"], stdout=full, stderr=subprocess.PIPE)
-        self.assertEqual(result.returncode, FAILED)
+            for verb in (["demo"], ["render", source]):  # a large one and one that fits into a buffer
+                result = subprocess.run([HOST, *verb, "-o", "-", "--format", "jpg"], stdout=full,
+                                        stderr=subprocess.PIPE)
+                self.assertEqual(result.returncode, FAILED)
 
 
 if __name__ == "__main__":

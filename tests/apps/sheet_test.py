@@ -78,6 +78,7 @@ class Sheet(HostCase):
         for arguments, code, saying in (
             ([], USAGE, "--vary"), (["--vary", "film"], USAGE, "key=a,b,c"), (["--vary", "ev="], USAGE, "ev="),
             (["--vary", "ev=1", "--vary", "stop=1", "--vary", "push=1"], USAGE, "grid"),
+            (["--vary", "seed=1,2", "--seed", "3"], USAGE, "seed"), (["--vary", "ev=0,,1"], USAGE, "empty"),
             (["--vary", "film=silver_400,silver_40"], PROFILE, "silver_40: "),
             (["--vary", "colour=1"], OPTIONS, "colour 1: "), (["--vary", "ev=1", "--cell", "10"], USAGE, "--cell"),
         ):

@@ -52,6 +52,8 @@ def source_gain(source: SourceStats | npt.ArrayLike, mode: str = "auto") -> floa
 def metered(options: dict[str, object], picture: Picture) -> dict[str, object]:
     """`src_exposure`, where it is given and no gain is, carried out on the picture."""
     mode = options.get("src_exposure", "off")
+    if mode not in (None, "off", *MODES):
+        raise ValueError(f"src_exposure is off or one of {', '.join(MODES)}, not {mode!r}")
     if "_source_gain" in options or mode not in MODES:
         return options
     return {**options, "_source_gain": source_gain(stats_of(picture), str(mode))}
