@@ -8,4 +8,4 @@ tools/setup.sh
 grep -qs 'MORVA_BUILD_TESTS:BOOL=ON' build/CMakeCache.txt && [ -f build/build.ninja ] ||
   cmake --preset release -DMORVA_BUILD_TESTS=ON >&2
 cmake --build build >&2
-exec ctest --test-dir build --output-on-failure "$@"
+exec ctest --test-dir build --output-on-failure --parallel "$(nproc)" "$@"
