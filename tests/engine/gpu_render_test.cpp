@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <string>
@@ -44,6 +45,17 @@ constexpr int kStep = 1;
 constexpr std::size_t kPairStep = 1;
 #endif
 
+// A sanitizer can name the layer that lost memory only while the layer is loaded.
+void keep_debug_layer_loaded(gpu::platform::Platform& platform) {
+  static gpu::platform::Factory* const kept = [&] {
+    std::unique_ptr<gpu::platform::Factory> factory;
+    EXPECT_TRUE(platform.enable_debug_layer().ok());
+    EXPECT_TRUE(platform.create_factory(&factory).ok());
+    return factory.release();
+  }();
+  EXPECT_NE(nullptr, kept);
+}
+
 class GpuRender : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -51,6 +63,7 @@ class GpuRender : public ::testing::Test {
     disguise = &platform;
     engine_state().gpu.source = &platform;
     setenv("MORVA_DX12_DEBUG", "1", 1);
+    keep_debug_layer_loaded(platform);
     ASSERT_EQ(0, morva_profiles_load(MORVA_PROFILES_PATH, nullptr));
     start_afresh();
   }
