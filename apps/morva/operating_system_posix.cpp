@@ -38,7 +38,7 @@ std::filesystem::path library_folder() {
 }
 
 std::filesystem::path user_folder() {
-  // The XDG base directory specification.
+  // As the XDG base directories have it.
   const auto folder_in = [](const char* variable) {
     const char* folder = std::getenv(variable);
     return std::filesystem::path(folder != nullptr ? folder : "");
