@@ -6,7 +6,6 @@
 #include "film/couplers.h"
 #include "film/emulsion.h"
 #include "film/grain.h"
-#include "film/uneven_development.h"
 #include "gpu/backend.h"
 #include "profiles/film.h"
 #include "profiles/number_arrays.h"
@@ -46,11 +45,8 @@ DevelopParams develop_params(const Json& film, const Json& options, const Image*
 }
 
 Image develop_dyes(Image light, const DevelopParams& params) {
-  Image density =
-      expose_layers(std::move(light), params.curves, params.exposure, Development::negative);
-  if (params.uneven != nullptr)
-    density = apply_uneven(std::move(density), layer_fog(params.curves), *params.uneven,
-                           kUnevenGains, 1.0f);
+  Image density = expose_layers(std::move(light), params.curves, params.exposure,
+                                Development::negative, params.uneven);
   add_mid_density(density, params.curves, -1.0f);
   apply_couplers(density, params.couplers, params.saturation);
   retain_silver(density, params.retained_silver);

@@ -6,6 +6,7 @@
 #include "film/emulsion.h"
 #include "film/exposure.h"
 #include "film/halation.h"
+#include "film/uneven_development.h"
 #include "image/elementary.h"
 
 namespace morva {
@@ -40,11 +41,13 @@ float layer_shift(const LayerExposure& exposure, int layer) {
 }
 
 Image expose_layers(Image light, const std::array<HdCurve, 3>& curves,
-                    const LayerExposure& exposure, Development development) {
+                    const LayerExposure& exposure, Development development, const Image* uneven) {
   for (int layer = 0; layer < 3; ++layer)
     expose_layer(light, layer, curves[layer], exposure.ev, development,
                  layer_shift(exposure, layer));
-  return light;
+  if (uneven == nullptr) return light;
+  return apply_uneven(std::move(light), layer_fog(curves), *uneven, kUnevenGains,
+                      development == Development::negative ? 1.0f : -1.0f);
 }
 
 std::array<float, 3> layer_fog(const std::array<HdCurve, 3>& curves) {

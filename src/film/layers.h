@@ -34,9 +34,12 @@ Image light_in_layers(Image scene, const Json& film, const Json& options, double
 void expose_layer(Image& light, int layer, const HdCurve& curve, double ev, Development development,
                   float shift_of_layer = 0.0f);
 
-// All three.
+// All three. `uneven`, one channel or null, is the field of uneven development: where it is more, a
+// negative gains density, and a reversal film loses it, for a first developer that works harder
+// leaves less to the second.
 Image expose_layers(Image light, const std::array<HdCurve, 3>& curves,
-                    const LayerExposure& exposure, Development development);
+                    const LayerExposure& exposure, Development development,
+                    const Image* uneven = nullptr);
 
 // Density of each layer: of its base and fog, and of a mid grey on it.
 std::array<float, 3> layer_fog(const std::array<HdCurve, 3>& curves);

@@ -59,6 +59,12 @@ HdCurve paper_curve(const Json& paper, double grade, double print_black, double 
   return curve;
 }
 
+HdCurve paper_curve(const Json& paper, const Json& options) {
+  return paper_curve(paper, get_number(options, "grade", 2.0),
+                     get_number(options, "print_black", 0.0),
+                     get_number(options, "print_white", 0.0));
+}
+
 void set_soft_ends(HdCurve& curve, double print_black, double print_white) {
   curve.shoulder_cut =
       std::clamp(print_black, 0.0, 1.0) * kSoftestEnd * std::max(curve.dmax - curve.dmid, 1e-6);
@@ -68,9 +74,7 @@ void set_soft_ends(HdCurve& curve, double print_black, double print_white) {
 
 PrintParams print_params_bw(const Json& paper, const Json& options) {
   PrintParams params;
-  params.curve =
-      paper_curve(paper, get_number(options, "grade", 2.0), get_number(options, "print_black", 0.0),
-                  get_number(options, "print_white", 0.0));
+  params.curve = paper_curve(paper, options);
   params.print_ev = get_number(options, "print_ev", 0.0);
   params.flare = get_number(paper, "flare", 0.0);
   params.tone = paper_tone(paper);

@@ -18,6 +18,9 @@ double paper_grade(const Json& paper, double grade);
 // `print_white`, 0..1, soften the ends.
 HdCurve paper_curve(const Json& paper, double grade, double print_black, double print_white);
 
+// As the options `grade`, `print_black` and `print_white` ask for it.
+HdCurve paper_curve(const Json& paper, const Json& options);
+
 // Its two soft ends alone, on a curve whose dmin, dmid and dmax are set.
 void set_soft_ends(HdCurve& curve, double print_black, double print_white);
 

@@ -54,9 +54,7 @@ void expose_row(float* row, std::size_t n, const DensityTable& density, const Hd
 
 ReversalPrintParams reversal_print_params(const Json& paper, const Json& options) {
   ReversalPrintParams params;
-  params.curve =
-      paper_curve(paper, get_number(options, "grade", 2.0), get_number(options, "print_black", 0.0),
-                  get_number(options, "print_white", 0.0));
+  params.curve = paper_curve(paper, options);
   params.print_ev = get_number(options, "print_ev", 0.0);
   params.dye_purity = get_number(paper, "dye_purity", 0.0);
   return params;

@@ -8,7 +8,6 @@
 #include "film/grain.h"
 #include "film/layers.h"
 #include "film/look.h"
-#include "film/uneven_development.h"
 #include "print/paper.h"
 #include "profiles/film.h"
 
@@ -30,11 +29,7 @@ SlideParams slide_params(const Json& film, const Json& options, const Image* une
 
 Image develop_reversal_dyes(Image light, const SlideParams& params) {
   Image density = expose_layers(std::move(light), params.curves, {params.ev, std::nullopt},
-                                Development::reversal);
-  // A first developer that works harder here leaves less for the second to turn into dye.
-  if (params.uneven != nullptr)
-    density = apply_uneven(std::move(density), layer_fog(params.curves), *params.uneven,
-                           kUnevenGains, -1.0f);
+                                Development::reversal, params.uneven);
   add_mid_density(density, params.curves, -1.0f);
   if (params.interlayer)
     apply_couplers(density, params.interlayer, 0.0);

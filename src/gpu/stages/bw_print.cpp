@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "gpu/stages/develop_color.h"
-#include "gpu/stages/element_launch.h"
 #include "gpu/stages/pixel_ops.h"
 #include "gpu/stages/print_table.h"
 
@@ -14,11 +13,7 @@ GImage density_on_paper(const Frame& frame, const GImage& density) {
 }
 
 GImage expose_bw_paper(Device& device, const PrintParams& params, const GImage& density) {
-  const std::vector<float> table = print_table(params, printer_veil(device, params, density));
-  GImage print = device.image(density.height, density.width, 3);
-  launch_elements(device, Kernel::print_bw_main, pixels(density), {word(pixels(density))}, table,
-                  {density.buffer.get(), nullptr, print.buffer.get()});
-  return print;
+  return expose_paper(device, Kernel::print_bw_main, params, density);
 }
 
 GImage print_bw(const Frame& frame, const PrintParams& params, const GImage& density) {

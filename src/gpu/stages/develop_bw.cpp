@@ -18,6 +18,7 @@
 namespace morva::gpu {
 
 GImage light_in_silver(const Frame& frame, const GImage& scene) {
+  const StageTimer timer(frame, kEmulsionTime);
   GImage light =
       emulsion_blur(frame, weighted_plane(frame.device, scene, panchromatic_weights(frame.stock)));
   halate(frame, light, light);
@@ -43,11 +44,7 @@ GImage develop_silver(Device& device, const GImage& light, const GImage& uneven,
 GImage develop_bw(const Frame& frame, GImage scene) {
   if (plate_params(frame.stock, frame.opts).kind != PlateKind::none)
     throw std::logic_error("develop_bw: a plate is developed on the CPU");
-  GImage light;
-  {
-    const StageTimer timer(frame, "эмульсия (мутность, галация)");
-    light = light_in_silver(frame, std::exchange(scene, {}));
-  }
+  GImage light = light_in_silver(frame, std::exchange(scene, {}));
   check_cancel(frame.ctx);
 
   const HdCurve curve = silver_curve(frame.stock, frame.opts);

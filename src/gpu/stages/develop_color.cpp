@@ -31,11 +31,7 @@ GImage develop_dyes(Device& device, const GImage& light, const GImage& uneven,
 }
 
 GImage develop_color(const Frame& frame, GImage scene) {
-  GImage light;
-  {
-    const StageTimer timer(frame, "эмульсия (мутность, галация)");
-    light = light_in_layers(frame, std::move(scene));
-  }
+  GImage light = light_in_layers(frame, std::move(scene));
   check_cancel(frame.ctx);
 
   const DevelopParams params = develop_params(frame.stock, frame.opts, frame.uneven);

@@ -52,6 +52,7 @@ void halate(const Frame& frame, const GImage& light, const GImage& source) {
 }
 
 GImage light_in_layers(const Frame& frame, GImage scene) {
+  const StageTimer timer(frame, kEmulsionTime);
   GImage light = emulsion_blur(frame, std::move(scene));
   const HalationParams params = halation_of(frame);
   if (params.active)

@@ -9,6 +9,8 @@
 
 namespace morva::gpu {
 
+inline constexpr const char* kEmulsionTime = "эмульсия (мутность, галация)";  // a stage's label
+
 // Any channel count.
 GImage emulsion_blur(const Frame& frame, GImage light);
 
@@ -16,7 +18,7 @@ GImage emulsion_blur(const Frame& frame, GImage light);
 // channel or three. A glass base's ring is computed on the CPU.
 void halate(const Frame& frame, const GImage& light, const GImage& source);
 
-// Both, with luminance as the source of the halo, on three channels.
+// Both, timed, with luminance as the source of the halo, on three channels.
 GImage light_in_layers(const Frame& frame, GImage scene);
 
 // The edge effects of development on density, in place, any channel count.

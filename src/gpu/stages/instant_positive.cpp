@@ -28,6 +28,7 @@ namespace {
 GImage soften(const Frame& frame, GImage scene) {
   const double sigma_px = soften_sigma_px(frame.stock, scene.height);
   if (sigma_px == 0.0) return scene;
+  const StageTimer timer(frame, kEmulsionTime);
   const GImage blurred = blur_image(frame.device, scene, sigma_px);
   return mix(frame.device, scene, kSharpShare, blurred, kSoftShare);
 }
@@ -75,11 +76,7 @@ GImage transfer_dyes(Device& device, const GImage& light, const InstantParams& p
 }
 
 GImage develop_instant(const Frame& frame, GImage scene) {
-  GImage light;
-  {
-    const StageTimer timer(frame, "эмульсия (мутность, галация)");
-    light = light_in_layers(frame, soften(frame, std::move(scene)));
-  }
+  GImage light = light_in_layers(frame, soften(frame, std::move(scene)));
   check_cancel(frame.ctx);
   const InstantParams params = instant_params(frame.stock, frame.opts);
   GImage sheet = transfer_dyes(frame.device, std::exchange(light, {}), params);
@@ -91,11 +88,7 @@ GImage develop_instant(const Frame& frame, GImage scene) {
 }
 
 GImage develop_instant_mono(const Frame& frame, GImage scene) {
-  GImage light;
-  {
-    const StageTimer timer(frame, "эмульсия (мутность, галация)");
-    light = light_in_silver(frame, soften(frame, std::move(scene)));
-  }
+  GImage light = light_in_silver(frame, soften(frame, std::move(scene)));
   check_cancel(frame.ctx);
   const HdCurve curve = instant_curve(frame.stock.at("layers").at("g"));
   GImage density =

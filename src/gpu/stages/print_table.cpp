@@ -3,6 +3,7 @@
 #include "film/exposure.h"
 #include "film/look.h"
 #include "gpu/kernels/film_layout.h"
+#include "gpu/stages/element_launch.h"
 #include "gpu/stages/film_table.h"
 #include "gpu/stages/plane.h"
 #include "gpu/stages/sums.h"
@@ -33,6 +34,15 @@ std::vector<float> print_table(const PrintParams& params, const std::array<float
   put(&table[kTone], params.tone.value_or(std::array{1.0f, 1.0f, 1.0f}));
   put_look(&table[kLook], look_params(params.look));
   return table;
+}
+
+GImage expose_paper(Device& device, Kernel kernel, const PrintParams& params,
+                    const GImage& density) {
+  const std::vector<float> table = print_table(params, printer_veil(device, params, density));
+  GImage print = device.image(density.height, density.width, 3);
+  launch_elements(device, kernel, pixels(density), {word(pixels(density))}, table,
+                  {density.buffer.get(), nullptr, print.buffer.get()});
+  return print;
 }
 
 }  // namespace morva::gpu

@@ -1,5 +1,5 @@
-// What the two print kernels are told: a paper's curve with its ends, the exposure, the enlarger's
-// veil, the look and the tone.
+// Exposing a paper: what the two print kernels are told, which is a paper's curve with its ends,
+// the exposure, the enlarger's veil, the look and the tone; and the launch that both share.
 #pragma once
 
 #include <array>
@@ -15,5 +15,9 @@ namespace morva::gpu {
 std::array<float, 3> printer_veil(Device& device, const PrintParams& params, const GImage& density);
 
 std::vector<float> print_table(const PrintParams& params, const std::array<float, 3>& veil);
+
+// The print of `density`, three channels, by `kernel`: print_bw_main or print_color_main.
+GImage expose_paper(Device& device, Kernel kernel, const PrintParams& params,
+                    const GImage& density);
 
 }  // namespace morva::gpu

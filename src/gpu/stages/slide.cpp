@@ -29,11 +29,7 @@ GImage develop_reversal_dyes(Device& device, const GImage& light, const GImage& 
 }
 
 GImage develop_slide(const Frame& frame, GImage scene) {
-  GImage light;
-  {
-    const StageTimer timer(frame, "эмульсия (мутность, галация)");
-    light = light_in_layers(frame, std::move(scene));
-  }
+  GImage light = light_in_layers(frame, std::move(scene));
   check_cancel(frame.ctx);
 
   const SlideParams params = slide_params(frame.stock, frame.opts, frame.uneven);
