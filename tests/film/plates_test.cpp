@@ -1,15 +1,10 @@
 // Hand-coated plates: the pour, the edge of the coating, the developer's marks and the curve.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-
 #include "film/develop_bw.h"
 #include "film/flow_noise.h"
 #include "film/plate_development.h"
 #include "film/plate_fields.h"
-#include "image/pairwise_sum.h"
+#include "image/on_every_isa.h"
 
 namespace morva {
 namespace {
@@ -23,19 +18,11 @@ Json wet_film() {
                  "mid_density": 0.8}})");
 }
 
-double mean_of(const Image& image) {
-  return mean_and_deviation(image.data.data(), image.data.size()).mean;
-}
-
-double deviation_of(const Image& image) {
-  return standard_deviation(image.data.data(), image.data.size());
-}
-
 // Densities over those of a mid grey.
-std::vector<float> developed(const Json& film, const Image& scene,
-                             const Json& options = Json::object(), double px_um = kPxUm) {
+Image developed(const Json& film, const Image& scene, const Json& options = Json::object(),
+                double px_um = kPxUm) {
   RenderContext ctx;
-  return develop_bw(scene, film, options, px_um, nullptr, ctx).density.data;
+  return develop_bw(scene, film, options, px_um, nullptr, ctx).density;
 }
 
 // Correlation of neighbours `dx`, `dy` apart.
@@ -71,8 +58,7 @@ TEST(FlowNoise, StreaksRunFromTheCornerOfThePourAtTheirScale) {
 TEST(FlowNoise, HasUnitScaleAndStaysWhereItIsOnAFinerRaster) {
   double variance = 0.0;
   for (int seed = 0; seed < 20; ++seed) {
-    Rng coarse_rng = rng_from_key({seed});
-    Rng fine_rng = coarse_rng;
+    Rng coarse_rng = rng_from_key({seed}), fine_rng = coarse_rng;
     const Image coarse = flow_noise(76, 101, 1000.0, {{}, 6.0, 2.0}, coarse_rng);
     const Image fine = flow_noise(304, 404, 250.0, {{}, 6.0, 2.0}, fine_rng);
     variance += std::pow(deviation_of(coarse), 2) / 20.0;
@@ -80,9 +66,7 @@ TEST(FlowNoise, HasUnitScaleAndStaysWhereItIsOnAFinerRaster) {
     EXPECT_EQ(coarse_rng.next(), fine_rng.next());
   }
   EXPECT_NEAR(1.0, std::sqrt(variance), 0.2);
-}
-
-TEST(FineNoise, FadesWhereThePixelIsTooLargeForIt) {
+  // Fine noise fades where the pixel is too large for it.
   for (const double px_um : {5.0, 120.0}) {
     Rng rng = rng_from_key({9});
     const Image noise = fine_noise(256, 256, px_um, 14.0, rng);
@@ -119,7 +103,7 @@ TEST(PlateField, IsEvenInsideAndBareAtOneCorner) {
   for (int y = inside; y < kHeight - inside; ++y)
     for (int x = inside; x < kWidth - inside; ++x)
       ASSERT_TRUE(field.gain.at(y, x) == 1.0f && field.edge.at(y, x) == 1.0f) << y << " " << x;
-  EXPECT_NEAR(1.12, *std::max_element(field.gain.data.begin(), field.gain.data.end()), 0.005);
+  EXPECT_NEAR(1.12, std::ranges::max(field.gain.data), 0.005);
   int bare = 0;  // 2.2 mm in from both sides
   for (const int y : {8, kHeight - 9})
     for (const int x : {8, kWidth - 9}) bare += field.edge.at(y, x) < 0.01f;
@@ -131,10 +115,9 @@ TEST(PlateField, IsEvenInsideAndBareAtOneCorner) {
 TEST(Plate, WithoutAPourHasNoMarks) {
   const Image scene(40, 60, 3, 0.18f);
   for (const Json& options : {Json{{"plate_pour", nullptr}, {"push", 3}}, Json{{"plate_pour", -2}}})
-    for (const float d : developed(wet_film(), scene, options))
+    for (const float d : developed(wet_film(), scene, options).data)
       ASSERT_NEAR(0.0, d, 2e-6) << options;
-  const std::vector<float> poured = developed(wet_film(), scene);
-  EXPECT_GT(standard_deviation(poured.data(), poured.size()), 0.01);
+  EXPECT_GT(deviation_of(developed(wet_film(), scene)), 0.01);
 }
 
 TEST(Plate, VeilsAndGrowsCrystalsInItsThinPartsWithPush) {
@@ -150,25 +133,21 @@ TEST(Plate, VeilsAndGrowsCrystalsInItsThinPartsWithPush) {
   const double veil = grown(0.0, 0.1f);
   // The mean of max(1 + f1 + 1.1 f2, 0), the fine field at 0.78 of its deviation by the pixel.
   EXPECT_NEAR(0.06 * 1.16, veil, 0.012);
-  const double one = grown(1.0, 0.1f) - veil;
-  const double two = grown(2.0, 0.1f) - veil;
+  const double one = grown(1.0, 0.1f) - veil, two = grown(2.0, 0.1f) - veil;
   EXPECT_GT(one, 0.002);
   EXPECT_GT(two, 1.5 * one);
   EXPECT_LT(grown(2.0, 1.55f) - veil, 0.1 * two);
 }
 
-TEST(Plate, IsBareBeyondTheCoating) {
-  const std::vector<float> plate = developed(wet_film(), Image(kHeight, kWidth, 3, 5.0f));
-  const auto [thinnest, densest] = std::minmax_element(plate.begin(), plate.end());
-  EXPECT_NEAR(0.1 - 0.9, *thinnest, 1e-6);
-  EXPECT_GT(*densest + 0.9, 1.4);
-}
-
-TEST(Plate, IntensifiesToItsOwnDensity) {
-  for (const auto& [intensify, densest] : {std::pair{0.0, 1.6}, {0.5, 2.0}, {9.0, 2.4}}) {
+TEST(Plate, IsBareBeyondTheCoatingAndIntensifiesToItsOwnDensity) {
+  const Image plate = developed(wet_film(), Image(kHeight, kWidth, 3, 5.0f));
+  const auto [thinnest, densest] = std::ranges::minmax(plate.data);
+  EXPECT_NEAR(0.1 - 0.9, thinnest, 1e-6);
+  EXPECT_GT(densest + 0.9, 1.4);
+  for (const auto& [intensify, most] : {std::pair{0.0, 1.6}, {0.5, 2.0}, {9.0, 2.4}}) {
     const Json options = {{"plate_pour", 0}, {"intensify", intensify}};
-    EXPECT_NEAR(densest, developed(wet_film(), Image(1, 1, 3, 1e6f), options)[0] + 0.9, 1e-3);
-    EXPECT_NEAR(0.0, developed(wet_film(), Image(1, 1, 3, 0.18f), options)[0], 1e-3);
+    EXPECT_NEAR(most, developed(wet_film(), Image(1, 1, 3, 1e6f), options).at(0, 0) + 0.9, 1e-3);
+    EXPECT_NEAR(0.0, developed(wet_film(), Image(1, 1, 3, 0.18f), options).at(0, 0), 1e-3);
   }
 }
 
@@ -178,8 +157,7 @@ TEST(DryPlate, IsExposedMoreAndFoggedAtItsEdge) {
     "dryplate": {"edge_gain": 0.4, "frill": 0, "hold_mm": 0}})");
   const auto densest = [&](double edge_fog, float light) {
     film["dryplate"]["edge_fog"] = edge_fog;
-    const std::vector<float> plate = developed(film, Image(kHeight, kWidth, 3, light));
-    return *std::max_element(plate.begin(), plate.end());
+    return std::ranges::max(developed(film, Image(kHeight, kWidth, 3, light)).data);
   };
   EXPECT_NEAR(0.7 * std::log10(1.4), densest(0.0, 0.18f), 0.01);
   EXPECT_NEAR(0.5 * 0.4, densest(0.5, 0.0f) - densest(0.0, 0.0f), 0.005);
@@ -197,7 +175,7 @@ TEST(Plate, WildNumbersLeaveAPicture) {
     for (const double px_um : {1e-9, 50.0, 1e9}) {
       const Json options = {{"plate_pour", wild == 0.0 ? 1.0 : wild}, {"push", 1e30}};
       for (const int w : {1, 2, 37})
-        for (const float d : developed(film, Image(3, w, 3, 0.5f), options, px_um))
+        for (const float d : developed(film, Image(3, w, 3, 0.5f), options, px_um).data)
           ASSERT_TRUE(std::isfinite(d)) << wild;
     }
   }

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <numbers>
 #include <random>
 #include <string>
 #include <vector>
@@ -24,10 +25,7 @@ using Real = std::function<double(double)>;
 using Exact = std::function<long double(long double)>;
 using Sampler = std::function<double(std::mt19937_64&)>;
 
-constexpr double kInf = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr float kInfF = std::numeric_limits<float>::infinity();
-constexpr float kNaNF = std::numeric_limits<float>::quiet_NaN();
+constexpr double kInf = INFINITY, kNaN = NAN;
 
 Sampler uniform(double a, double b) {
   return [=](std::mt19937_64& rng) { return std::uniform_real_distribution<double>(a, b)(rng); };
@@ -78,15 +76,18 @@ TEST(Elementary, DoubleFormsStayWithinTheirUlps) {
     std::vector<Sampler> samples;
     std::vector<double> special;  // to the bit: signs of zero, infinities, subnormals
   };
+  // The last of the far ones is the double nearest to a multiple of pi/2 of all.
   const auto near_quarter_turns = [](std::mt19937_64& rng) {
-    const double x = static_cast<double>(1.57079632679489661923132169163975144L *
-                                         static_cast<long double>(rng() % 3000));
+    const double far_ones[] = {1e22, 0x1.fffffffffffffp1023, 0x1.6ac5b262ca1ffp+849};
+    const auto turns = static_cast<long double>(rng() % 3003);
+    const double x = turns < 3000 ? static_cast<double>(std::numbers::pi_v<long double> / 2 * turns)
+                                  : far_ones[static_cast<int>(turns) - 3000];
     const std::uint64_t side = rng() % 3;
     return side == 0 ? x : std::nextafter(x, side == 1 ? 0.0 : kInf);
   };
   const std::vector<Sampler> positive = {uniform(0.4, 2.5), log_uniform(-1074, 1023.9)};
   const std::vector<Sampler> angles = {uniform(-10, 10), uniform(-1700, 1700), uniform(-1e9, 1e9),
-                                       log_uniform(-60, 62), near_quarter_turns};
+                                       log_uniform(-60, 1023.9), near_quarter_turns};
   const std::vector<double> odd = {-0.0, 0x1p-1074, -0x1p-1022, kInf, -kInf, kNaN};
   const std::vector<double> ends = {-0.0, 0x1p-1074, -745.13, 710.0, kInf, -kInf, kNaN};
   const std::vector<double> zeros = {0.0, -0.0, 1.0, -1.0, kInf, -kInf, kNaN};
@@ -108,23 +109,10 @@ TEST(Elementary, DoubleFormsStayWithinTheirUlps) {
     for (const double x : form.special) {
       const double got = form.real(x), want = static_cast<double>(form.exact(x));
       EXPECT_TRUE((std::isnan(got) && std::isnan(want)) ||
-                  std::bit_cast<std::uint64_t>(got) == std::bit_cast<std::uint64_t>(want))
+                  (got == want && std::signbit(got) == std::signbit(want)))
           << form.name << " of " << x << ": " << got << ", " << want;
     }
   }
-}
-
-TEST(Elementary, LargeAnglesKeepTheirTurns) {
-  // True values, computed with 2500 bits.
-  EXPECT_DOUBLE_EQ(elementary::sin(0x1.921fb54442d18p+1), 1.2246467991473531772e-16);
-  EXPECT_DOUBLE_EQ(elementary::cos(0x1.921fb54442d18p+0), 6.1232339957367658861e-17);
-  EXPECT_DOUBLE_EQ(elementary::sin(1e22), -0.85220084976718880177);
-  EXPECT_DOUBLE_EQ(elementary::cos(1e22), 0.52321478539513894550);
-  EXPECT_DOUBLE_EQ(elementary::tan(1e22), -1.6287782256068988785);
-  EXPECT_DOUBLE_EQ(elementary::sin(-0x1.fffffffffffffp1023), -0.0049619547891840617905);
-  EXPECT_DOUBLE_EQ(elementary::cos(0x1.fffffffffffffp1023), -0.99998768942655993746);
-  // The double nearest to a multiple of pi/2 of all.
-  EXPECT_DOUBLE_EQ(elementary::cos(0x1.6ac5b262ca1ffp+849), -4.6871659242546276111e-19);
 }
 
 TEST(Elementary, Atan2StaysWithinTwoUlpsInEveryQuadrant) {
@@ -174,8 +162,8 @@ TEST(Elementary, QuickFormsKeepTheirBounds) {
   }
   EXPECT_LE(worst, 0x1p-22);
   EXPECT_EQ(formula::single_exp(0.0f), 1.0f);
-  EXPECT_EQ(formula::single_exp10(-kInfF), formula::single_exp10(-37.0f));
-  EXPECT_EQ(formula::single_exp(kInfF), formula::single_exp(88.0f));
+  EXPECT_EQ(formula::single_exp10(-INFINITY), formula::single_exp10(-37.0f));
+  EXPECT_EQ(formula::single_exp(INFINITY), formula::single_exp(88.0f));
 }
 
 namespace {
@@ -188,23 +176,22 @@ struct FloatForm {
 };
 
 std::vector<FloatForm> float_forms() {
-  struct Named {  // plain pointers choose among overloads
-    const char* name;
-    float (*single)(float);
-    void (*array)(const float*, float*, std::size_t);
-    long double (*exact)(long double);
-  };
   std::vector<FloatForm> forms;
-  for (const auto& [name, single, array, exact] :
-       {Named{"exp", elementary::expf, elementary::expf, expl},
-        Named{"log", elementary::logf, elementary::logf, logl},
-        Named{"log10", elementary::log10f, elementary::log10f, log10l},
-        Named{"tanh", elementary::tanhf, elementary::tanhf, tanhl},
-        Named{"exp2", [](float x) { return elementary::powf(2.0f, x); }, elementary::exp2f, exp2l},
-        Named{"exp10", [](float x) { return elementary::powf(10.0f, x); }, elementary::exp10f,
-              [](long double x) { return std::pow(10.0L, x); }}})
-    forms.push_back({name, single, array, exact});
-  for (const float y : {2.2f, -1.7f, 1.0f / 2.4f, 0.0f, 1.0f, 1e-3f, 777.0f, kInfF, kNaNF})
+  // Plain pointers choose among overloads.
+  const auto add = [&](const char* name, float (*single)(float),
+                       void (*array)(const float*, float*, std::size_t), Exact exact) {
+    forms.push_back({name, single, array, std::move(exact)});
+  };
+  add("exp", elementary::expf, elementary::expf, expl);
+  add("log", elementary::logf, elementary::logf, logl);
+  add("log10", elementary::log10f, elementary::log10f, log10l);
+  add("tanh", elementary::tanhf, elementary::tanhf, tanhl);
+  add(
+      "exp2", [](float x) { return elementary::powf(2.0f, x); }, elementary::exp2f, exp2l);
+  add(
+      "exp10", [](float x) { return elementary::powf(10.0f, x); }, elementary::exp10f,
+      [](long double x) { return std::pow(10.0L, x); });
+  for (const float y : {2.2f, -1.7f, 1.0f / 2.4f, 0.0f, 1.0f, 1e-3f, 777.0f, INFINITY, NAN})
     forms.push_back(
         {"pow " + std::to_string(y), [y](float x) { return elementary::powf(x, y); },
          [y](const float* in, float* out, std::size_t n) { elementary::powf(in, y, out, n); },
@@ -218,7 +205,7 @@ std::vector<FloatForm> float_forms() {
 // what is not a number at all, and the neighbours of 1 and of the ends of exp and exp10.
 std::vector<float> float_samples() {
   std::vector<float> samples;
-  for (const float x : {0.0f, 1.0f, 0x1.fffffep-1f, 0x1.000002p0f, 10.0f, kInfF, kNaNF, 88.7228f,
+  for (const float x : {0.0f, 1.0f, 0x1.fffffep-1f, 0x1.000002p0f, 10.0f, INFINITY, NAN, 88.7228f,
                         88.73f, 87.4f, 103.97f, 104.1f, 38.53f, 45.2f})
     samples.push_back(x), samples.push_back(-x);
   for (std::uint64_t bits = 1; bits < 0x100000000u; bits += 104729)

@@ -1,33 +1,22 @@
 // What a blur is: it reaches as far as its kernel and no further, and comes out the same whole,
-// streamed or by the wide filter. That its values are those of the textbook, and its bits the same
-// on every instruction set, is held against a peer in tests/oracle.
+// streamed or by the wide filter; the resampler's rows on demand; hostile sizes and spoiled
+// samples. That the values are those of the textbook, and the bits the same on every instruction
+// set, is held against peers in tests/oracle.
 
 #include "image/filters.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <bit>
-#include <cmath>
-#include <cstdlib>
-#include <limits>
-#include <stdexcept>
-#include <string>
-#include <utility>
-#include <vector>
+#include <cstring>
 
 #include "image/gaussian_stream.h"
 #include "image/on_every_isa.h"
+#include "image/row_resizer.h"
 #include "image/wide_gaussian.h"
 #include "input/failure_of.h"
 
 namespace morva {
 namespace {
 
-using testing_files::failure_of;
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+using testing_files::failure_of, testing_files::peak_kilobytes;
 
 using Filters = OnEveryIsa;
 INSTANTIATE_TEST_SUITE_P(Isa, Filters, testing::ValuesIn(available_isas()), isa_name);
@@ -62,7 +51,7 @@ TEST_P(Filters, BlurGoesThroughAReducedRasterAboveTenPixels) {
 }
 
 TEST_P(Filters, NothingSpreadsBeyondTheKernel) {
-  for (float broken : {kNaN, std::numeric_limits<float>::infinity()}) {
+  for (float broken : {NAN, INFINITY}) {
     Image plane = random_image(60, 70, 1);
     const Image clean = gaussian_filter(plane, 2.0, kBoundaryNearest);
     plane.at(31, 40) = broken;
@@ -91,11 +80,9 @@ TEST_P(Filters, WideGaussianIsTheDirectOneWithinAnUlp) {
       const Image wide = wide_gaussian_filter(picture, sigma);
       std::size_t different = 0;
       for (std::size_t i = 0; i < direct.data.size(); ++i) {
-        different += wide.data[i] != direct.data[i] ? 1 : 0;
-        ASSERT_LE(std::abs(std::bit_cast<std::int32_t>(wide.data[i]) -
-                           std::bit_cast<std::int32_t>(direct.data[i])),
-                  1)
-            << h << " x " << w << ", sigma " << sigma << ", sample " << i;
+        const int ulps = std::bit_cast<int>(wide.data[i]) - std::bit_cast<int>(direct.data[i]);
+        different += ulps != 0;
+        ASSERT_LE(std::abs(ulps), 1) << h << " x " << w << ", " << sigma << ", sample " << i;
       }
       EXPECT_LE(different, direct.data.size() / 500) << h << " x " << w << ", sigma " << sigma;
       vector::use_isa(vector::Isa::baseline);
@@ -121,23 +108,21 @@ TEST_P(Filters, WideGaussianHasTheKernelAndItsCut) {
 Image streamed(Image image, double sigma) {
   constexpr float kOpen = -9e9f;
   Image out(image.h, image.w, 1, kOpen);
+  const std::size_t w = image.row_samples();
   const auto read = [&](const TilePlace& tile, float* to, std::size_t stride) {
     for (std::size_t j = 0; j < tile.rows; ++j)
-      for (std::size_t i = 0; i < tile.columns; ++i) {
-        float& sample = image.data[(tile.y + j) * image.row_samples() + tile.x + i];
-        to[j * stride + i] = std::exchange(sample, kOpen);
-      }
+      for (std::size_t i = 0; i < tile.columns; ++i)
+        to[j * stride + i] = std::exchange(image.data[(tile.y + j) * w + tile.x + i], kOpen);
   };
   const auto take = [&](const TilePlace& tile, const float* from, std::size_t stride) {
     EXPECT_LE(tile.rows, kStreamRows);
     for (std::size_t j = 0; j < tile.rows; ++j)
-      for (std::size_t i = 0; i < tile.columns; ++i) {
-        float& sample = out.data[(tile.y + j) * out.row_samples() + tile.x + i];
-        EXPECT_EQ(sample, kOpen) << "taken twice";
-        sample = from[j * stride + i];
-      }
+      for (std::size_t i = 0; i < tile.columns; ++i)
+        EXPECT_EQ(std::exchange(out.data[(tile.y + j) * w + tile.x + i], from[j * stride + i]),
+                  kOpen)
+            << "taken twice";
   };
-  stream_gaussian(static_cast<std::size_t>(image.h), image.row_samples(), sigma, read, take);
+  stream_gaussian(image.h, w, sigma, read, take);
   return out;
 }
 
@@ -179,12 +164,9 @@ TEST(FilterErrors, NameWhatIsWrong) {
   const auto failure_with = [&](const std::vector<double>& kernel) {
     return failure_of([&] { correlate1d(src, dst, 1, 3, true, kernel, kBoundaryNearest); });
   };
-  const double epsilon = std::numeric_limits<double>::epsilon();
-  const std::string asymmetric = "correlate1d: ядро не симметрично";
-  EXPECT_EQ(failure_with({0.5, 0.5}), asymmetric);
-  EXPECT_EQ(failure_with({}), asymmetric);
-  EXPECT_EQ(failure_with({0.0, 1.0, 2.0 * epsilon}), asymmetric);
-  EXPECT_EQ(failure_with({0.0, 1.0, epsilon}), "");
+  for (const auto& bad : {std::vector{0.5, 0.5}, {}, {0.0, 1.0, 0x1p-51}})
+    EXPECT_EQ(failure_with(bad), "correlate1d: ядро не симметрично");
+  EXPECT_EQ(failure_with({0.0, 1.0, 0x1p-52}), "");
 
   const Image colour(4, 4, 3);
   EXPECT_EQ(failure_of([&] { gaussian_filter(colour, 0.0, kBoundaryNearest); }),
@@ -192,14 +174,84 @@ TEST(FilterErrors, NameWhatIsWrong) {
   EXPECT_EQ(failure_of([&] { blur_plane(colour, 30.0); }), "pil_resize: нужен один канал");
 
   const Image plane(20, 20, 1);
-  for (double sigma : {1e7, 1e300, std::numeric_limits<double>::infinity(),
-                       std::numeric_limits<double>::quiet_NaN()}) {
+  for (double sigma : {1e7, 1e300, std::exp(1e3), std::nan("")}) {
     EXPECT_THROW(gaussian_radius(sigma), std::length_error);
     EXPECT_THROW(gaussian_filter(plane, sigma, kBoundaryWrap), std::length_error);
     EXPECT_THROW(blur_plane(plane, sigma), std::length_error);
     EXPECT_THROW(blur_full_size(plane, sigma), std::length_error);
   }
   EXPECT_THROW(gaussian_kernel(1.0, -1), std::length_error);
+}
+
+constexpr int kAllFilters[] = {kResizeTriangle, kResizeLanczos, kResizeBicubic, kResizeBox};
+
+// Rows on demand: in order, in leaps, backwards, and with room between them.
+TEST_P(Filters, RowsOnDemandAreThoseOfTheWholeResult) {
+  constexpr int kFirstRows[] = {0, 3, 7, 4, 50, 49, 90, 12, 91, 0};
+  for (const auto& [h, w] : {std::pair{1, 1}, {2, 33}, {17, 5}, {100, 700}})
+    for (const auto& [new_h, new_w] : {std::pair{1, 33}, {17, 1}, {100, 700}, {333, 1111}})
+      for (int channels : {1, 3})
+        for (int filter : kAllFilters) {
+          const Image image = random_image(h, w, channels);
+          const Image whole = resize_image(image, new_w, new_h, filter);
+          RowResizer rows(image, new_w, new_h, filter);
+          const size_t samples = whole.row_samples(), stride = samples + 3;
+          for (int y : kFirstRows)
+            for (size_t count : {1u, 3u, 8u}) {
+              if (static_cast<size_t>(y) + count > static_cast<size_t>(new_h)) continue;
+              std::vector<float> got(count * stride, 77.0f);
+              rows.make_rows(static_cast<size_t>(y), count, got.data(), stride);
+              const float* want = &whole.data[static_cast<size_t>(y) * samples];
+              for (size_t j = 0; j < count; ++j) {
+                ASSERT_EQ(0, std::memcmp(&got[j * stride], want + j * samples, samples * 4))
+                    << w << " x " << h << " to " << new_w << " x " << new_h << ", row " << y;
+                ASSERT_EQ(77.0f, got[j * stride + samples]);
+              }
+            }
+        }
+}
+
+TEST_P(Filters, BrokenSamplesReachOnlyTheirOutputs) {
+  Image image(30, 30, 1, 0.25f);
+  image.at(15, 15) = NAN;
+  for (int filter : kAllFilters) {
+    const Image out = pil_resize(image, 60, 60, filter);
+    for (int y = 0; y < 60; ++y)
+      for (int x = 0; x < 60; ++x)
+        ASSERT_TRUE((std::abs(y - 30) <= 7 && std::abs(x - 30) <= 7) ||
+                    std::fabs(out.at(y, x) - 0.25f) < 1e-7f);
+    EXPECT_TRUE(std::isnan(out.at(30, 30)));
+  }
+}
+
+TEST(ResizeShapes, SizesBeyondMemoryFailAtOnceAndLargeOnesStayInside) {
+  constexpr int kMost = std::numeric_limits<int>::max();
+  const Image dot(1, 1, 1, 0.5f);
+  const long before = peak_kilobytes();
+  for (int filter : kAllFilters) {
+    EXPECT_THROW(resize_image(dot, kMost, 1, filter), std::bad_alloc);
+    EXPECT_THROW(resize_image(dot, 1, kMost, filter), std::bad_alloc);
+    EXPECT_THROW(resize_image(dot, kMost / 16, kMost, filter), std::bad_alloc);
+    EXPECT_THROW(resize_coefficients(kMost, kMost - 1, filter), std::bad_alloc);
+  }
+  // Each axis alone would pass, the picture would not.
+  EXPECT_THROW(resize_image(Image(1, 1, 100), 200000000, 200000000, kResizeBox), std::bad_alloc);
+  EXPECT_LT(peak_kilobytes() - before, 16 * 1024);
+  // Single precision makes 2^24 + 3 one longer than it is; the end still reads inside the image.
+  constexpr int kLong = (1 << 24) + 3;
+  const auto axis = resize_coefficients(kLong, kLong, kResizeBox);
+  for (size_t i = axis.first.size() - 8; i < axis.first.size(); ++i)
+    EXPECT_TRUE(axis.first[i] < kLong && axis.count[i] >= 1 &&
+                axis.first[i] + axis.count[i] <= kLong);
+}
+
+TEST(ResizeShapes, PresentSizeAndEmptyImagesComeBackAsTheyAre) {
+  const Image image = random_image(5, 7, 1), empty(0, 7, 3);
+  for (int filter : kAllFilters) EXPECT_TRUE(same_bits(pil_resize(image, 7, 5, filter), image));
+  EXPECT_TRUE(same_bits(resize_image(empty, 20, 20, kResizeBox), empty));
+  EXPECT_TRUE(resize_image(image, 0, 5, kResizeBox).data.empty());
+  EXPECT_EQ(failure_of([] { pil_resize(Image(4, 4, 3), 4, 4, kResizeBox); }),
+            "pil_resize: нужен один канал");
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
-// Tests that run on each instruction set of this machine and compare pictures bit for bit.
+// Tests that run on each instruction set of this machine and compare pictures bit for bit; random
+// pictures and what they measure.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -11,6 +13,7 @@
 #include <vector>
 
 #include "image/image.h"
+#include "image/pairwise_sum.h"
 #include "image/vector/isa.h"
 
 namespace morva {
@@ -42,6 +45,14 @@ inline Image random_image(std::int32_t h, std::int32_t w, std::int32_t c) {
   return image;
 }
 
+inline double mean_of(const Image& image) {
+  return mean_and_deviation(image.data.data(), image.data.size()).mean;
+}
+
+inline double deviation_of(const Image& image) {
+  return standard_deviation(image.data.data(), image.data.size());
+}
+
 // The first difference is printed. Any two NaNs are the same.
 inline testing::AssertionResult same_bits(const Image& a, const Image& b) {
   if (a.h != b.h || a.w != b.w || a.c != b.c || a.data.size() != b.data.size())
@@ -52,6 +63,17 @@ inline testing::AssertionResult same_bits(const Image& a, const Image& b) {
       return testing::AssertionFailure()
              << "sample " << i << " of " << a.data.size() << ": " << a.data[i] << ", " << b.data[i];
   return testing::AssertionSuccess();
+}
+
+// `make` comes to the same picture on every set.
+template <typename Make>
+void expect_same_on_every_isa(const Make& make) {
+  const Image best = make();
+  for (const vector::Isa isa : available_isas()) {
+    vector::use_isa(isa);
+    EXPECT_TRUE(same_bits(best, make())) << static_cast<int>(isa);
+  }
+  vector::use_isa(vector::best_isa());
 }
 
 }  // namespace morva

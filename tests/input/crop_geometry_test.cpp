@@ -3,13 +3,6 @@
 
 #include "input/crop_geometry.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <utility>
-
 #include "image/on_every_isa.h"
 #include "input/failure_of.h"
 #include "input/rotate_crop.h"
@@ -70,37 +63,34 @@ TEST(CropGeometry, TheLargestScaleJustFits) {
   EXPECT_FALSE(morva_crop_fits(nullptr, 1, 0.1, 900, 600, 0.5));
 }
 
-TEST(CropGeometry, ACropKeepsItsLeastSize) {
-  const Four crop = {0.4, 0.4, 0.2, 0.1}, edge = {0.9, 0.0, 0.1, 0.1};
+TEST(CropGeometry, ACropKeepsItsLeastSizeAndItsRoom) {
+  const Four crop = {0.4, 0.4, 0.2, 0.1}, edge = {0.9, 0.0, 0.1, 0.1}, right = {0.6, 0.1, 0.2, 0.2};
   Four out;
   morva_crop_scale(crop.data(), 1, 0.01, 1000, 1000, 50, out.data());
   EXPECT_NEAR(0.05, out[3], 1e-12);
   EXPECT_NEAR(0.45, out[0], 1e-12);
-  morva_crop_fit_to_angle(crop.data(), 1, 10.0, 1000, 1000, 0, nullptr, out.data());
+  const auto fit = [&](double angle, int grows, const double* wanted) {
+    morva_crop_fit_to_angle(crop.data(), 1, angle, 1000, 1000, grows, wanted, out.data());
+  };
+  fit(10.0, 0, nullptr);
   EXPECT_NEAR(0.2, out[2], 1e-12);
-  morva_crop_fit_to_angle(crop.data(), 1, 10.0, 1000, 1000, 1, nullptr, out.data());
+  fit(10.0, 1, nullptr);
   EXPECT_NEAR(1.0, morva_crop_max_scale(out.data(), 1, 10.0, 1000, 1000), 1e-9);
-  morva_crop_fit_to_angle(crop.data(), 1, 45.0, 1000, 1000, 0, edge.data(), out.data());
+  fit(45.0, 0, edge.data());
   EXPECT_NEAR(0.064, out[3], 1e-12);
   EXPECT_NEAR(0.95, out[0] + out[2] / 2, 1e-12);
-}
-
-TEST(CropGeometry, ExpandingTakesAllTheRoom) {
-  const Four crop = {0.6, 0.1, 0.2, 0.2};
-  const auto expanded = [&](double aspect, double angle) {
-    Four out;
-    morva_crop_expand(crop.data(), 1, 900, 600, aspect, angle, out.data());
+  // Expanded, it is moved back in from the right.
+  for (const auto& [aspect, angle] :
+       {std::pair{1.0, 0.0}, {3.0, 0.0}, {1.25, -8.0}, {1.25, 2.0}, {1.25, 70.0}}) {
+    morva_crop_expand(right.data(), 1, 900, 600, aspect, angle, out.data());
     EXPECT_NEAR(aspect, (out[2] * 900) / (out[3] * 600), 1e-9);
-    return out;
-  };
-  EXPECT_EQ(1.0, expanded(1.0, 0.0)[3]);
-  EXPECT_NEAR(1.0 / 3.0, expanded(1.0, 0.0)[0], 1e-12);  // moved back in from the right
-  EXPECT_EQ(1.0, expanded(3.0, 0.0)[2]);
-  EXPECT_EQ(0.0, expanded(3.0, 0.0)[1]);
-  for (const double angle : {-8.0, 2.0, 70.0}) {
-    const Four turned = expanded(1.25, angle);
-    EXPECT_NEAR(1.0, morva_crop_max_scale(turned.data(), 1, angle, 900, 600), 1e-9);
-    EXPECT_NEAR(0.7, turned[0] + turned[2] / 2, 1e-12);
+    if (angle == 0.0) {
+      EXPECT_EQ(1.0, out[aspect == 1.0 ? 3 : 2]);
+      EXPECT_NEAR(aspect == 1.0 ? 1.0 / 3.0 : 0.0, out[0], 1e-12);
+    } else {
+      EXPECT_NEAR(1.0, morva_crop_max_scale(out.data(), 1, angle, 900, 600), 1e-9);
+      EXPECT_NEAR(0.7, out[0] + out[2] / 2, 1e-12);
+    }
   }
 }
 
@@ -138,11 +128,7 @@ TEST(RotateCrop, FollowsTheCubicAtEverySizeAndChannelCount) {
       for (const double angle : {0.3, -7.0, 45.0, 90.0, 200.0}) {
         const Image image = random_image(h, w, c);
         const Image turned = rotate_crop_input(image, Json(), angle);
-        for (const vector::Isa isa : {vector::Isa::baseline, vector::Isa::avx2}) {
-          vector::use_isa(isa);
-          EXPECT_TRUE(same_bits(turned, rotate_crop_input(image, Json(), angle)));
-        }
-        vector::use_isa(vector::best_isa());
+        expect_same_on_every_isa([&] { return rotate_crop_input(image, Json(), angle); });
         double worst = 0.0;
         for (int y = 0; y < h; ++y)
           for (int x = 0; x < w; ++x)

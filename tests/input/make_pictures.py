@@ -191,16 +191,15 @@ def claims_and_dates():
         for what, side in (("giant", 65000), ("mostly-missing", 16000)):
             write(f"{what}-{name}.jpg", data[: frame + 5] + struct.pack(">HH", side, side) + data[frame + 9 :])
     flat = patches()
-    write("giant.tif", tiff_rgb(flat, tags={256: (LONG, [200000]), 257: (LONG, [200000])}))
-    write("mostly-missing.tif", tiff_rgb(flat, tags={256: (LONG, [16000]), 257: (LONG, [16000])}))
+    for what, side in (("giant", 200000), ("mostly-missing", 16000)):
+        write(what + ".tif", tiff_rgb(flat, tags={256: (LONG, [side]), 257: (LONG, [side])}))
     write("many-samples.tif", tiff_rgb(flat, tags={258: (SHORT, [8]), 277: (SHORT, [60000]), 339: (SHORT, [1])}))
-    dates = {"sound-0": "1999:01:01 00:00:00", "sound-1": "2024:12:31 23:59:59", "0": "2024:00:10 00:00:00",
-             "1": "2024:01:32 00:00:00", "2": "2024:01:01 24:00:00", "3": "2024:01:01 00:00:60",
-             "4": "2024-01-01 00:00:00", "5": "2024:01:01", "6": "    :  :     :  :  "}
+    dates = ["2024:00:10 00:00:00", "2024:01:32 00:00:00", "2024:01:01 24:00:00", "2024:01:01 00:00:60",
+             "2024-01-01 00:00:00", "2024:01:01", "    :  :     :  :  ", "1999:01:01 00:00:00", "2024:12:31 23:59:59"]
     odd = {33434: (RATIO, [1, 0]), 33437: (RATIO, [0, 0]), 34855: (LONG, [0xFFFFFFFF]),
            36867: (ASCII, "0000:00:00 00:00:00"), 36868: (ASCII, "2019:12:31 08:00:00 "),
            42036: (ASCII, [1, 32, 99, 97, 102, 0xE9, 0])}
-    blocks = {f"date-{key}.jpg": exif(1, {36867: (ASCII, text)}) for key, text in dates.items()}
+    blocks = {f"date-{i}.jpg": exif(1, {36867: (ASCII, text)}) for i, text in enumerate(dates)}
     blocks["odd.jpg"] = exif(1, odd, {271: (ASCII, "m" * 300), 306: BODY[306]})
     for name, block in blocks.items():
         save(name, patches(), "JPEG", None, exif=b"Exif\0\0" + block)

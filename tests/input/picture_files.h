@@ -21,26 +21,19 @@ namespace morva::testing_files {
 namespace fs = std::filesystem;
 using Bytes = std::vector<std::uint8_t>;
 
-// A folder of the test's own that goes with it.
-struct TemporaryFolder {
-  fs::path path;
-
-  TemporaryFolder() {
-    std::string pattern = (fs::temp_directory_path() / "morva-input-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) std::abort();
-    path = pattern;
-  }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  ~TemporaryFolder() { fs::remove_all(path); }
-};
-
+// The pictures, in a folder that goes with the test program.
 inline const fs::path& pictures() {
-  static const TemporaryFolder folder;
-  static const fs::path script = fs::path(__FILE__).parent_path() / "make_pictures.py";
-  static const int status =
-      std::system(("/usr/bin/python3 " + script.string() + " " + folder.path.string()).c_str());
-  if (status != 0) throw std::runtime_error("make_pictures.py failed");
+  static const struct Folder {
+    fs::path path;
+    Folder() {
+      std::string made = (fs::temp_directory_path() / "morva-input-XXXXXX").string();
+      path = mkdtemp(made.data());
+      const fs::path script = fs::path(__FILE__).parent_path() / "make_pictures.py";
+      if (std::system(("/usr/bin/python3 " + script.string() + " " + made).c_str()) != 0)
+        throw std::runtime_error("make_pictures.py failed");
+    }
+    ~Folder() { fs::remove_all(path); }
+  } folder;
   return folder.path;
 }
 
@@ -54,9 +47,8 @@ inline Bytes bytes_of(const fs::path& path) {
 }
 
 inline std::string written(const std::string& name, const Bytes& bytes) {
-  std::ofstream(pictures() / name, std::ios::binary)
-      .write(reinterpret_cast<const char*>(bytes.data()),
-             static_cast<std::streamsize>(bytes.size()));
+  std::ofstream file(pictures() / name, std::ios::binary);
+  file.write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
   return picture(name);
 }
 

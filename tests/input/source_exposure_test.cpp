@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <random>
 #include <vector>
 
@@ -51,8 +50,8 @@ TEST(SourceStats, AreTakenAfterReduction) {
 }
 
 TEST(SourceStats, NothingBreaksThem) {
-  const float inf = std::numeric_limits<float>::infinity();
-  const std::vector<float> odd = {std::nanf(""), 0.5f, 0.5f, inf, inf, inf, -inf, 0.2f, 0.3f};
+  const std::vector<float> odd = {NAN,      0.5f,      0.5f, INFINITY, INFINITY,
+                                  INFINITY, -INFINITY, 0.2f, 0.3f};
   EXPECT_EQ(0, measured(odd, 0, 1).width);
   EXPECT_EQ(0.0, measured(odd, 1, -2147483647).p995);
   const MorvaSourceStats bounded = measured(odd, 3, 1);
@@ -60,29 +59,25 @@ TEST(SourceStats, NothingBreaksThem) {
   EXPECT_NEAR(0.5 * 0.7152 + 0.5 * 0.0722, bounded.p50, 1e-6);  // no red where it was no number
 }
 
-TEST(SourceGain, BringsTheMiddleToAFilmsGrey) {
+TEST(SourceGain, BringsTheMiddleToAFilmsGreyAndIsAppliedWhenItIsANumber) {
   const auto gain = [](const char* mode, double p10, double p50, double p995) {
     const MorvaSourceStats stats = {8, 8, p10, p50, p995};
     return morva_source_gain(mode, &stats);
   };
-  const double nan = std::nan(""), inf = std::numeric_limits<double>::infinity();
-  for (const char* mode :
-       {static_cast<const char*>(nullptr), "auto", "foo", "highlights", "shadows"}) {
+  const char* modes[] = {nullptr, "auto", "foo", "highlights", "shadows"};
+  for (const char* mode : modes) {
     EXPECT_DOUBLE_EQ(1.5, gain(mode, 0.04, 0.1, 0.5));
     EXPECT_EQ(64.0, gain(mode, 0.0, 1e-4, 0.0));
-    EXPECT_EQ(0.25, gain(mode, inf, inf, inf));
-    EXPECT_EQ(1.0, gain(mode, nan, nan, nan));
+    EXPECT_EQ(0.25, gain(mode, INFINITY, INFINITY, INFINITY));
+    EXPECT_EQ(1.0, gain(mode, NAN, NAN, NAN));
     EXPECT_EQ(1.0, morva_source_gain(mode, nullptr));
   }
   EXPECT_EQ(1.44, morva_source_gain("as_shot", nullptr));
   EXPECT_DOUBLE_EQ(0.9 / 1.2, gain("highlights", 0.02, 0.1, 1.2));
   EXPECT_DOUBLE_EQ(4.5, gain("shadows", 0.01, 0.1, 0.5));
-}
-
-TEST(SourceGain, IsAppliedWhenItIsANumber) {
-  const auto applied = [](const Json& gain) {
+  const auto applied = [](const Json& factor) {
     Image image(1, 1, 3, 0.3f);
-    apply_source_gain(image, {{"_source_gain", gain}});
+    apply_source_gain(image, {{"_source_gain", factor}});
     return image.data[1];
   };
   EXPECT_EQ(0.3f * 1.7f, applied(1.7));
