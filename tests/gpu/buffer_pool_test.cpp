@@ -3,39 +3,28 @@
 #include <thread>
 
 #include "gpu/device_test.h"
-#include "input/failure_of.h"
 
 namespace morva::gpu {
 namespace {
 
-using testing_files::failure_of;
+using platform::Heap;
+using Sizes = std::vector<std::uint64_t>;
 
 class BufferPool : public GpuTest {
  protected:
-  // Heap and bytes of the buffers created since `calls` was cleared.
-  std::vector<std::uint64_t> created(platform::Heap heap) {
-    std::vector<std::uint64_t> bytes;
-    for (const Call& call : machine.calls_of(Op::create_buffer)) {
-      if (call.values[0] == static_cast<std::uint64_t>(heap)) bytes.push_back(call.values[1]);
-    }
-    return bytes;
-  }
+  Sizes created(Heap heap = Heap::device_local) const { return machine.made(heap); }
 };
-
-TEST_F(BufferPool, SmallBuffersHaveAResourceOf256Bytes) {
-  make_busy();
-  const auto none = device->alloc(0);
-  const auto small = device->alloc(63);
-  const auto large = device->alloc(65);
-  EXPECT_EQ(1u, none->count);
-  EXPECT_EQ(63u, small->count);
-  EXPECT_EQ((std::vector<std::uint64_t>{256, 256, 260}), created(platform::Heap::device_local));
-  EXPECT_EQ("morva pool 1 KB", machine.calls_of(Op::set_name).back().name);
-  EXPECT_EQ((1u + 63u + 65u) * 4u, device->pool_stats().pool_total_bytes);
-}
 
 TEST_F(BufferPool, TakesTheSmallestThatIsAtMostTwiceTooLarge) {
   make_busy();
+  {
+    const auto none = device->alloc(0), small = device->alloc(63), large = device->alloc(65);
+    EXPECT_EQ(1u, none->count);
+    EXPECT_EQ(63u, small->count);
+    EXPECT_EQ((Sizes{256, 256, 260}), created());
+    EXPECT_EQ("morva pool 1 KB", machine.calls_of(Op::set_name).back().name);
+    EXPECT_EQ((1u + 63u + 65u) * 4u, device->pool_stats().pool_total_bytes);
+  }
   { const auto larger = device->alloc(3000), smaller = device->alloc(2001); }
   EXPECT_EQ(1000u, device->alloc(1000)->count);
   EXPECT_EQ(1000u, device->alloc(500)->count);
@@ -43,30 +32,29 @@ TEST_F(BufferPool, TakesTheSmallestThatIsAtMostTwiceTooLarge) {
   const auto held = device->alloc(1500);
   EXPECT_EQ(2001u, held->count);
   EXPECT_EQ(3000u, device->alloc(1500)->count);
-  EXPECT_EQ(4u, created(platform::Heap::device_local).size());
+  EXPECT_EQ(7u, created().size());
 }
 
 TEST_F(BufferPool, WithoutAPoolBuffersDieWithTheList) {
   make_busy();
   test_hooks().no_pool = true;
-  device->begin_mark("список");
-  device->alloc(100);
-  device->end_mark();
-  EXPECT_EQ(0u, device->pool_stats().pool_free_bytes);
-  EXPECT_EQ(400u, device->pool_stats().pool_total_bytes);
-  device->submit();
-  EXPECT_EQ(0u, device->pool_stats().pool_total_bytes);
+  for (const bool dropped : {false, true}) {
+    device->begin_mark("список");
+    device->alloc(100);
+    device->end_mark();
+    EXPECT_EQ(0u, device->pool_stats().pool_free_bytes);
+    EXPECT_EQ(400u, device->pool_stats().pool_total_bytes);
+    dropped ? device->abandon() : device->submit();
+    EXPECT_EQ(0u, device->pool_stats().pool_total_bytes);
+  }
 }
 
 TEST_F(BufferPool, TrimFreesWhatTheBudgetAsksFor) {
   make_busy();
   const auto held = device->alloc(7);
-  const auto fill = [&] {
-    const auto a = device->alloc(1000), b = device->alloc(200), c = device->alloc(50);
-  };
   const auto free_after = [&](bool aggressive, platform::MemoryInfo memory) {
     machine.local = memory;
-    fill();
+    { const auto a = device->alloc(1000), b = device->alloc(200), c = device->alloc(50); }
     device->trim(aggressive);
     return device->pool_stats().pool_free_bytes / sizeof(float);
   };
@@ -77,14 +65,11 @@ TEST_F(BufferPool, TrimFreesWhatTheBudgetAsksFor) {
   EXPECT_EQ(1250u, free_after(false, {1 << 20, 786'431}));
   EXPECT_EQ(0u, free_after(false, {1 << 20, 786'432}));
   EXPECT_EQ(28u, device->pool_stats().pool_total_bytes);
-}
 
-TEST_F(BufferPool, MemoryFiguresAreZeroWhereNobodyTellsThem) {
-  make();
   machine.local = {10, 4};
   machine.non_local = {20, 5};
   EXPECT_EQ(20u, device->pool_stats().shared_budget);
-  machine.fail(Op::memory, 1, platform::kFailed);
+  machine.fail({1, platform::kFailed, false, Op::ask});  // a machine that does not tell
   const PoolStats stats = device->pool_stats();
   EXPECT_EQ(0u, stats.local_budget + stats.local_usage);
   EXPECT_EQ(5u, stats.shared_usage);
@@ -93,12 +78,9 @@ TEST_F(BufferPool, MemoryFiguresAreZeroWhereNobodyTellsThem) {
 TEST_F(BufferPool, ShortMemoryEmptiesThePoolAndTriesOnceMore) {
   make_busy();
   device->alloc(100);
-  run(Kernel::clampv, 1);
   test_hooks() = TestHooks{};
   test_hooks().fail_alloc_at = 1;
   const auto buffer = device->alloc(5000);
-  EXPECT_EQ(2u, test_hooks().alloc_count);
-  EXPECT_EQ(1u, machine.count(Op::execute));
   EXPECT_EQ(20'000u, device->pool_stats().pool_total_bytes);
 
   test_hooks().fail_alloc_from = 1;
@@ -115,6 +97,12 @@ TEST_F(BufferPool, ShortMemoryEmptiesThePoolAndTriesOnceMore) {
     }
     machine.local.usage = 1000;
   }
+  test_hooks() = TestHooks{};
+  machine.calls.clear();
+  for (const std::uint64_t count :
+       {~std::uint64_t{0}, (std::uint64_t{1} << 62) + 1, std::uint64_t{1} << 32})
+    EXPECT_EQ("DX12: буфер — HRESULT 0x8007000E", failure_of([&] { device->alloc(count); }));
+  EXPECT_TRUE(created().empty());
 }
 
 // A list keeps a table for each of its dispatches, and some drivers count allocations.
@@ -126,25 +114,12 @@ TEST_F(BufferPool, TenThousandDispatchesEndTheirListWhereADriverAllowsFewerBuffe
   const auto even = device->upload(floats.data(), 300);
   const auto odd = device->alloc(300);
   for (int i = 0; i < 5'000; ++i) {
-    device->dispatch(Kernel::copy_main, 2, 1, {300}, {1.0f}, {even.get(), nullptr, odd.get()});
-    device->dispatch(Kernel::copy_main, 2, 1, {299}, {1.0f}, {odd.get(), nullptr, even.get()});
+    copy_by_kernel(*device, *even, *odd, 300);
+    copy_by_kernel(*device, *odd, *even, 299);
   }
   EXPECT_EQ(floats, device->download(*odd, 300));
   EXPECT_EQ(10'000u, device->stats().dispatches);
   EXPECT_EQ(3u, device->stats().submits);
-}
-
-TEST_F(BufferPool, ALostDeviceIsNotRetriedAndAnAbsurdSizeIsNoSmallBuffer) {
-  make_busy();
-  machine.fail(Op::create_buffer, 1, platform::kDeviceReset);
-  EXPECT_EQ("DX12: буфер — HRESULT 0x887A0007", failure_of([&] { device->alloc(10); }));
-  EXPECT_EQ(1u, machine.count(Op::create_buffer));
-  machine.fail_nothing();
-  for (const std::uint64_t count :
-       {~std::uint64_t{0}, (std::uint64_t{1} << 62) + 1, std::uint64_t{1} << 32}) {
-    EXPECT_EQ("DX12: буфер — HRESULT 0x8007000E", failure_of([&] { device->alloc(count); }));
-  }
-  EXPECT_EQ(1u, machine.count(Op::create_buffer));
 }
 
 TEST_F(BufferPool, BuffersMayBeDroppedOnAnyThread) {
@@ -161,7 +136,11 @@ TEST_F(BufferPool, BuffersMayBeDroppedOnAnyThread) {
 }
 
 TEST_F(BufferPool, PicturesComeBackAsTheyWent) {
-  make();
+  make_busy();
+  EXPECT_EQ(1u, device->upload(nullptr, 0)->count);
+  EXPECT_TRUE(device->download(*device->alloc(1), 0).empty());
+  EXPECT_EQ(0u, machine.count(Op::list_reset));
+
   Image picture(3, 5, 3);
   picture.data = ramp(45);
   const GImage there = device->upload(picture);
@@ -182,42 +161,24 @@ TEST_F(BufferPool, PicturesComeBackAsTheyWent) {
   EXPECT_EQ(0u, stats.frame_uploads + stats.frame_downloads);
 }
 
-TEST_F(BufferPool, NothingToUploadRecordsNothing) {
-  make_busy();
-  EXPECT_EQ(1u, device->upload(nullptr, 0)->count);
-  EXPECT_TRUE(device->download(*device->alloc(1), 0).empty());
-  EXPECT_EQ(0u, machine.count(Op::list_reset));
-  EXPECT_EQ(0u, device->stats().uploads + device->stats().downloads);
-}
-
 TEST_F(BufferPool, TheRingTakesAllThatFitsHalfAChunk) {
   make_busy();
   const std::uint64_t half = 0x800000;  // floats in 32 MiB
   const std::vector<float> data(half + 1, 1.5f);
   const auto a = device->upload(data.data(), half);
   const auto b = device->upload(data.data(), half);
-  EXPECT_EQ((std::vector<std::uint64_t>{0x4000000}), created(platform::Heap::upload));
+  EXPECT_EQ(Sizes{0x4000000}, created(Heap::upload));
   device->submit();
   const auto c = device->upload(data.data(), half);  // the ring begins anew
-  EXPECT_EQ(1u, created(platform::Heap::upload).size());
+  EXPECT_EQ(1u, created(Heap::upload).size());
   const std::uint64_t before = machine.live_objects;
   const auto d = device->upload(data.data(), half + 1);
-  EXPECT_EQ((std::vector<std::uint64_t>{0x4000000, 0x2000100}), created(platform::Heap::upload));
+  EXPECT_EQ((Sizes{0x4000000, 0x2000100}), created(Heap::upload));
   device->submit();
   EXPECT_EQ(before + 1, machine.live_objects);  // its buffer stays, its upload does not
   EXPECT_EQ(1.5f, device->download(*d, half + 1).back());
   EXPECT_EQ(4u, device->stats().frame_uploads);
   EXPECT_EQ(1u, device->stats().frame_downloads);
-}
-
-TEST_F(BufferPool, AnUploadHasAPriceInTheList) {
-  make_busy();
-  gpu_budget().submit_ms = 1.0;
-  const std::vector<float> data(1 << 19);
-  const auto buffer = device->upload(data.data(), data.size());  // 2 MiB: 1.05 ms
-  set_cost(Kernel::clampv, 0.001);
-  run(Kernel::clampv, 1);
-  EXPECT_EQ(1u, machine.count(Op::execute));
 }
 
 }  // namespace

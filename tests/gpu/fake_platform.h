@@ -1,7 +1,7 @@
-// A GPU made of host memory. It records every call as a plain record, really copies, runs kernels
-// as host functions, keeps a clock of its own for timestamps, fails whatever call it is told to,
-// counts the objects alive, and notes every use that a real device would punish with undefined
-// behaviour.
+// A GPU made of host memory. It records the calls that a test may ask after, really copies, runs
+// kernels as host functions, keeps a clock of its own for timestamps and fails whatever call it is
+// told to. When it goes, every object must have been released, and no use may have been made that a
+// real device would punish with undefined behaviour.
 #pragma once
 
 #include <array>
@@ -27,55 +27,35 @@ enum class Op {
   software_adapter,
   try_device,
   create_device,
-  memory,
-  architecture,
-  double_support,
+  ask,  // for what can be done without: what the device is, its memory, its clock's rate
   create_queue,
   create_allocator,
   create_list,
   create_fence,
+  open_event,
   create_query_heap,
   create_buffer,
   check_layout,
   create_layout,
   create_pipeline,
-  removed_reason,
-  remove,
-  fault_report,
-  keep_messages,
-  take_messages,
   set_name,
   map,
-  unmap,
   allocator_reset,
   list_reset,
-  list_close,
-  set_layout,
-  set_pipeline,
-  set_constants,
-  set_band_row,
-  bind_table,
-  bind_buffer,
   dispatch,
-  barrier,
-  transition,
-  copy,
-  marker,
   end_query,
-  resolve,
+  list_close,
   execute,
   signal,
-  completed,
-  open_event,
   wait,
-  timestamp_frequency,
+  removed_reason,
 };
 
-// One call: what it was, the name of the object it was about, its numbers in order.
 struct Call {
   Op op;
-  std::string name;
-  std::vector<std::uint64_t> values;
+  std::string name;       // of the object that it was about
+  platform::Heap heap{};  // of a buffer that it made
+  std::uint64_t bytes = 0;
 };
 
 // What a kernel sees. Buffers are as large as their resources.
@@ -94,16 +74,24 @@ struct FakeAdapterSetup {
   platform::Result trial = platform::kOk;
 };
 
+// Which calls fail: the n-th (from 1), or all from it on, of one kind or of any that can fail.
+struct FailurePlan {
+  std::uint64_t nth;
+  platform::Result code;
+  bool from_then_on = false;
+  std::optional<Op> op = std::nullopt;
+};
+
 class FakePlatform : public platform::Platform {
  public:
+  ~FakePlatform() override;
+
   // What the machine is; set before a device is made.
   std::vector<FakeAdapterSetup> adapters{{{"Fake 3000", false, std::uint64_t{8} << 30}}};
-  bool has_software_adapter = true;
   platform::Architecture architecture;
   bool doubles = true;
   std::uint64_t ticks_per_s = 1'000'000'000;
   std::uint64_t most_kernel_buffers = ~std::uint64_t{0};  // alive at a time
-  std::string layout_message = "too few bindings";
   platform::MemoryInfo local;
   platform::MemoryInfo non_local;
   std::vector<platform::DebugMessage> messages;
@@ -117,20 +105,20 @@ class FakePlatform : public platform::Platform {
   std::map<std::uint32_t, std::uint64_t> forced_ticks;            // of a query, whatever the clock
   platform::Result lost = platform::kOk;                          // a failure: the device is gone
 
-  // Fails the n-th call (from 1, counted from here) of one kind, or of any that can fail.
-  void fail(Op op, std::uint64_t nth, platform::Result code, bool from_then_on = false);
-  void fail_any(std::uint64_t nth, platform::Result code, bool from_then_on = false);
+  void fail(const FailurePlan& plan);
   // Ends the plan; whether it ever came to pass.
   bool fail_nothing();
 
   // What happened.
   std::vector<Call> calls;
-  std::vector<std::string> misuses;
   std::vector<Op> struck;  // calls that failed by the plan
+  std::vector<std::string> misuses;
   std::uint64_t live_objects = 0;
 
   std::vector<Call> calls_of(Op op) const;
   std::uint64_t count(Op op) const { return calls_of(op).size(); }
+  // Bytes of the buffers made on a heap.
+  std::vector<std::uint64_t> made(platform::Heap heap) const;
 
   platform::Result enable_debug_layer() override { return answer(Op::enable_debug_layer); }
   void enable_kernel_checks() override { note(Op::enable_kernel_checks); }
@@ -139,10 +127,15 @@ class FakePlatform : public platform::Platform {
   std::int64_t now_ns() override { return clock_ns; }
 
   // For the objects that it hands out.
-  void note(Op op, const std::string& name = {}, std::vector<std::uint64_t> values = {});
-  // Records a call that can fail and tells whether it does.
-  platform::Result answer(Op op, const std::string& name = {},
-                          std::vector<std::uint64_t> values = {});
+  void note(Op op, const std::string& name = {}) { calls.push_back({op, name}); }
+  // Notes a call that can fail, and does what it is for unless it does.
+  platform::Result answer(Op op);
+  template <class Deed>
+  platform::Result answer(Op op, const Deed& deed) {
+    const platform::Result result = answer(op);
+    if (result.ok()) deed();
+    return result;
+  }
   void misuse(const std::string& what) { misuses.push_back(what); }
 
   std::uint64_t next_resource = 1;
@@ -151,14 +144,8 @@ class FakePlatform : public platform::Platform {
   std::uint64_t gpu_ticks = 1000;
 
  private:
-  struct Plan {  // what is to fail
-    std::optional<Op> op;
-    std::uint64_t nth = 0;
-    platform::Result code;
-    bool from_then_on = false;
-    std::uint64_t seen = 0;
-  };
-  std::optional<Plan> plan_;
+  std::optional<FailurePlan> plan_;
+  std::uint64_t seen_ = 0;  // of the calls that the plan counts
 };
 
 }  // namespace morva::gpu

@@ -1,38 +1,71 @@
 // The Vulkan platform below the device: machines that lack something, objects that outlive what
 // made them, queues side by side.
 
+#include <cstdlib>
 #include <cstring>
 #include <thread>
 
+#include "gpu/device_test.h"
+#include "gpu/driver_suppressions.h"
 #include "gpu/platform/vulkan_memory.h"
-#include "gpu/vulkan_test.h"
-#include "input/failure_of.h"
+#include "gpu/platform/vulkan_platform.h"
+#include "gpu/vulkan_layer.h"
 
 namespace morva::gpu {
-namespace {
 
 using namespace platform;
-using testing_files::failure_of;
 
-// A queue with all that running a list on it takes.
+void keep_debug_layer_loaded() {
+  static Factory* const kept = [] {
+    const auto machine = make_vulkan_platform("libvulkan.so.1");
+    std::unique_ptr<Factory> factory;
+    EXPECT_TRUE(machine->enable_debug_layer().ok());
+    EXPECT_TRUE(machine->create_factory(&factory).ok());
+    return factory.release();
+  }();
+  EXPECT_NE(nullptr, kept);
+}
+
+namespace {
+
+// A queue with all that running a list on it takes, and a way of bytes up, across and down.
 struct Lane {
   std::unique_ptr<Queue> queue;
   std::unique_ptr<Allocator> allocator;
   std::unique_ptr<List> list;
   std::unique_ptr<Fence> fence;
   std::uint64_t value = 0;
+  std::unique_ptr<Resource> upload, local, readback;
+  std::byte* in;
+  const std::byte* seen;
 
-  explicit Lane(platform::Device& device) {
+  Lane(platform::Device& device, std::uint64_t bytes) {
     EXPECT_TRUE(device.create_queue(&queue).ok());
     EXPECT_TRUE(device.create_allocator(&allocator).ok());
     EXPECT_TRUE(device.create_list(*allocator, &list).ok());
     EXPECT_TRUE(list->close().ok());
     EXPECT_TRUE(device.create_fence(0, &fence).ok());
     EXPECT_TRUE(fence->open_event().ok());
+    EXPECT_TRUE(device.create_buffer(Heap::upload, bytes, State::generic_read, &upload).ok());
+    EXPECT_TRUE(device.create_buffer(Heap::device_local, bytes, State::common, &local).ok());
+    EXPECT_TRUE(device.create_buffer(Heap::readback, bytes, State::copy_dest, &readback).ok());
+    local->set_name("racing");
+    in = memory_of(*upload);
+    seen = memory_of(*readback);
+  }
+  static std::byte* memory_of(Resource& resource) {
+    void* memory = nullptr;
+    EXPECT_TRUE(resource.map(0, &memory).ok());
+    return static_cast<std::byte*>(memory);
   }
   void open() {
     EXPECT_TRUE(allocator->reset().ok());
     EXPECT_TRUE(list->reset(*allocator).ok());
+  }
+  void record_way(std::uint64_t bytes) {
+    list->copy(*local, 0, *upload, 0, bytes);
+    list->transition(*local, State::copy_dest, State::copy_source);
+    list->copy(*readback, 0, *local, 0, bytes);
   }
   void run() {
     EXPECT_TRUE(list->close().ok());
@@ -60,20 +93,6 @@ class VulkanPlatform : public ::testing::Test {
   void TearDown() override {
     if (!device) return;
     for (const DebugMessage& message : device->take_messages()) ADD_FAILURE() << message.text;
-  }
-  std::unique_ptr<Resource> buffer(Heap heap, std::uint64_t bytes) {
-    State state = State::common;
-    if (heap == Heap::upload) state = State::generic_read;
-    if (heap == Heap::readback) state = State::copy_dest;
-    std::unique_ptr<Resource> made;
-    EXPECT_TRUE(device->create_buffer(heap, bytes, state, &made).ok());
-    made->set_name("test");
-    return made;
-  }
-  static std::byte* memory_of(Resource& resource) {
-    void* memory = nullptr;
-    EXPECT_TRUE(resource.map(0, &memory).ok());
-    return static_cast<std::byte*>(memory);
   }
 
   std::unique_ptr<Platform> machine = make_vulkan_platform("libvulkan.so.1");
@@ -121,8 +140,7 @@ TEST(VulkanMachine, WhereMemoryIsSharedEveryHeapServes) {
   EXPECT_EQ((Types{0}), vulkan::memory_types(facts, 0b1111, Heap::upload));
 }
 
-TEST(VulkanMachine, TheProcessHasOnePlatform) {
-  EXPECT_EQ(&vulkan_platform(), &vulkan_platform());
+TEST(VulkanMachine, HardwareComesBeforeSoftware) {
   const std::int64_t before = vulkan_platform().now_ns();
   EXPECT_LE(before, vulkan_platform().now_ns());
   std::unique_ptr<Factory> factory;
@@ -130,7 +148,7 @@ TEST(VulkanMachine, TheProcessHasOnePlatform) {
   bool software = false;
   std::unique_ptr<Adapter> adapter;
   for (std::uint32_t i = 0; factory->adapter(i, &adapter).ok(); ++i) {
-    EXPECT_FALSE(software && !adapter->description().software) << "hardware behind software";
+    EXPECT_FALSE(software && !adapter->description().software);
     software = adapter->description().software;
     EXPECT_FALSE(adapter->description().name.empty());
   }
@@ -138,15 +156,13 @@ TEST(VulkanMachine, TheProcessHasOnePlatform) {
 }
 
 TEST_F(VulkanPlatform, WhatItRefuses) {
-  const std::unique_ptr<Resource> local = buffer(Heap::device_local, 256);
+  const Lane lane(*device, 256);
   void* memory = nullptr;
-  EXPECT_FALSE(local->map(0, &memory).ok());
+  EXPECT_FALSE(lane.local->map(0, &memory).ok());
   std::unique_ptr<Resource> none;
-  for (const Heap heap : {Heap::device_local, Heap::upload, Heap::readback}) {
-    for (const std::uint64_t bytes : {std::uint64_t{3} << 32, std::uint64_t{1} << 62}) {
+  for (const Heap heap : {Heap::device_local, Heap::upload, Heap::readback})
+    for (const std::uint64_t bytes : {std::uint64_t{3} << 32, std::uint64_t{1} << 62})
       EXPECT_EQ(kOutOfMemory, device->create_buffer(heap, bytes, State::common, &none));
-    }
-  }
   std::string message;
   EXPECT_TRUE(device->check_layout(&message).ok());
   std::unique_ptr<Layout> layout;
@@ -160,50 +176,39 @@ TEST_F(VulkanPlatform, WhatItRefuses) {
 }
 
 TEST_F(VulkanPlatform, ObjectsKeepAliveWhatTheyWereMadeFrom) {
-  std::unique_ptr<Resource> upload = buffer(Heap::upload, 64);
-  std::unique_ptr<Resource> readback = buffer(Heap::readback, 64);
-  Lane lane(*device);
+  Lane lane(*device, 64);
   device.reset();
   adapter.reset();
   factory.reset();
-  std::memset(memory_of(*upload), 0x5A, 64);
+  std::memset(lane.in, 0x5A, 64);
   lane.open();
-  lane.list->copy(*readback, 0, *upload, 0, 64);
+  lane.record_way(64);
   lane.run();
   lane.allocator.reset();  // the list needs its memory
   lane.wait();
-  EXPECT_EQ(std::byte{0x5A}, memory_of(*readback)[63]);
+  EXPECT_EQ(std::byte{0x5A}, lane.seen[63]);
 }
 
 TEST_F(VulkanPlatform, AQueueWaitsForItsWorkWhenItGoes) {
   constexpr std::uint64_t kBytes = 32 << 20;
-  const std::unique_ptr<Resource> upload = buffer(Heap::upload, kBytes);
-  const std::unique_ptr<Resource> local = buffer(Heap::device_local, kBytes);
-  const std::unique_ptr<Resource> readback = buffer(Heap::readback, kBytes);
-  std::memset(memory_of(*upload), 0x11, kBytes);
-  Lane lane(*device);
+  Lane lane(*device, kBytes);
+  std::memset(lane.in, 0x11, kBytes);
   lane.open();
-  lane.list->copy(*local, 0, *upload, 0, kBytes);
-  lane.list->transition(*local, State::copy_dest, State::copy_source);
-  lane.list->copy(*readback, 0, *local, 0, kBytes);
+  lane.record_way(kBytes);
   EXPECT_TRUE(lane.list->close().ok());
   lane.queue->execute(*lane.list);
   lane.queue.reset();
-  EXPECT_EQ(std::byte{0x11}, memory_of(*readback)[kBytes - 1]);
+  EXPECT_EQ(std::byte{0x11}, lane.seen[kBytes - 1]);
 }
 
 // Nothing else tells that the layer watches at all.
 TEST_F(VulkanPlatform, TheLayerSeesAMissingTransition) {
-  const std::unique_ptr<Resource> upload = buffer(Heap::upload, 64);
-  const std::unique_ptr<Resource> local = buffer(Heap::device_local, 64);
-  const std::unique_ptr<Resource> readback = buffer(Heap::readback, 64);
-  local->set_name("racing");
-  Lane lane(*device);
+  Lane lane(*device, 64);
   lane.open();
-  lane.list->copy(*local, 0, *upload, 0, 64);
-  lane.list->copy(*local, 0, *upload, 0, 32);  // in order by themselves
+  lane.list->copy(*lane.local, 0, *lane.upload, 0, 64);
+  lane.list->copy(*lane.local, 0, *lane.upload, 0, 32);  // in order by themselves
   EXPECT_TRUE(device->take_messages().empty());
-  lane.list->copy(*readback, 0, *local, 0, 64);
+  lane.list->copy(*lane.readback, 0, *lane.local, 0, 64);
   const std::vector<DebugMessage> messages = device->take_messages();
   ASSERT_EQ(1u, messages.size());
   EXPECT_EQ(Severity::error, messages[0].severity);
@@ -214,7 +219,7 @@ TEST_F(VulkanPlatform, TheLayerSeesAMissingTransition) {
 
 // A removal is met by the next list of any queue; what runs already comes to its end.
 TEST_F(VulkanPlatform, WaitsEndOnALostDevice) {
-  Lane lane(*device);
+  Lane lane(*device, 64);
   lane.open();
   lane.run();
   EXPECT_TRUE(device->removed_reason().ok());
@@ -232,21 +237,14 @@ TEST_F(VulkanPlatform, WaitsEndOnALostDevice) {
 
 TEST_F(VulkanPlatform, TwoQueuesOnTwoThreads) {
   const auto work = [&](int seed) {
-    Lane lane(*device);
-    const std::unique_ptr<Resource> upload = buffer(Heap::upload, 4096);
-    const std::unique_ptr<Resource> local = buffer(Heap::device_local, 4096);
-    const std::unique_ptr<Resource> readback = buffer(Heap::readback, 4096);
-    std::byte* in = memory_of(*upload);
-    const std::byte* seen = memory_of(*readback);
+    Lane lane(*device, 4096);
     for (int round = 0; round < 100; ++round) {
-      std::memset(in, (seed + round) & 0xFF, 4096);
+      std::memset(lane.in, (seed + round) & 0xFF, 4096);
       lane.open();
-      lane.list->copy(*local, 0, *upload, 0, 4096);
-      lane.list->transition(*local, State::copy_dest, State::copy_source);
-      lane.list->copy(*readback, 0, *local, 0, 4096);
+      lane.record_way(4096);
       lane.run();
       lane.wait();
-      if (std::memcmp(in, seen, 4096) != 0) return ADD_FAILURE() << "round " << round;
+      if (std::memcmp(lane.in, lane.seen, 4096) != 0) return ADD_FAILURE() << "round " << round;
     }
   };
   std::thread other(work, 100);

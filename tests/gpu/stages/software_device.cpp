@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 
 #include "gpu/platform/vulkan_platform.h"
@@ -30,8 +31,9 @@ bool made = false;
 // The validation layers have nothing to say to the whole program.
 class SilentValidation : public ::testing::Environment {
   void TearDown() override {
-    if (!made) return;
-    for (const std::string& message : software_device().debug_messages()) ADD_FAILURE() << message;
+    if (made) {
+      EXPECT_EQ(std::vector<std::string>{}, software_device().debug_messages());
+    }
   }
 };
 
@@ -42,6 +44,11 @@ class SilentValidation : public ::testing::Environment {
 
 double bound_on(double in_software, double on_card) {
   return on_a_card() ? on_card : in_software;
+}
+
+const ProfileStore& tree() {
+  static const ProfileStore store{std::filesystem::path(MORVA_PROFILES_PATH)};
+  return store;
 }
 
 Device& software_device() {
