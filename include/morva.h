@@ -3,12 +3,13 @@
  *
  * A host gives the library a scene-linear picture, the names of a film, a lens and a paper, and a JSON
  * object of options; the library returns the finished sheet: the picture as that lens, film and darkroom
- * would have made it. The same input, options and seed give the same bytes on every machine.
+ * would have made it. On the CPU the same input, options and seed give the same bytes on every x86-64
+ * machine, but for the letters of a stamp, which are the system's own font.
  *
  * All text, both ways, is UTF-8. No exception leaves the library and it prints nothing: every export that
- * can fail returns a result code and fills a MorvaError. Pictures that leave the library are freed with
- * morva_free, byte blocks with morva_free_bytes. The library starts no thread of its own; it may be
- * called from any. (The codec behind HEIF files keeps a worker while it decodes.)
+ * can fail returns a result code and fills a MorvaError, whose text, mostly Russian, is for a person. Pictures
+ * that leave the library are freed with morva_free, byte blocks with morva_free_bytes. The library starts no
+ * thread of its own; it may be called from any. (The codec behind HEIF files keeps a worker while it decodes.)
  */
 #ifndef MORVA_H
 #define MORVA_H
@@ -141,7 +142,11 @@ MORVA_API int32_t morva_profiles_user_dir(const char* dir, MorvaError* err);
 MORVA_API int32_t morva_image_info(const char* path, MorvaImageInfo* info, MorvaError* err);
 
 /*
- * Decodes a picture file into linear light in 0..1, three channels, turned upright.
+ * Decodes a picture file into linear light in 0..1, three channels, Rec. 709 primaries, turned upright.
+ *
+ * A camera raw file is told by its extension (dng, nef, cr2, cr3, arw, raf, orf, rw2, pef, srw, iiq, 3fr), JPEG,
+ * PNG, TIFF, WebP and HEIF by their content. Raw files keep 16 bits; the others are read as 8-bit sRGB: 16 bits
+ * are rounded, colour profiles are not looked at.
  *
  * wb_mode    white balance of camera raw files: "film" and "custom" balance for daylight, "as_shot" and
  *            every other text as the camera did; null means "film".
@@ -455,8 +460,8 @@ MORVA_API int32_t morva_gpu_test_hook(uint32_t kind, int32_t value);
 /* Whether renders on the GPU leave a report; off at first. Returns 0. */
 MORVA_API int32_t morva_set_profiling(int32_t on);
 
-/* Where the time of the last such render went, as Markdown. Copies at most `cap` - 1 bytes and a NUL; returns
- * the whole text's length, so that a null `buf` asks for the size. */
+/* Where the time of the last such render went, as Markdown, in Russian. Copies at most `cap` - 1 bytes and a NUL;
+ * returns the whole text's length, so that a null `buf` asks for the size. */
 MORVA_API int32_t morva_profile_report(char* buf, int32_t cap);
 
 /*
