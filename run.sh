@@ -5,7 +5,7 @@ set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
 photo=demo
-if [ $# -gt 0 ] && [[ $1 != -* ]]; then
+if [ $# -gt 0 ] && [[ $1 == - || $1 != -* ]]; then
   photo=$1
   shift
 fi
@@ -16,12 +16,19 @@ fi
 cmake --build "$here/build" --target morva >&2
 
 wants_output=1
+format=png
+previous=
 for argument in "$@"; do
-  case $argument in -o | -o?* | --output | --output=*) wants_output=0 ;; esac
+  case $argument in
+    -o | -o?* | --output | --output=*) wants_output=0 ;;
+    --format=*) format=${argument#*=} ;;
+    *) [ "$previous" != --format ] || format=$argument ;;
+  esac
+  previous=$argument
 done
 if [ "$wants_output" = 1 ]; then
   mkdir -p "$here/pictures"
-  name=$(basename "${photo%.*}")
-  set -- -o "$here/pictures/$name.png" --force "$@"
+  name=$(basename -- "$photo")
+  set -- -o "$here/pictures/${name%.*}.$format" --force "$@"
 fi
 exec "$here/build/morva" render "$photo" "$@"

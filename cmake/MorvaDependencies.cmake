@@ -36,9 +36,9 @@ target_include_directories(morva_heif SYSTEM INTERFACE ${HEIF_INCLUDE_DIRS})
 target_link_libraries(morva_heif INTERFACE ${CMAKE_DL_LIBS})
 
 # stb (public domain), two headers. One reads the mask of blue noise (src/repro/blue_noise.cpp). The other turns
-# the outlines of a TrueType font into pixels, for the letters of
-# stamps. Which font that is, fontconfig (MIT) says; it is opened at the first stamp (src/finish/font_finder.cpp),
-# without its header. Of fonts any bold sans serves; Debian's fonts-liberation2 has one.
+# the outlines of a TrueType font into pixels, for the letters of stamps. Which font that is, fontconfig (MIT)
+# says; it is opened at the first stamp (src/finish/font_finder.cpp), without its header. Of fonts any bold sans
+# serves; Debian's fonts-liberation2 has one.
 find_path(MORVA_STB stb/stb_truetype.h REQUIRED)
 
 # Vulkan: the GPU. Only its headers (Apache 2 or MIT) are used to build; the loader is opened at the first
@@ -56,15 +56,13 @@ find_package(CLI11 REQUIRED)
 pkg_check_modules(OPENEXR REQUIRED IMPORTED_TARGET OpenEXR)
 pkg_check_modules(LCMS REQUIRED IMPORTED_TARGET lcms2)
 
-# GoogleTest (BSD) and Debian's Python with numpy, scipy and Pillow (BSD/MIT-like): the tests and
-# the peers that the numerics are held against.
+# GoogleTest (BSD): the tests.
 if(MORVA_BUILD_TESTS)
   find_package(GTest REQUIRED)
-  find_program(MORVA_PYTHON NAMES python3 PATHS /usr/bin NO_DEFAULT_PATH REQUIRED)
 endif()
 
-# Google Benchmark (Apache 2): timings of single routines.
-if(MORVA_BUILD_BENCH)
-  find_package(benchmark REQUIRED)
+# Debian's Python with numpy, scipy and Pillow (BSD/MIT-like): the peers that the numerics are held against, in
+# bits and in time.
+if(MORVA_BUILD_TESTS OR MORVA_BUILD_BENCH)
   find_program(MORVA_PYTHON NAMES python3 PATHS /usr/bin NO_DEFAULT_PATH REQUIRED)
 endif()

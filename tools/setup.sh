@@ -11,7 +11,7 @@ packages=(
   libcli11-dev libopenexr-dev liblcms2-dev
 )
 [ "${1:-}" = run ] || packages+=(
-  libgtest-dev libbenchmark-dev libheif-examples python3 python3-numpy python3-scipy python3-pil
+  libgtest-dev libheif-examples python3 python3-numpy python3-scipy python3-pil
   python3-pip python3-setuptools python3-venv parallel
   mesa-vulkan-drivers vulkan-validationlayers)
 [ "${1:-}" != fuzz ] || packages+=(clang-14 libclang-rt-14-dev)

@@ -15,7 +15,7 @@ FLOORS = [
     {"gpu"},
     {"engine"},
 ]
-# The two interfaces that the flow hands down to the stages.
+# The interface that the flow hands down to the stages.
 HANDED_DOWN = {"gpu/backend.h"}
 
 
