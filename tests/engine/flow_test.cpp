@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <filesystem>
 #include <initializer_list>
 #include <new>
 #include <stdexcept>
@@ -16,7 +15,6 @@
 #include <utility>
 
 #include "engine/host.h"
-#include "engine/maker.h"
 #include "flow/film_area.h"
 #include "flow/options.h"
 #include "flow/sheet.h"
@@ -26,10 +24,7 @@
 namespace morva {
 namespace {
 
-class Flow : public ::testing::Test {
- protected:
-  void SetUp() override { ASSERT_EQ(0, morva_profiles_load(MORVA_PROFILES_PATH, nullptr)); }
-};
+class Flow : public HostTest {};
 
 bool has_any(const Json& record, std::initializer_list<const char*> keys) {
   return std::any_of(keys.begin(), keys.end(),
@@ -48,9 +43,8 @@ TEST_F(Flow, MidGreyPrintsAsMidGreyThroughEveryFilm) {
       if (has_any(record, {"tone", "process", "scan", "repro", "surface"}) ||
           get(record, "kind") == "plate")
         continue;
-      const Rendered r =
-          render(Scene(5, 4, 0.18f), R"({"wb_mode": "custom", "grade": 2, "grain_mult": 0})",
-                 film.c_str(), paper.c_str());
+      const Rendered r = render(
+          Scene(5, 4, 0.18f), R"({"wb_mode": "custom", "grade": 2, "grain_mult": 0})", film, paper);
       ASSERT_EQ(0, r.code) << r.message;
       for (const float v : r.pixels) ASSERT_NEAR(0.18, v, 0.0009) << film << " on " << paper;
     }
@@ -60,7 +54,7 @@ TEST_F(Flow, MidGreyPrintsAsMidGreyThroughEveryFilm) {
 // Grains that need no light are a little density everywhere.
 TEST_F(Flow, GrainsFogLightensASilverPrint) {
   for (const int width : {300, 3000}) {
-    const Rendered r = render(Scene(width, 20, 0.18f), nullptr, "silver_400", nullptr);
+    const Rendered r = render(Scene(width, 20, 0.18f), "", "silver_400");
     double mean = 0.0;
     for (const float v : r.pixels) mean += v / static_cast<double>(r.pixels.size());
     EXPECT_NEAR(mean, 0.1975, 0.0075) << width;
@@ -84,9 +78,7 @@ TEST_F(Flow, TheSameCallGivesTheSameBytesOnEveryInstructionSet) {
   };
   for (const Scene& scene : {speckled(203, 131), speckled(2400, 9)})
     for (const auto& film : {std::pair{"everyday_400", "hand"}, {"silver_400", "stand"}}) {
-      const auto again = [&] {
-        return render(scene, options(film.second).c_str(), film.first, nullptr);
-      };
+      const auto again = [&] { return render(scene, options(film.second), film.first); };
       const Rendered first = again();
       ASSERT_EQ(0, first.code) << first.message;
       EXPECT_EQ(first.pixels, again().pixels);
@@ -108,52 +100,47 @@ TEST_F(Flow, BordersFollowThePaper) {
   EXPECT_NEAR(0.955, sheet.at(0, 0)[1], 1e-6);
   const Rendered scan = render(scene, options, "everyday_400", "color_scan");
   EXPECT_LT(scan.at(0, 0)[0], 0.02f);
-  const Rendered dark = render(Scene(8, 8, 0.0f), nullptr, "everyday_400", "color_scan");
+  const Rendered dark = render(Scene(8, 8, 0.0f), "", "everyday_400", "color_scan");
   EXPECT_NEAR(dark.at(0, 0)[0], scan.at(0, 0)[0], 1e-6);
 }
 
-std::string styled(const char* style, const char* more) {
-  return std::string(R"({"frame_style": ")") + style + "\"" + more + "}";
-}
-
-// At 300 x 200 pixels each way to lay a rebate has a size of its own.
+// At 300 x 200 pixels each way to lay a rebate has a size of its own; plates have no wide one, and
+// cards and tubes none.
 TEST_F(Flow, TheRebateFollowsFormatAndGate) {
   const struct {
-    const char *style, *more;
+    const char *film, *paper, *style, *more;
     int width, height;
+    const char* same_as = nullptr;  // another style
   } cases[] = {
-      {"wide", "", 322, 222},
-      {"wide", R"(, "format": "120", "frame_size": "6x9")", 312, 206},
-      {"thin", R"(, "format": "120", "frame_size": "6x9")", 308, 208},
+      {"silver_50", "", "wide", "", 322, 222},
+      {"silver_50", "", "wide", R"(, "format": "120", "frame_size": "6x9")", 312, 206},
+      {"silver_50", "", "thin", R"(, "format": "120", "frame_size": "6x9")", 308, 208},
       // A crop has no gate of its own, but keeps its film.
-      {"wide", R"(, "format": "120", "frame_size": "6x9", "crop": [0, 0, 1, 0.5])", 322, 122},
-      {"thin", R"(, "format": "120", "frame_size": "6x9", "crop": [0, 0, 1, 0.5])", 308, 108},
-      {"wide", R"(, "format": "4x5")", 320, 210},
-      {"ragged", R"(, "format": "120", "frame": 0.1)", 360, 260},
-      {"wide", R"(, "format": "120", "frame": 0.072)", 318, 234},
+      {"silver_50", "", "wide", R"(, "format": "120", "frame_size": "6x9", "crop": [0, 0, 1, 0.5])",
+       322, 122},
+      {"silver_50", "", "thin", R"(, "format": "120", "frame_size": "6x9", "crop": [0, 0, 1, 0.5])",
+       308, 108},
+      {"silver_50", "", "wide", R"(, "format": "4x5")", 320, 210},
+      {"silver_50", "", "ragged", R"(, "format": "120", "frame": 0.1)", 360, 260},
+      {"silver_50", "", "wide", R"(, "format": "120", "frame": 0.072)", 318, 234},
+      {"silver_50", "", "wide", R"(, "format": "plate")", 0, 0, "thin"},
+      {"collodion_glass", "", "wide", "", 0, 0, "thin"},
+      {"instant_wide", "", "wide", "", 0, 0, "none"},
+      {"everyday_400", "crt_delta", "wide", "", 0, 0, "none"},
   };
   for (const auto& c : cases) {
-    const std::string options = styled(c.style, c.more);
-    const Rendered r = render(Scene(300, 200, 0.18f), options.c_str(), "silver_50", nullptr);
-    EXPECT_TRUE(r.width == c.width && r.height == c.height)
-        << options << ": " << r.width << " x " << r.height << r.message;
-  }
-}
-
-TEST_F(Flow, PlatesHaveNoWideRebateAndCardsAndTubesNone) {
-  const struct {
-    const char *film, *paper, *more, *same_as_wide;
-  } cases[] = {{"silver_50", nullptr, R"(, "format": "plate")", "thin"},
-               {"collodion_glass", nullptr, "", "thin"},
-               {"instant_wide", nullptr, "", "none"},
-               {"everyday_400", "crt_delta", "", "none"}};
-  for (const auto& c : cases) {
-    const auto with = [&](const char* style) {
-      return render(Scene(90, 60, 0.18f), styled(style, c.more).c_str(), c.film, c.paper);
+    const auto with = [&](const std::string& style) {
+      const std::string options = R"({"frame_style": ")" + style + "\"" + c.more + "}";
+      return render(Scene(300, 200, 0.18f), options, c.film, c.paper);
     };
-    const Rendered wide = with("wide");
-    ASSERT_EQ(0, wide.code) << wide.message;
-    EXPECT_EQ(wide.pixels, with(c.same_as_wide).pixels) << c.film;
+    SCOPED_TRACE(std::string(c.film) + " " + c.style + c.more);
+    const Rendered r = with(c.style);
+    ASSERT_EQ(0, r.code) << r.message;
+    if (c.same_as != nullptr) {
+      EXPECT_TRUE(r.pixels == with(c.same_as).pixels);
+    } else {
+      EXPECT_EQ(std::pair(c.width, c.height), std::pair(r.width, r.height));
+    }
   }
 }
 
@@ -177,7 +164,7 @@ TEST_F(Flow, MirrorAndTurnsReachThePicture) {
   Scene scene(3, 2, 0.02f);
   scene.pixels[0] = scene.pixels[1] = scene.pixels[2] = 1.0f;
   const auto brightest = [&](const char* options) {
-    const Rendered r = render(scene, options, "silver_50", nullptr);
+    const Rendered r = render(scene, options, "silver_50");
     int best = 0;
     for (int i = 0; i < r.width * r.height; ++i)
       if (r.pixels[3 * i] > r.pixels[3 * best]) best = i;
@@ -187,18 +174,6 @@ TEST_F(Flow, MirrorAndTurnsReachThePicture) {
   EXPECT_EQ("3:2", brightest(R"({"mirror": true})"));
   EXPECT_EQ("2:1", brightest(R"({"rotate": 89.9})"));
   EXPECT_EQ("2:4", brightest(R"({"rotate": -90})"));
-}
-
-TEST_F(Flow, TheMasterIsBoundByTheFormat) {
-  // The film's own counts only where the option is switched off.
-  const Json half = {{"format_default", "half"}};
-  for (const auto& [options, long_um, master_px] :
-       {std::tuple(Json(), 36000.0, 6545), {{{"format", nullptr}}, 24000.0, 4364}}) {
-    const Json opts = merged_options(options);
-    const FilmArea area = plan_film_area(half, opts, {9000, 30}, {9000, 30});
-    EXPECT_EQ(long_um, area.long_um);
-    EXPECT_EQ(master_px, master_size({9000, 30}, master_cap(half, area, opts)).w);
-  }
 }
 
 TEST_F(Flow, ASheetHoldsThePrintAndItsBorders) {

@@ -2,21 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <filesystem>
 #include <string>
 #include <thread>
-#include <vector>
+#include <tuple>
 
 #include "engine/host.h"
-#include "engine/maker.h"
 #include "engine/plan_queries.h"
 #include "film/growth_grain.h"
 #include "flow/options.h"
 #include "image/pixel_size.h"
 #include "image/random.h"
 #include "profiles/json_access.h"
-#include "profiles/store.h"
 
 namespace morva {
 namespace {
@@ -27,24 +23,14 @@ constexpr int kSettings = 300;
 constexpr int kSettings = 3000;
 #endif
 
-class Plan : public ::testing::Test {
- protected:
-  void SetUp() override { ASSERT_EQ(0, morva_profiles_load(MORVA_PROFILES_PATH, nullptr)); }
-};
+class Plan : public HostTest {};
 
-struct Asked {
-  int code = 0;
-  int width = 0;
-  int height = 0;
-  std::string message;
-};
-
-Asked output_size(const std::string& options, const std::string& film, const char* paper, int width,
-                  int height) {
-  Asked asked;
+Answer output_size(const std::string& options, const std::string& film, const std::string& paper,
+                   int width, int height) {
+  Answer asked;
   MorvaError err;
-  asked.code = morva_output_size(options.c_str(), film.c_str(), paper, width, height, &asked.width,
-                                 &asked.height, &err);
+  asked.code = morva_output_size(options.c_str(), film.c_str(), paper.c_str(), width, height,
+                                 &asked.width, &asked.height, &err);
   asked.message = err.message;
   return asked;
 }
@@ -126,9 +112,8 @@ TEST_F(Plan, AnswersWithTheSizeThatTheRenderReturns) {
     const std::string& film = dice.of(films);
     const std::string& paper = dice.of(papers);
     const auto [width, height] = dice.picture();
-    const Rendered rendered = render(Scene(width, height, 0.2f), options.c_str(), film.c_str(),
-                                     paper.empty() ? nullptr : paper.c_str());
-    const Asked asked = output_size(options, film, paper.c_str(), width, height);
+    const Rendered rendered = render(Scene(width, height, 0.2f), options, film, paper);
+    const Answer asked = output_size(options, film, paper, width, height);
     const std::string setting = options + " " + film + " on " + paper + " " +
                                 std::to_string(width) + " x " + std::to_string(height);
     ASSERT_EQ(rendered.code == 0, asked.code == 0)
@@ -164,31 +149,27 @@ TEST_F(Plan, CapsAreTheFilmsAndTheGrainEnginesOwn) {
       EXPECT_TRUE(by_moments(grain)) << film << " " << grain;
       EXPECT_FALSE(by_moments(grain + 1)) << film << " " << grain;
     }
-  struct Case {
-    const char *options, *film;
-    bool capped, grained;
-  };
-  for (const Case& c : {Case{R"({"master_cap": false})", "silver_400", false, true},
-                        {R"({"grain_mult": 0})", "silver_400", true, false},
-                        {R"({"grain_engine": "classic"})", "silver_400", true, false},
-                        {"", "instant_wide", true, false}}) {
-    ASSERT_EQ(0, morva_frame_caps(8000, 5333, c.options, c.film, &cap_px, &grain_px, nullptr));
-    EXPECT_EQ(c.capped, cap_px > 0) << c.options << c.film;
-    EXPECT_EQ(c.grained, grain_px > 0) << c.options << c.film;
+  for (const auto& [options, film, capped, grained] :
+       {std::tuple(R"({"master_cap": false})", "silver_400", false, true),
+        {R"({"grain_mult": 0})", "silver_400", true, false},
+        {R"({"grain_engine": "classic"})", "silver_400", true, false},
+        {"", "instant_wide", true, false}}) {
+    ASSERT_EQ(0, morva_frame_caps(8000, 5333, options, film, &cap_px, &grain_px, nullptr));
+    EXPECT_TRUE(capped == (cap_px > 0) && grained == (grain_px > 0)) << options << film;
   }
 }
 
 TEST_F(Plan, AspectsOfFramesAndCards) {
-  const auto aspects = [](const char* options, const char* film) {
-    std::array<double, 2> both = {-1.0, -1.0};
-    EXPECT_EQ(0, morva_crop_aspects(options, film, &both[0], &both[1], nullptr)) << options;
-    return both;
-  };
-  EXPECT_EQ((std::array{1.0, 1.0}), aspects("", "instant_square"));
-  EXPECT_EQ((std::array{1.5, 0.0}), aspects(R"({"frame_size": "full"})", "silver_50"));
-  EXPECT_EQ((std::array{0.0, 0.0}), aspects(R"({"frame_size": "custom"})", "silver_50"));
-  EXPECT_EQ((std::array{0.0, 0.0}), aspects(R"({"frame_size": "6x9"})", "silver_50"));
-  EXPECT_EQ((std::array{0.0, 0.0}), aspects("", "silver_50"));
+  for (const auto& [film, options, wanted] :
+       {std::tuple("instant_square", "", std::pair(1.0, 1.0)),
+        {"silver_50", R"({"frame_size": "full"})", {1.5, 0.0}},
+        {"silver_50", R"({"frame_size": "custom"})", {0.0, 0.0}},
+        {"silver_50", R"({"frame_size": "6x9"})", {0.0, 0.0}},
+        {"silver_50", "", {0.0, 0.0}}}) {
+    std::pair both(-1.0, -1.0);
+    EXPECT_EQ(0, morva_crop_aspects(options, film, &both.first, &both.second, nullptr));
+    EXPECT_EQ(wanted, both) << film << options;
+  }
 }
 
 TEST_F(Plan, FailuresAreToldByCodeAndText) {
@@ -202,27 +183,27 @@ TEST_F(Plan, FailuresAreToldByCodeAndText) {
   EXPECT_EQ(1, morva_crop_aspects("", "silver_50", nullptr, &b, &err));
   EXPECT_STREQ("morva_crop_aspects: null argument", err.message);
   EXPECT_EQ(2, morva_crop_aspects("", "no such film", &a, &b, &err));
-  EXPECT_EQ(2, output_size(R"({"peel_size": "9x9"})", "peel_apart_100", nullptr, 30, 20).code);
+  EXPECT_EQ(2, output_size(R"({"peel_size": "9x9"})", "peel_apart_100", "", 30, 20).code);
   // What a render would refuse is told with its size; sums of sizes do not wrap.
   const char* wide = R"({"border": 1, "master_cap": false})";
-  const Asked large = output_size(wide, "silver_50", nullptr, 20000, 9000);
+  const Answer large = output_size(wide, "silver_50", "", 20000, 9000);
   EXPECT_EQ(3, large.code);
   EXPECT_EQ("лист 60000 x 49000 px, лист не больше 32768 px по стороне", large.message);
   constexpr int longest = 2147483647;
   for (const char* options : {R"({"master_cap": false, "print_cm": 1e6, "mat": "classic"})",
                               R"({"master_cap": false, "frame": 1e-8})"})
     for (const int width : {1, longest})
-      EXPECT_EQ(3, output_size(options, "silver_50", nullptr, width, longest).code) << options;
+      EXPECT_EQ(3, output_size(options, "silver_50", "", width, longest).code) << options;
   for (const char* options :
        {"{", "[1]", R"({"no_such": 1})", R"({"crop": [1]})", R"({"mat": "gold"})",
         R"({"border": 1e30})", R"({"border": "x"})", R"({"mat": "classic", "mat_width_cm": 1e12})"})
-    EXPECT_EQ(3, output_size(options, "silver_50", nullptr, 30, 20).code) << options;
+    EXPECT_EQ(3, output_size(options, "silver_50", "", 30, 20).code) << options;
   // Sizes that mean nothing are answered with nothing.
   EXPECT_EQ(0, morva_frame_caps(0, -5, R"({"crop": [0, 0, 1, 1]})", "silver_50", &w, &h, nullptr));
 }
 
 TEST_F(Plan, AnswersWhileARenderRuns) {
-  std::thread rendering([] { render(Scene(1500, 1000, 0.2f), "{}", "everyday_400", nullptr); });
+  std::thread rendering([] { render(Scene(1500, 1000, 0.2f), "{}", "everyday_400"); });
   for (int i = 0; i < 200; ++i)
     EXPECT_EQ(0, output_size(R"({"mat": "double"})", "silver_50", "bw_warm", 300, 200).code);
   rendering.join();

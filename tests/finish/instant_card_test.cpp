@@ -13,6 +13,7 @@
 #include "finish/card_window.h"
 #include "image/errors.h"
 #include "input/failure_of.h"
+#include "print/pictures.h"
 #include "profiles/formats.h"
 #include "profiles/peel_sizes.h"
 
@@ -47,11 +48,6 @@ TEST(PeelSizes, TheFilmsOwnAndNoOthers) {
               plan_instant_card(peel_film(), {{"peel_size", "4x5"}}, {730, 950});
             }));
   EXPECT_THROW(peel_size(kNone, "8x10"), ProfileError);  // sold as 3x4 alone
-  for (const char* name : {"3x4", "8x10"}) {
-    const PeelSize& s = peel_size(peel_film()["frame"], name);
-    EXPECT_NEAR(s.card_long_mm, s.image_long_mm + s.top_mm + s.bottom_mm, 1e-9);
-    EXPECT_NEAR(s.card_short_mm, s.image_short_mm + 2.0 * s.side_mm, 1e-9);
-  }
 }
 
 TEST(InstantOpening, CentredCropInThePicturesOrientation) {
@@ -83,35 +79,28 @@ TEST(InstantCard, MarginsToThePixelAndThePictureInPlace) {
   EXPECT_EQ(0.7f, card.at(109, 6, 2));
   film["frame"]["native_orientation"] = "landscape";
   EXPECT_EQ(112, instant_finish(picture(80, 100), film, kNone).w);
+  EXPECT_EQ(shot.data, instant_finish(shot, film, {{"instant_frame", false}}).data);
+  film["frame"]["base_tint"] = {0.5, 0.5};  // no colour
+  EXPECT_EQ(0.99f, instant_finish(shot, film, kNone).at(0, 0, 1));
 
   const auto plan = plan_instant_card(peel_film(), kNone, {950, 730});
   EXPECT_TRUE(plan->turned);
   EXPECT_EQ(std::pair(1080, 850), std::pair(plan->size.w, plan->size.h));
 }
 
-TEST(InstantCard, NoneWithoutAFrameOrTheWish) {
-  const Image shot = picture(20, 20);
-  EXPECT_EQ(shot.data, instant_finish(shot, card_film(), {{"instant_frame", false}}).data);
-  EXPECT_EQ(shot.data, instant_finish(shot, {{"type", "instant"}}, kNone).data);
-  Json film = card_film();
-  film["frame"]["base_tint"] = {0.5, 0.5};  // no colour
-  EXPECT_EQ(0.99f, instant_finish(shot, film, kNone).at(0, 0, 1));
-}
-
 TEST(InstantCard, ABoundIsFoundBeforeMemoryIs) {
+  Json film = card_film();
   for (const double wild : {1e30, 1000.0, std::numeric_limits<double>::quiet_NaN()}) {
-    Json film = card_film();
     film["frame"]["side_frac"] = wild;
     EXPECT_THROW(plan_instant_card(film, kNone, {100, 100}), std::bad_alloc) << wild;
   }
-  Json film = card_film();
+  film = card_film();
   film["frame"]["top_ratio"] = -5.0;
   EXPECT_EQ(0, plan_instant_card(film, kNone, {100, 100})->margins.top);
   film["frame"]["corner"] = {{"mm", 1e30}};
   film["frame"]["window_line"] = {{"gain", 1e30}, {"emboss_um", 1e30}};
   for (const int side : {1, 2, 30})
-    for (const float v : instant_finish(picture(side, side), film, {{"card_outside", "grey"}}).data)
-      ASSERT_TRUE(v >= 0.0f && v <= 1.0f);
+    EXPECT_TRUE(is_light(instant_finish(picture(side, side), film, {{"card_outside", "grey"}})));
   film["frame"]["side_frac"] = "wide";
   EXPECT_THROW(plan_instant_card(film, kNone, {100, 100}), OptionsError);
 }
@@ -119,8 +108,7 @@ TEST(InstantCard, ABoundIsFoundBeforeMemoryIs) {
 TEST(InstantCard, SurroundingsGrowTheCardByACentimetre) {
   const Image alone = instant_finish(picture(160, 160), card_film(), kNone);
   const Image shown = instant_finish(picture(160, 160), card_film(), {{"card_outside", "black"}});
-  ASSERT_EQ(alone.w + 40, shown.w);
-  ASSERT_EQ(alone.h + 40, shown.h);
+  ASSERT_EQ(std::pair(alone.w + 40, alone.h + 40), std::pair(shown.w, shown.h));
   EXPECT_NEAR(0.025, shown.at(0, 0, 0), 1e-3);
   EXPECT_EQ(alone.at(100, 0, 1), shown.at(120, 20, 1));
   EXPECT_LT(shown.at(shown.h - 19, 60, 0), 0.02f);  // its shadow
@@ -131,17 +119,17 @@ TEST(InstantCard, SurroundingsGrowTheCardByACentimetre) {
 TEST(InstantCard, ThePixelsBesideTheCardAreTheGrounds) {
   Json film = card_film();
   const Json opts = {{"card_outside", "black"}};
-  const auto expect_dark_beside = [&](const Image& shown, int margin, int side) {
+  const auto expect_dark_beside = [&](int side) {
+    const Image shown = instant_finish(picture(side, side), film, opts);
+    const int margin = plan_instant_card(film, opts, {side, side})->outside_px;
     for (int x = 0; x < shown.w; ++x)
       for (const int y : {margin - 1, shown.h - margin}) ASSERT_LT(shown.at(y, x), 0.03f) << side;
     for (int y = 0; y < shown.h; ++y)
       for (const int x : {margin - 1, shown.w - margin}) ASSERT_LT(shown.at(y, x), 0.03f) << side;
   };
-  for (int side = 50; side <= 300; ++side)
-    expect_dark_beside(instant_finish(picture(side, side), film, opts),
-                       plan_instant_card(film, opts, {side, side})->outside_px, side);
+  for (int side = 50; side <= 300; ++side) expect_dark_beside(side);
   film["frame"]["image_long_mm"] = 79;  // a corner of 15.5544 px
-  expect_dark_beside(instant_finish(picture(1024, 1024), film, opts), 130, 1024);
+  expect_dark_beside(1024);
 }
 
 TEST(CardWindow, CornersLoseWhatGeometrySays) {
@@ -185,10 +173,7 @@ TEST(PeelSheet, ChipsEatThePictureAndNothingElse) {
   EXPECT_EQ(425, whole.w);
   film["frame"]["chips"] = 30;
   const Image chipped = peeled(film);
-  const auto white = [](const Image& sheet) {
-    return std::count_if(sheet.data.begin(), sheet.data.end(), [](float v) { return v > 0.55f; });
-  };
-  EXPECT_GT(white(chipped), white(whole));
+  EXPECT_GT(mean(chipped), mean(whole));
   film["frame"]["chips_by_size"] = {{"3x4", 0}};
   EXPECT_EQ(whole.data, peeled(film).data);
   EXPECT_NEAR(0.2f, chipped.at(270, 212, 0), 1e-6);
@@ -196,7 +181,7 @@ TEST(PeelSheet, ChipsEatThePictureAndNothingElse) {
   film["frame"]["chips"] = 1e30;
   film["frame"].erase("chips_by_size");
   film["_temp_rough"] = 1e30;
-  for (const float v : peeled(film).data) ASSERT_TRUE(v >= 0.0f && v <= 1.0f);
+  EXPECT_TRUE(is_light(peeled(film)));
 }
 
 TEST(PeelSheet, RimsYellowWithoutLossOfRed) {
@@ -226,9 +211,9 @@ TEST(PeelSheet, ALyingPictureIsTurnedWithItsSheet) {
   const Image upright = picture(475, 365);
   const auto turned = [](const Image& from) {  // counter-clockwise, so that its top is left
     Image to(from.w, from.h, 3);
-    for (int y = 0; y < to.h; ++y)
-      for (int x = 0; x < to.w; ++x)
-        for (int k = 0; k < 3; ++k) to.at(y, x, k) = from.at(x, from.w - 1 - y, k);
+    for (int i = 0; i < to.w * to.h; ++i)
+      for (int k = 0; k < 3; ++k)
+        to.at(i / to.w, i % to.w, k) = from.at(i % to.w, from.w - 1 - i / to.w, k);
     return to;
   };
   EXPECT_EQ(turned(instant_finish(upright, film, kNone)).data,

@@ -1,4 +1,5 @@
-// Stamps: what is pressed, where it may be, and what text a host may send.
+// Marks pressed into the paper: stamps, where they may be and what text a host may send; the
+// mark of an etching plate and what the light does on it.
 
 #include <gtest/gtest.h>
 
@@ -7,9 +8,11 @@
 #include <new>
 #include <string>
 
+#include "finish/plate_mark.h"
 #include "finish/relief.h"
 #include "finish/stamps.h"
 #include "image/random.h"
+#include "print/pictures.h"
 
 namespace morva {
 namespace {
@@ -80,6 +83,10 @@ TEST(Stamps, StandInTheBottomMarginAndTouchNoPicture) {
   EXPECT_GE(box.top, kHeight - kBorder);
   EXPECT_NEAR(0.5 * kWidth, 0.5 * (box.left + box.right), 6.0);
   EXPECT_NEAR(kHeight - 0.5 * kBorder, 0.5 * (box.top + box.bottom), 3.0);
+  const SheetRect marks = changed(stamped(R"({"stamp_text": "Morva", "blind_stamp": "4",
+                                              "emboss_line": "double", "_plate_px": 60})"));
+  EXPECT_GE(std::min(marks.left, marks.top), 60);  // inside the plate's mark
+  EXPECT_LE(std::max(marks.right - kWidth, marks.bottom - kHeight), -60);
   // Colourless: every channel takes the same light, and not much is taken.
   for (std::size_t i = 0; i < out.data.size(); ++i) {
     ASSERT_TRUE(out.data[i] >= 0.6f * kSheet.data[i] && out.data[i] <= 1.0f);
@@ -102,16 +109,6 @@ TEST(Stamps, GrowWithTheirSizeAsFarAsTheMarginLets) {
   EXPECT_LE(height("xl", 30), 30);
 }
 
-TEST(Stamps, StayInsideThePlateMark) {
-  const Image out = stamped(R"({"stamp_text": "Morva", "blind_stamp": "4",
-                                "emboss_line": "double", "_plate_px": 60})");
-  EXPECT_TRUE(picture_is_whole(out));
-  const SheetRect box = changed(out);
-  EXPECT_GE(std::min(box.left, box.top), 60);
-  EXPECT_LE(box.right, kWidth - 60);
-  EXPECT_LE(box.bottom, kHeight - 60);
-}
-
 TEST(EmbossedLine, IsAGrooveLitFromTheUpperLeft) {
   const Image single = stamped(R"({"emboss_line": "single"})");
   EXPECT_TRUE(picture_is_whole(single));
@@ -125,21 +122,17 @@ TEST(EmbossedLine, IsAGrooveLitFromTheUpperLeft) {
   EXPECT_GT(single.at(kHeight / 2, 64), kPaper);
   EXPECT_LT(single.at(kHeight / 2, kWidth - 64), kPaper);
 
+  const Image with_name = stamped(R"({"emboss_line": "single", "stamp_text": "i"})");
+  const int wall = kHeight - kBorder / 2 - 4;
+  EXPECT_EQ(kPaper, with_name.at(wall, kWidth / 2 + 25));  // the line breaks for it
+  EXPECT_EQ(single.at(wall, kWidth / 2 + 80), with_name.at(wall, kWidth / 2 + 80));
+
   const Image twin = stamped(R"({"emboss_line": "double"})");
   int grooves = 0;
   for (int y = 1; y < kBorder; ++y)
     grooves +=
         twin.at(y, kWidth / 2) < 0.95f * kPaper && twin.at(y - 1, kWidth / 2) >= 0.95f * kPaper;
   EXPECT_EQ(2, grooves);
-}
-
-TEST(EmbossedLine, BreaksForTheName) {
-  const Image lines = stamped(R"({"emboss_line": "single"})");
-  const Image both = stamped(R"({"emboss_line": "single", "stamp_text": "i"})");
-  const int y = kHeight - kBorder / 2 - 4;
-  EXPECT_LT(lines.at(y, kWidth / 2 + 25), kPaper);
-  EXPECT_EQ(kPaper, both.at(y, kWidth / 2 + 25));
-  EXPECT_EQ(lines.at(y, kWidth / 2 + 80), both.at(y, kWidth / 2 + 80));
 }
 
 TEST(Stamps, HostileTextIsCutByThePaper) {
@@ -155,12 +148,59 @@ TEST(Stamps, HostileTextIsCutByThePaper) {
                                  {"blind_stamp", text},
                                  {"_border_px", border}});
       ASSERT_TRUE(picture_is_whole(out));
-      for (const float v : out.data) ASSERT_TRUE(std::isfinite(v));
+      EXPECT_TRUE(is_light(out));
     }
   const SheetRect box = changed(stamped({{"stamp_text", many}}));
   EXPECT_NEAR(kBorder + 90, box.left, 8);
   EXPECT_EQ(kWidth, box.right);
   EXPECT_THROW(stamped(R"({"print_px_um": 1e-30})"), std::bad_alloc);
+}
+
+const Json kPlatePaper = Json::parse(R"({"process": {"plate": {"enabled": true}}})");
+
+TEST(PlateMark, LiesAThirdOfTheBorderFromThePicture) {
+  const Json none = Json::object();
+  // 400 px of 100 um are a border of 40 mm: 0.35 of it is less than the plate's 18 mm margin.
+  EXPECT_NEAR(400.0 * 0.65, plate_mark_px(kPlatePaper, none, 400.0, 100.0).value(), 1e-9);
+  EXPECT_NEAR(2000.0 - 180.0, plate_mark_px(kPlatePaper, none, 2000.0, 100.0).value(), 1e-9);
+  Json near = kPlatePaper;
+  near["process"]["plate"].update({{"offset_mm", 5}, {"margin_mm", 3}});  // the margin wins
+  EXPECT_NEAR(370.0, plate_mark_px(near, none, 400.0, 100.0).value(), 1e-9);
+  // A border of 1.5 mm has room for neither 1.2 mm and a sheet around it.
+  for (const double border_px : {15.0, 0.0})
+    EXPECT_FALSE(plate_mark_px(kPlatePaper, none, border_px, 100.0));
+  EXPECT_FALSE(plate_mark_px(kPlatePaper, {{"plate_mark", false}}, 400.0, 100.0));
+  EXPECT_FALSE(plate_mark_px(none, none, 400.0, 100.0));
+  EXPECT_TRUE(plate_mark_px(none, {{"plate_mark", true}}, 400.0, 100.0));
+}
+
+TEST(PlateMark, ThePressedStepIsShadedAboveAndLitBelow) {
+  const Image blank(300, 400, 3, 0.6f);
+  const Json options = {{"print_px_um", 50.0}, {"_plate_px", 40.0}};
+  const Image sheet = press_plate_mark(blank, kPlatePaper, options);
+  const auto light_at = [&](int y, int x) { return sheet.at(y, x, 0) / 0.6f - 1.0f; };
+  const int step = 4;  // the middle of the bevel, which is 0.405 mm wide
+  const float above = light_at(40 + step, 200), below = light_at(299 - 40 - step, 200);
+  const float left = light_at(150, 40 + step), right = light_at(150, 399 - 40 - step);
+  EXPECT_LT(above, -0.08f);
+  EXPECT_GT(below, 0.03f);
+  // One lamp for the sheet: higher than it stands aside, and paper shades deeper than it shines.
+  EXPECT_NEAR(kLightAcross / kLightDown, left / above, 1e-4);
+  EXPECT_NEAR(kLightAcross / kLightDown, right / below, 1e-4);
+  for (const auto& [y, x] : {std::pair{5, 200}, {150, 5}, {150, 200}, {60, 60}, {150, 60}})
+    EXPECT_EQ(0.6f, sheet.at(y, x, 0)) << y << " " << x;
+  EXPECT_EQ(blank.data, press_plate_mark(blank, kPlatePaper, {{"print_px_um", 50.0}}).data);
+}
+
+TEST(PlateMark, StaysOnTheSheetWhateverItsNumbers) {
+  for (const char* plate : {R"({"width_mm": 1e30, "depth": 1e30})", R"({"width_mm": -1})", "3"})
+    for (const double plate_px : {1e-9, 19.0, 1e30, -3.0})
+      for (const double print_px_um : {1e-30, 80.0, 1e30}) {
+        Json paper = kPlatePaper;
+        paper["process"]["plate"] = Json::parse(plate);
+        const Json options = {{"print_px_um", print_px_um}, {"_plate_px", plate_px}};
+        EXPECT_TRUE(is_light(press_plate_mark(Image(38, 21, 3, 0.9f), paper, options))) << plate;
+      }
 }
 
 }  // namespace

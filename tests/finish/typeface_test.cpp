@@ -99,9 +99,7 @@ TEST(FontTables, OutlinesOutOfOrderRefuseTheFace) {
     for (std::size_t i = 0; i < words; ++i) font.put16(at + 2 * i, value);
     return !font.whole();
   };
-  EXPECT_TRUE(refused(offset, 0xff00));
-  EXPECT_TRUE(refused(last, 0xff00));
-  EXPECT_TRUE(refused(offset, 0, entry / 2));
+  EXPECT_TRUE(refused(offset, 0xff00) && refused(last, 0xff00) && refused(offset, 0, entry / 2));
   EXPECT_TRUE(refused(good.table("cmap") + 2, 0xffff));    // too many characters for the map
   if (PatchedFont font = good; font.table("kern") != 0) {  // or for the kerning's table
     font.put16(font.table("kern") + 10, 0xffff);

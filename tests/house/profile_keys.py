@@ -2,6 +2,7 @@
 names, and every key that the sources read of a profile stands in a table. tools/check_profiles, which takes
 its knowledge from those tables, accepts the shipped tree and refuses broken ones."""
 
+import functools
 import importlib.machinery
 import importlib.util
 import json
@@ -142,58 +143,53 @@ def drift(tables, read, root):
 
 def broken_trees(tree):
     """(what is broken, how, words of the complaint)"""
-    def edited(file, change):
-        def edit():
-            path = tree / file
-            profile = json.loads(path.read_text())
-            change(profile)
-            path.write_text(json.dumps(profile))
-        return edit
-
-    def placed(file, text):
-        def place():
-            (tree / file).parent.mkdir(exist_ok=True)
-            (tree / file).write_text(text)
-        return place
-
+    edits = [
+        ("a misspelt key", "films/silver_125", lambda p: p["grain"].update(ammount=0.1),
+         "no stage reads grain.ammount; is it amount?"),
+        ("a key of another section", "lenses/toy", lambda p: p.update(gains=[1, 1, 1]), "no stage reads gains"),
+        ("a key of another kind of filter", "filters/red", lambda p: p.update(haze=0.1), "no stage reads haze"),
+        ("a negative density", "papers/bw_warm", lambda p: p.update(dmin=-0.1), "dmin: -0.1 is outside"),
+        ("a range turned over", "films/silver_125", lambda p: p["negative"].update(dmax=0.5, dmin=0.9),
+         "negative.dmax is not above dmin"),
+        ("a text for a number", "lenses/toy", lambda p: p.update(veil="much"), "veil: wants a number"),
+        ("true for a number", "lenses/toy", lambda p: p.update(veil=True), "veil: wants a number"),
+        ("two numbers for three", "filters/red", lambda p: p.update(gains=[1, 1]), "gains: wants 3 numbers, has 2"),
+        ("an unknown kind", "films/slide_50", lambda p: p.update(type="slides"), 'type: "slides" is none of'),
+        ("a number for a record", "films/slide_50", lambda p: p.update(grain=1), "grain wants an object"),
+        ("a curve without its slope", "films/slide_50", lambda p: p["layers"]["g"].pop("gamma"),
+         "layers.g.gamma is missing"),
+        ("a negative without its layers", "films/everyday_400", lambda p: p.pop("layers"), "layers is missing"),
+        ("no title", "films/silver_125", lambda p: p.pop("title"), "title is missing"),
+        ("an empty description", "films/silver_125", lambda p: p.update(description=" "),
+         "description: wants a text"),
+    ]
     silver, plain = (tree / "films/silver_125.json").read_text(), '{"title": "%s", "description": "x"%s}'
-    yield ("a misspelt key", edited("films/silver_125.json", lambda p: p["grain"].update(ammount=0.1)),
-           "no stage reads grain.ammount; is it amount?")
-    yield ("a key of another section", edited("lenses/toy.json", lambda p: p.update(gains=[1, 1, 1])),
-           "no stage reads gains")
-    yield ("a key of another kind of filter", edited("filters/red.json", lambda p: p.update(haze=0.1)),
-           "no stage reads haze")
-    yield ("a negative density", edited("papers/bw_warm.json", lambda p: p.update(dmin=-0.1)),
-           "dmin: -0.1 is outside")
-    yield ("a range turned over", edited("films/silver_125.json", lambda p: p["negative"].update(dmax=0.5, dmin=0.9)),
-           "negative.dmax is not above dmin")
-    yield ("a text for a number", edited("lenses/toy.json", lambda p: p.update(veil="much")), "veil: wants a number")
-    yield ("true for a number", edited("lenses/toy.json", lambda p: p.update(veil=True)), "veil: wants a number")
-    yield ("two numbers for three", edited("filters/red.json", lambda p: p.update(gains=[1, 1])),
-           "gains: wants 3 numbers, has 2")
-    yield ("an unknown kind", edited("films/slide_50.json", lambda p: p.update(type="slides")),
-           'type: "slides" is none of')
-    yield ("a number for a record", edited("films/slide_50.json", lambda p: p.update(grain=1)),
-           "grain wants an object")
-    yield ("a curve without its slope", edited("films/slide_50.json", lambda p: p["layers"]["g"].pop("gamma")),
-           "layers.g.gamma is missing")
-    yield ("a negative without its layers", edited("films/everyday_400.json", lambda p: p.pop("layers")),
-           "layers is missing")
-    yield "no title", edited("films/silver_125.json", lambda p: p.pop("title")), "title is missing"
-    yield ("an empty description", edited("films/silver_125.json", lambda p: p.update(description=" ")),
-           "description: wants a text")
-    yield ("a key twice", placed("films/silver_125.json", silver.replace("{", '{"type": "bw",', 1)),
-           "type stands twice")
-    yield "no JSON", placed("films/silver_125.json", silver[:-3]), "films/silver_125.json: "
-    yield "an array", placed("filters/array.json", "[]"), "is no JSON object"
-    yield ("a name but for its letters' size", placed("films/Silver_125.json", silver.replace("Silver 125", "S")),
-           "films/Silver_125.json and films/silver_125.json: one name")
-    yield ("a name of another section", placed("filters/toy.json", plain % ("T", ', "type": "cut"')),
-           "lenses/toy.json and filters/toy.json: one name")
-    yield ("a title twice", placed("lenses/x.json", plain % ("pinhole", "")),
-           "lenses/pinhole.json and lenses/x.json: one title")
-    yield "a file without its ending", placed("lenses/x.jsn", plain % ("X", "")), "ends in .json"
-    yield "an unknown section", placed("lens/x.json", plain % ("X", "")), "lens: no such section"
+    files = [
+        ("a key twice", "films/silver_125.json", silver.replace("{", '{"type": "bw",', 1), "type stands twice"),
+        ("no JSON", "films/silver_125.json", silver[:-3], "films/silver_125.json: "),
+        ("an array", "filters/array.json", "[]", "is no JSON object"),
+        ("a name but for its letters' size", "films/Silver_125.json", silver.replace("Silver 125", "S"),
+         "films/Silver_125.json and films/silver_125.json: one name"),
+        ("a name of another section", "filters/toy.json", plain % ("T", ', "type": "cut"'),
+         "lenses/toy.json and filters/toy.json: one name"),
+        ("a title twice", "lenses/x.json", plain % ("pinhole", ""), "lenses/pinhole.json and lenses/x.json: one title"),
+        ("a file without its ending", "lenses/x.jsn", plain % ("X", ""), "ends in .json"),
+        ("an unknown section", "lens/x.json", plain % ("X", ""), "lens: no such section"),
+    ]
+
+    def edit(path, change):
+        profile = json.loads(path.read_text())
+        change(profile)
+        path.write_text(json.dumps(profile))
+
+    def place(path, text):
+        path.parent.mkdir(exist_ok=True)
+        path.write_text(text)
+
+    for name, profile, change, words in edits:
+        yield name, functools.partial(edit, tree / f"{profile}.json", change), words
+    for name, file, text, words in files:
+        yield name, functools.partial(place, tree / file, text), words
     yield "films without their paper", (tree / "papers/ambrotype.json").unlink, "papers/ambrotype.json is missing"
 
 

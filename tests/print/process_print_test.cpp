@@ -9,11 +9,9 @@
 #include <cmath>
 
 #include "image/errors.h"
-#include "image/pairwise_sum.h"
 #include "image/random.h"
 #include "print/coat.h"
-#include "print/ink_deposit.h"
-#include "print/pigment.h"
+#include "print/pictures.h"
 #include "print/print_relief.h"
 #include "print/process_block.h"
 #include "print/process_texture.h"
@@ -37,10 +35,6 @@ Image printed(const Json& paper, const Json& options, float light, const Image* 
   return print_process(Image(h, w, 3, light), kFilm, paper, options, 6.0, nullptr, mask, ctx);
 }
 
-double spread(const Image& field) {
-  return standard_deviation(field.data.data(), field.data.size());
-}
-
 // The sigma of the Gaussian that made a field, along its rows: neighbours at the distance d
 // correlate as exp(-d^2 / 4 sigma^2).
 double sigma_of(const Image& field, int distance) {
@@ -57,33 +51,16 @@ double sigma_of(const Image& field, int distance) {
 
 TEST(ProcessPrint, InkRunsFromThePapersWhiteToItsBlack) {
   const Json paper = paper_with(R"({"pigment": {"density": [1.5, 1.5, 1.5]}})");
-  Image density(1, 4, 1);
-  density.data = {9.0f, 0.0f, -9.0f, NAN};
+  Image density(1, 3, 1);
+  density.data = {9.0f, 0.0f, -9.0f};
   const Image ink = ink_of_negative(density, paper, Json::object());
   EXPECT_NEAR(0.0, ink.data[0], 1e-3);
   EXPECT_NEAR(0.744727 / 1.5, ink.data[1], 1e-5);  // a mid grey, on a scale of 1.5
   EXPECT_NEAR(1.0, ink.data[2], 1e-3);
-  EXPECT_EQ(0.0f, ink.data[3]);
   // So a stain as deep as that scale prints a mid grey as one.
   EXPECT_NEAR(0.18 * 0.875, printed(paper, Json::object(), 0.18f).at(3, 3, 1), 1e-3);
   const Image gate(16, 24, 1, 0.0f);
   EXPECT_FLOAT_EQ(0.8909f, printed(paper, Json::object(), 0.01f, &gate).at(3, 3, 0));
-}
-
-TEST(ProcessPrint, FloorPlugAndTransfer) {
-  const auto after = [](float ink, double floor, double plug) {
-    Image plane(1, 1, 1, ink);
-    floor_and_plug(plane, floor, plug);
-    return plane.data[0];
-  };
-  EXPECT_FLOAT_EQ(0.2f, after(0.4f, 0.25, 0.0));
-  EXPECT_EQ(0.0f, after(1.0f, 1.0, 0.0));  // nothing prints, and it is a number
-  EXPECT_GT(after(0.6f, 0.0, 0.5), 0.7f);
-  Image full(1, 1, 1, 0.7f), half = full;
-  transfer_ink(full, {1.0, 0.0}, 10.0);
-  transfer_ink(half, {0.6, 0.0}, 10.0);
-  EXPECT_EQ(0.7f, full.data[0]);
-  EXPECT_NEAR((1.0 - 0.7 * 0.4) * 0.7 * 0.6, half.data[0], 1e-6);
 }
 
 TEST(ProcessPrint, FieldsHaveUnitDeviationAndTheSizeAsked) {
@@ -157,21 +134,12 @@ TEST(ProcessPrint, TheProbeOfBlackMeetsFullInk) {
   EXPECT_NE(full.data, printed(uneven, Json::object(), 0.0f, nullptr, 8, 8).data);
 }
 
-TEST(ProcessPrint, AFieldShowsMostInTheMidTones) {
-  Image plane(1, 3, 1);
-  plane.data = {0.0f, 0.5f, 1.0f};
-  show_in_ink(plane, Image(1, 3, 1, 1.0f), {0.1, 0.22, 0.16});
-  EXPECT_NEAR(0.16 * 0.022, plane.data[0], 1e-7);  // specks on bare paper
-  EXPECT_GT(plane.data[1], 0.515f);
-  EXPECT_EQ(1.0f, plane.data[2]);
-}
-
 TEST(ProcessPrint, TheCoatEndsRaggedInsideTheSheet) {
-  const int w = 300, h = 200;
+  const int w = 300;
   CoatBlock coat;
   coat.style = CoatStyle::brush;
   const auto coated = [&] {
-    Image ink(h, w, 1, 0.8f);
+    Image ink(200, w, 1, 0.8f);
     Rng rng = rng_from_key({3});
     brush_coat(ink, coat, rng);
     return ink;
@@ -190,24 +158,6 @@ TEST(ProcessPrint, TheCoatEndsRaggedInsideTheSheet) {
   coat.rough = 0.0;
   const Image straight = coated();
   for (int y = 60; y < 140; ++y) EXPECT_NEAR(straight.at(60, 16), straight.at(y, 16), 1e-6);
-  for (const auto& [tiny_w, tiny_h] : {std::pair{1, 1}, {1, 40}, {40, 1}, {2, 3}}) {
-    Image tiny(tiny_h, tiny_w, 1, 0.5f);
-    Rng rng = rng_from_key({3});
-    brush_coat(tiny, coat, rng);
-    for (const float v : tiny.data) EXPECT_TRUE(v >= 0.0f && v <= 1.0f);
-  }
-}
-
-TEST(ProcessPrint, StainTakesLightAndInkCoversIt) {
-  const Image half(1, 1, 1, 0.5f);
-  PigmentBlock pigment;
-  pigment.density = {2.0f, 1.0f, 0.5f};
-  EXPECT_NEAR(0.8 * 0.1, colour_of_ink(half, pigment, {0.8f, 0.9f, 1.0f}).data[0], 1e-6);
-  pigment.opaque = true;
-  pigment.rgb = {0.1f, 0.2f, 0.3f};
-  pigment.opacity = 0.5;
-  EXPECT_NEAR(0.75 * 0.8 + 0.25 * 0.1, colour_of_ink(half, pigment, {0.8f, 0.9f, 1.0f}).data[0],
-              1e-6);
 }
 
 TEST(ProcessPrint, ReliefIsLitFromTheUpperLeft) {
@@ -259,8 +209,8 @@ TEST(ProcessPrint, NoBlockLeavesThePrintWithoutNumbers) {
         R"({"pigment": {"mode": "ink", "opacity": 1e30, "rgb": [1, 2]}})",
         R"({"relief": {"amount": 1e30, "sheen": 1e30, "smooth_mm": 1e30, "slope_floor": -1}})"})
     for (const double print_px_um : {100.0, 1e30, 0.0})
-      for (const float v : printed(paper_with(process), {{"print_px_um", print_px_um}}, 0.2f).data)
-        ASSERT_TRUE(v >= 0.0f && v <= 1.0f) << process << " " << print_px_um << ": " << v;
+      EXPECT_TRUE(is_light(printed(paper_with(process), {{"print_px_um", print_px_um}}, 0.2f)))
+          << process << " " << print_px_um;
   EXPECT_THROW(printed(paper_with(R"({"texture": {"amount": [1]}})"), Json::object(), 0.2f),
                OptionsError);
 }

@@ -10,9 +10,10 @@
 #include <fstream>
 #include <iterator>
 #include <numeric>
-#include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "input/failure_of.h"
 
 namespace morva {
 namespace {
@@ -75,22 +76,16 @@ TEST(BlueNoise, TheSparsestTonesStandApart) {
   }
 }
 
-std::string failure_of(const fs::path& file) {
-  try {
-    read_blue_noise(file);
-  } catch (const std::runtime_error& error) {
-    return error.what();
-  }
-  return "";
-}
-
 TEST(BlueNoise, AFileThatIsNoMaskIsRefused) {
   std::ifstream in(kFile, std::ios::binary);
   const std::string whole{std::istreambuf_iterator<char>(in), {}};
-  const auto told = [](const std::string& bytes) {
+  const auto refusal = [](const fs::path& file) {
+    return testing_files::failure_of([&] { read_blue_noise(file); });
+  };
+  const auto told = [&](const std::string& bytes) {
     const fs::path file = fs::path(testing::TempDir()) / "morva_mask.png";
     std::ofstream(file, std::ios::binary) << bytes;
-    return failure_of(file);
+    return refusal(file);
   };
   EXPECT_EQ("", told(whole));
   const auto patched = [&](std::size_t at, const std::string& bytes) {
@@ -117,7 +112,7 @@ TEST(BlueNoise, AFileThatIsNoMaskIsRefused) {
     EXPECT_EQ("bluenoise256.png не читается", told(bytes)) << bytes.size();
   for (std::size_t at = 0; at < 80; ++at) told(flipped(at));  // must not crash
   const fs::path absent = fs::path(testing::TempDir()) / "absent" / "bluenoise256.png";
-  EXPECT_EQ("нет данных эталона: " + absent.string(), failure_of(absent));
+  EXPECT_EQ("нет данных эталона: " + absent.string(), refusal(absent));
 }
 
 }  // namespace

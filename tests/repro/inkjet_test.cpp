@@ -9,13 +9,12 @@
 #include <cmath>
 #include <filesystem>
 #include <numbers>
-#include <numeric>
 #include <string>
 #include <vector>
 
-#include "image/errors.h"
 #include "image/filters.h"
 #include "image/resample.h"
+#include "print/pictures.h"
 #include "profiles/store.h"
 #include "repro/blue_noise.h"
 #include "repro/dot_gain.h"
@@ -75,11 +74,6 @@ class Inkjet : public ::testing::Test {
   }
 };
 
-double mean(const Image& image) {
-  return std::accumulate(image.data.begin(), image.data.end(), 0.0) /
-         static_cast<double>(image.data.size());
-}
-
 Image ramp(int h, int w, int channels) {
   Image picture(h, w, channels);
   for (std::size_t i = 0; i < picture.data.size(); ++i)
@@ -96,8 +90,7 @@ TEST_F(Inkjet, DropsKeepTheTone) {
     const Image smooth = print(gray, 25.0);
     paper["inkjet"].erase("dither");
     EXPECT_NEAR(smooth.at(0, 0, 1), tone * printing_paper("office")[1], 0.01);
-    EXPECT_EQ(std::vector<float>(smooth.data.size() / 3, smooth.data[0]),
-              extract_channel(smooth, 0).data);
+    EXPECT_EQ(0.0, spread(extract_channel(smooth, 0)));
     EXPECT_NEAR(mean(smooth), mean(drops), 0.03);
     const auto [least, most] = std::minmax_element(drops.data.begin(), drops.data.end());
     EXPECT_GT(*most - *least, 0.4f);
@@ -189,28 +182,6 @@ TEST_F(Inkjet, IsThePlainPrinterByteForByte) {
           const Image plain = plain_inkjet(picture, 75.0 / drop_px, up, along, rng);
           EXPECT_EQ(plain.data, print(picture, 75.0 / drop_px).data);
         }
-}
-
-TEST_F(Inkjet, AnyBlockGivesASheet) {
-  const Image picture = ramp(40, 50, 3);
-  options["inkjet_banding"] = 1.0;
-  for (const char* key :
-       {"gain", "gain_comp", "gcr", "drop_um", "spread_um", "misalign_drops", "psf_um", "mottle",
-        "swath_mm", "pass_var", "seam_amp", "ripple", "nozzle_mm"})
-    for (const Json& value :
-         {Json(0), Json(-3.0), Json(1e-30), Json(1e30), Json(-1e30), Json("nan"), Json("inf")})
-      for (const double px_um : {0.0, 30.0, 1e12}) {
-        SCOPED_TRACE(key + value.dump() + " " + std::to_string(px_um));
-        paper["inkjet"] = {{key, value}};
-        Image sheet;
-        try {
-          sheet = print(picture, px_um);
-        } catch (const OptionsError&) {  // a text that is no number
-          continue;
-        }
-        ASSERT_EQ(picture.data.size(), sheet.data.size());
-        for (const float v : sheet.data) ASSERT_TRUE(v >= 0.0f && v <= 1.0f) << v;
-      }
 }
 
 }  // namespace

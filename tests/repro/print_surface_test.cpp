@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "image/errors.h"
-#include "image/pairwise_sum.h"
+#include "print/pictures.h"
 
 namespace morva {
 namespace {
@@ -29,15 +29,14 @@ TEST(PrintSurface, TheSideOfAHillThatFacesTheLampIsLit) {
   // How well the light goes with the rise of the hills to the right and down, -1..1.
   const auto lit_rises = [&](const char* block) {
     const Image light = light_on(block, 50.0, hills.w, hills.h);
-    double across = 0.0, down = 0.0, across2 = 0.0, down2 = 0.0, light2 = 0.0;
-    for (int y = 1; y + 1 < hills.h; ++y)
-      for (int x = 1; x + 1 < hills.w; ++x) {
-        const double right = hills.at(y, x + 1) - hills.at(y, x - 1), lit = light.at(y, x);
-        const double below = hills.at(y + 1, x) - hills.at(y - 1, x);
-        across += lit * right, down += lit * below;
-        across2 += right * right, down2 += below * below, light2 += lit * lit;
+    Image right(hills.h - 2, hills.w - 2, 1), below = right, lit = right;
+    for (int y = 0; y < lit.h; ++y)
+      for (int x = 0; x < lit.w; ++x) {
+        lit.at(y, x) = light.at(y + 1, x + 1);
+        right.at(y, x) = hills.at(y + 1, x + 2) - hills.at(y + 1, x);
+        below.at(y, x) = hills.at(y + 2, x + 1) - hills.at(y, x + 1);
       }
-    return std::pair(across / std::sqrt(across2 * light2), down / std::sqrt(down2 * light2));
+    return std::pair(correlation(lit, right), correlation(lit, below));
   };
   EXPECT_GT(lit_rises(R"({"amount": 0.1, "cell_um": 400, "light": [-1, 0]})").first, 0.95);
   EXPECT_LT(lit_rises(R"({"amount": 0.1, "cell_um": 400, "light": [0, 1, 5]})").second, -0.95);
@@ -56,9 +55,8 @@ TEST(PrintSurface, ReliefHasItsSizeOnTheSheetAndItsLightIsEven) {
         turns += (light.at(y, x) > 0.0f) != (light.at(y, x - 1) > 0.0f);
     // Rice's count of zero crossings from the relief's spectrum: 2.35 a mm.
     EXPECT_NEAR(turns / (600.0 * 0.6 * px_um), 2.35, 0.4) << px_um << " um a pixel";
-    const auto [mean, deviation] = mean_and_deviation(light.data.data(), light.data.size());
-    EXPECT_NEAR(mean, 0.0, 1e-6);
-    EXPECT_NEAR(deviation, 0.1 * 0.55, 0.004);  // tanh of a normal deviate of 0.8
+    EXPECT_NEAR(mean(light), 0.0, 1e-6);
+    EXPECT_NEAR(spread(light), 0.1 * 0.55, 0.004);  // tanh of a normal deviate of 0.8
   }
 }
 
@@ -70,8 +68,7 @@ TEST(PrintSurface, AnySheetAndAnyNumberGiveAPrint) {
       for (const double px_um : {1e-300, 0.1, HUGE_VAL})
         for (const float v : light_on(block, px_um, w, h).data)
           ASSERT_TRUE(v >= -1.0f && v <= 1.0f) << block << v;
-  const Image row = light_on(R"({"amount": 0.3})", 60.0, 40, 1);
-  EXPECT_GT(standard_deviation(row.data.data(), row.data.size()), 0.1);
+  EXPECT_GT(spread(light_on(R"({"amount": 0.3})", 60.0, 40, 1)), 0.1);
   EXPECT_EQ(light_on(R"({"amount": 0.3})", 60.0, 1, 1).data[0], 0.0f);
   EXPECT_THROW(light_on(R"({"amount": 1, "light": ["up", 1]})", 60.0, 9, 9), OptionsError);
 }
