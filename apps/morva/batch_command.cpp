@@ -1,6 +1,7 @@
 #include "batch_command.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -13,16 +14,18 @@
 #include "host_error.h"
 #include "operating_system.h"
 #include "progress.h"
+#include "terminal_text.h"
 
 namespace morva::host {
 namespace {
 
 using OrderedJson = nlohmann::ordered_json;
 
-constexpr int kMostJobsUnasked = 4;  // each takes memory: 1 GB at 24 megapixels
+constexpr unsigned kMostJobsUnasked = 4;  // each takes memory: 1 GB at 24 megapixels
 constexpr std::chrono::milliseconds kLookEvery{20};
 
-enum class State { waiting, skipped, running, rendered, failed };
+enum class State : std::size_t { waiting, skipped, running, rendered, failed };
+constexpr std::size_t kStates = 5;
 
 struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
@@ -37,11 +40,29 @@ struct Job {
   std::string told;                                  // the same, once it has ended
 };
 
-using Jobs = std::vector<Job>;
+// In their order, with how many there are of each state.
+struct Jobs {
+  std::vector<Job> all;
+  std::array<std::size_t, kStates> in_state{};
 
-std::size_t count(const Jobs& jobs, State state) {
-  return static_cast<std::size_t>(
-      std::count_if(jobs.begin(), jobs.end(), [&](const Job& job) { return job.state == state; }));
+  std::size_t count(State state) const { return in_state[static_cast<std::size_t>(state)]; }
+};
+
+Jobs jobs_of(std::vector<BatchItem> items) {
+  Jobs jobs;
+  for (BatchItem& item : items) {
+    Job& job = jobs.all.emplace_back();
+    job.state = item.skipped ? State::skipped : State::waiting;
+    ++jobs.in_state[static_cast<std::size_t>(job.state)];
+    job.item = std::move(item);
+  }
+  return jobs;
+}
+
+void turn(Jobs& jobs, Job& job, State state) {
+  --jobs.in_state[static_cast<std::size_t>(job.state)];
+  ++jobs.in_state[static_cast<std::size_t>(state)];
+  job.state = state;
 }
 
 std::vector<std::string> arguments_of(const BatchItem& item, const BatchRequest& request) {
@@ -52,16 +73,18 @@ std::vector<std::string> arguments_of(const BatchItem& item, const BatchRequest&
   return words;
 }
 
-void start(Job& job, const BatchRequest& request, const std::filesystem::path& program) {
+// False when it did not come to that.
+bool start(Job& job, const BatchRequest& request, const std::filesystem::path& program) {
   job.complaints.reset(std::tmpfile());
   const std::optional<int> process =
       job.complaints ? start_process(program, arguments_of(job.item, request), job.complaints.get())
                      : std::nullopt;
-  job.state = process ? State::running : State::failed;
   job.process = process.value_or(0);
-  if (process) return;
+  if (process) return true;
+  job.complaints.reset();
   job.code = MORVA_FAILED;
   job.told = "morva: cannot start another process\n";
+  return false;
 }
 
 std::string text_of(std::FILE* file) {
@@ -86,7 +109,6 @@ bool ended(Job& job) {
   const std::optional<int> code = exit_code_of(job.process);
   if (!code) return false;
   job.code = *code;
-  job.state = job.code == MORVA_OK ? State::rendered : State::failed;
   job.told = text_of(job.complaints.get()) + last_words(job.code);
   job.complaints.reset();
   return true;
@@ -121,19 +143,17 @@ void report_end(const Job& job, const BatchRequest& request, Progress& progress)
 
 std::string in_words(const Jobs& jobs) {
   const auto also = [&](State state, const char* word) {
-    const std::size_t number = count(jobs, state);
+    const std::size_t number = jobs.count(state);
     return number == 0 ? "" : ", " + std::to_string(number) + " " + word;
   };
-  return std::to_string(jobs.size()) + (jobs.size() == 1 ? " picture: " : " pictures: ") +
-         std::to_string(count(jobs, State::rendered)) + " rendered" +
-         also(State::failed, "failed") + also(State::skipped, "skipped") +
-         also(State::waiting, "not begun");
+  return std::to_string(jobs.all.size()) + (jobs.all.size() == 1 ? " picture: " : " pictures: ") +
+         std::to_string(jobs.count(State::rendered)) + " rendered" + also(State::failed, "failed") +
+         also(State::skipped, "skipped") + also(State::waiting, "not begun");
 }
 
-int jobs_at_once(const BatchRequest& request) {
-  if (request.jobs > 0) return request.jobs;
-  const auto processors = static_cast<int>(std::thread::hardware_concurrency());
-  return std::clamp(processors, 1, kMostJobsUnasked);
+std::size_t jobs_at_once(const BatchRequest& request) {
+  if (request.jobs > 0) return static_cast<std::size_t>(request.jobs);
+  return std::clamp(std::thread::hardware_concurrency(), 1u, kMostJobsUnasked);
 }
 
 // Whatever ends the batch, no render outlives it.
@@ -143,39 +163,61 @@ class Runner {
     if (program_.empty()) throw HostError(MORVA_FAILED, "cannot tell where this program stands");
   }
   ~Runner() {
-    for (Job& job : jobs_)
-      if (job.state == State::running) ask_to_stop(job.process);
-    for (Job& job : jobs_)
-      while (job.state == State::running && !ended(job)) std::this_thread::sleep_for(kLookEvery);
+    for (const Job* job : running_) ask_to_stop(job->process);
+    for (Job* job : running_)
+      while (!ended(*job)) std::this_thread::sleep_for(kLookEvery);
   }
   Runner(const Runner&) = delete;
   Runner& operator=(const Runner&) = delete;
 
   void run_all(Progress& progress) {
-    start_more();
-    while (count(jobs_, State::running) > 0) {
+    start_more(progress);
+    while (!running_.empty()) {
       progress.step(in_words(jobs_));
       std::this_thread::sleep_for(kLookEvery);
       check_cancelled();
-      for (Job& job : jobs_)
-        if (job.state == State::running && ended(job)) report_end(job, request_, progress);
-      start_more();
+      finish_ended(progress);
+      start_more(progress);
     }
   }
 
  private:
-  void start_more() {
-    const auto most = static_cast<std::size_t>(jobs_at_once(request_));
-    for (Job& job : jobs_) {
-      if (!request_.keep_going && count(jobs_, State::failed) > 0) return;
-      if (count(jobs_, State::running) >= most) return;
-      if (job.state == State::waiting) start(job, request_, program_);
+  void start_more(Progress& progress) {
+    for (; next_ < jobs_.all.size() && running_.size() < at_once_; ++next_) {
+      if (!request_.keep_going && jobs_.count(State::failed) > 0) return;
+      Job& job = jobs_.all[next_];
+      if (job.state != State::waiting) continue;
+      if (start(job, request_, program_)) {
+        turn(jobs_, job, State::running);
+        running_.push_back(&job);
+      } else {
+        finish(job, progress);
+      }
     }
+  }
+
+  // What has ended is no longer among the running before it is told of, which may fail.
+  void finish_ended(Progress& progress) {
+    std::vector<Job*> done;
+    std::erase_if(running_, [&](Job* job) {
+      if (!ended(*job)) return false;
+      done.push_back(job);
+      return true;
+    });
+    for (Job* job : done) finish(*job, progress);
+  }
+
+  void finish(Job& job, Progress& progress) {
+    turn(jobs_, job, job.code == MORVA_OK ? State::rendered : State::failed);
+    report_end(job, request_, progress);
   }
 
   Jobs& jobs_;
   const BatchRequest& request_;
   const std::filesystem::path program_ = own_program();
+  const std::size_t at_once_ = jobs_at_once(request_);
+  std::size_t next_ = 0;  // of those that may be waiting
+  std::vector<Job*> running_;
 };
 
 const char* word_for(State state) {
@@ -196,7 +238,7 @@ const char* word_for(State state) {
 
 OrderedJson in_json(const Jobs& jobs, double seconds) {
   OrderedJson pictures = OrderedJson::array();
-  for (const Job& job : jobs) {
+  for (const Job& job : jobs.all) {
     OrderedJson one = {{"input", job.item.input},
                        {"output", job.item.output},
                        {"state", word_for(job.state)},
@@ -204,16 +246,16 @@ OrderedJson in_json(const Jobs& jobs, double seconds) {
     if (!job.told.empty()) one["message"] = job.told;
     pictures.push_back(one);
   }
-  return {{"rendered", count(jobs, State::rendered)},
-          {"failed", count(jobs, State::failed)},
-          {"skipped", count(jobs, State::skipped)},
-          {"not_begun", count(jobs, State::waiting)},
+  return {{"rendered", jobs.count(State::rendered)},
+          {"failed", jobs.count(State::failed)},
+          {"skipped", jobs.count(State::skipped)},
+          {"not_begun", jobs.count(State::waiting)},
           {"seconds", seconds},
           {"pictures", pictures}};
 }
 
 int first_failure(const Jobs& jobs) {
-  for (const Job& job : jobs)
+  for (const Job& job : jobs.all)
     if (job.state == State::failed) return job.code;
   return MORVA_OK;
 }
@@ -221,12 +263,7 @@ int first_failure(const Jobs& jobs) {
 }  // namespace
 
 int run(const BatchRequest& request) {
-  Jobs jobs;
-  for (BatchItem& item : plan_batch(request.choice)) {
-    Job& job = jobs.emplace_back();
-    job.item = std::move(item);
-    if (job.item.skipped) job.state = State::skipped;
-  }
+  Jobs jobs = jobs_of(plan_batch(request.choice));
   double seconds = 0.0;
   {
     Progress progress(!request.quiet);

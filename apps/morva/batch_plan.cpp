@@ -7,6 +7,7 @@
 #include <map>
 #include <string_view>
 
+#include "folder_files.h"
 #include "host_error.h"
 #include "standard_streams.h"
 
@@ -36,14 +37,11 @@ bool is_picture_name(const fs::path& file) {
 }
 
 std::vector<std::string> pictures_in(const std::string& folder) {
+  const std::optional<std::vector<fs::path>> all = files_in(folder);
+  if (!all) throw HostError(MORVA_BAD_ARGUMENT, "cannot read the folder: " + folder);
   std::vector<std::string> files;
-  std::error_code error;
-  for (const fs::directory_entry& item : fs::directory_iterator(folder, error)) {
-    std::error_code no_file;
-    if (item.is_regular_file(no_file) && is_picture_name(item.path()))
-      files.push_back(item.path().string());
-  }
-  if (error) throw HostError(MORVA_BAD_ARGUMENT, "cannot read the folder: " + folder);
+  for (const fs::path& file : *all)
+    if (is_picture_name(file)) files.push_back(file.string());
   if (files.empty()) throw HostError(MORVA_BAD_ARGUMENT, "no pictures in the folder: " + folder);
   std::sort(files.begin(), files.end());
   return files;

@@ -74,6 +74,13 @@ std::string printable(std::string_view raw) {
   return text;
 }
 
+// Nothing for a field that was left blank; a blank date keeps its colons.
+std::optional<CameraField> text_field(CameraTag tag, std::string_view raw) {
+  std::string text = printable(raw);
+  if (text.find_first_not_of(" :") == std::string::npos) return std::nullopt;
+  return CameraField{tag, std::move(text)};
+}
+
 std::optional<CameraField> ratio_field(CameraTag tag, int64_t above, int64_t below) {
   if (below == 0 || (tag.kind == CameraValue::ratio && above == 0)) return std::nullopt;
   return CameraField{tag, "", above, below};
@@ -83,10 +90,8 @@ std::optional<CameraField> field_of(CameraTag tag, const ExifEntry* entry, ExifB
   if (entry == nullptr || entry->data == nullptr || entry->components < 1 ||
       entry->size < exif_format_get_size(entry->format))
     return std::nullopt;
-  if (tag.kind == CameraValue::text && entry->format == EXIF_FORMAT_ASCII) {
-    std::string text = printable({reinterpret_cast<const char*>(entry->data), entry->size});
-    return text.empty() ? std::nullopt : std::optional(CameraField{tag, std::move(text)});
-  }
+  if (tag.kind == CameraValue::text && entry->format == EXIF_FORMAT_ASCII)
+    return text_field(tag, {reinterpret_cast<const char*>(entry->data), entry->size});
   if (tag.kind == CameraValue::number && entry->format == EXIF_FORMAT_SHORT)
     return CameraField{tag, "", exif_get_short(entry->data, order)};
   if (tag.kind == CameraValue::ratio && entry->format == EXIF_FORMAT_RATIONAL) {
@@ -124,16 +129,13 @@ std::optional<CameraField> ratio_of(CameraTag tag, double value) {
 }
 
 std::optional<CameraField> field_of(CameraTag tag, const MorvaImageInfo& info) {
-  const auto text = [&](const char* words) {
-    return *words != '\0' ? std::optional(CameraField{tag, printable(words)}) : std::nullopt;
-  };
   switch (tag.tag) {
     case kModel:
-      return text(info.camera);
+      return text_field(tag, info.camera);
     case kTaken:
-      return text(info.date);
+      return text_field(tag, info.date);
     case kLensModel:
-      return text(info.lens);
+      return text_field(tag, info.lens);
     case kExposureTime:
       return ratio_of(tag, info.exposure_s);
     case kFNumber:

@@ -29,9 +29,9 @@ constexpr const char* kFooter = R"(Examples:
 
 Exit codes:
   0  done
-  1  the command line, the input file or the output's place is at fault
-  2  a profile is missing or broken
-  3  an option is not valid
+  1  the command line, the input or preset file or the output's place is at fault
+  2  a profile or preset of that name is missing, or a profile is broken
+  3  an option or what a preset says is not valid
   4  a feature that the engine does not carry
   5  any other failure, such as a file that cannot be decoded or written
   6  cancelled (Ctrl-C); no file is left
@@ -136,10 +136,11 @@ void add_batch(CLI::App& app, BatchRequest& request, BackendChoice& backend) {
                   "Names of the files: {name} and {ext} of the picture, {film}, {paper}, {n}, its "
                   "number; without it {name}.png, or what --format tells")
       ->type_name("PATTERN");
-  verb.add_option(
-          "-j,--jobs", request.jobs,
-          "Renders at a time; without it one for each processor, but at most 4, and one on a GPU")
-      ->check(CLI::Range(1, 1024))
+  verb.add_option("-j,--jobs", request.jobs,
+                  "Renders at a time, 1 to 256; without it one for each processor, but at most 4, "
+                  "and one on "
+                  "a GPU")
+      ->check(CLI::Range(1, 256))
       ->type_name("N");
   verb.add_flag("--keep-going", request.keep_going, "Begin new renders after one has failed");
   verb.add_flag("--skip-existing", request.choice.skip_existing,

@@ -4,11 +4,13 @@
 #include <cstdio>
 
 #include "host_error.h"
+#include "operating_system.h"
+#include "terminal_text.h"
 
 namespace morva::host {
 
 void print_line(const std::string& text) {
-  const std::string line = text + "\n";
+  const std::string line = (stdout_is_terminal() ? for_terminal(text) : text) + "\n";
   if (std::fwrite(line.data(), 1, line.size(), stdout) != line.size() || std::fflush(stdout) != 0) {
     throw HostError(MORVA_FAILED, "cannot write to standard output");
   }
@@ -23,17 +25,8 @@ void print_json(const nlohmann::ordered_json& value) {
   print_line(value.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
 }
 
-std::string on_one_line(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(),
-      [](unsigned char letter) { return letter < 0x20 || letter == 0x7F; }, '?');
-  return text;
-}
-
 void print_error(const std::string& text, const std::string& hint) {
-  std::string line = text;
-  std::replace(line.begin(), line.end(), '\n', ' ');
-  line = "morva: " + on_one_line(line) + "\n";
+  std::string line = "morva: " + on_one_line(text) + "\n";
   if (!hint.empty()) line += "hint: " + on_one_line(hint) + "\n";
   std::fputs(line.c_str(), stderr);
 }
@@ -43,7 +36,7 @@ void print_warning(const std::string& text) {
 }
 
 void print_note(const std::string& text) {
-  std::fputs(text.c_str(), stderr);
+  std::fputs(for_terminal(text).c_str(), stderr);
 }
 
 }  // namespace morva::host

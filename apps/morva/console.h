@@ -1,4 +1,5 @@
-// What goes to standard output, and the one line of an error.
+// What goes to standard output and standard error. Whatever a terminal shows is clean, so that no
+// file's name or text plays tricks on it.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -6,7 +7,7 @@
 
 namespace morva::host {
 
-// A line of data. Throws when it cannot be written.
+// A line of data, as it is where it goes into a file or a pipe. Throws when it cannot be written.
 void print_line(const std::string& text);
 
 // A word at the head of a column of `width`; a longer one has a space behind it.
@@ -15,14 +16,11 @@ std::string padded(std::string text, std::size_t width);
 // A JSON value as one line. Bytes of a file name that are not UTF-8 are replaced.
 void print_json(const nlohmann::ordered_json& value);
 
-// The text with a question mark for each control character, which a terminal would obey.
-std::string on_one_line(std::string text);
-
 // "morva: ..." on stderr, always a single line, and below it "hint: ..." where there is one.
 void print_error(const std::string& text, const std::string& hint = {});
 void print_warning(const std::string& text);
 
-// Text for a reader, as it stands, to stderr.
+// Lines for a reader, to stderr.
 void print_note(const std::string& text);
 
 }  // namespace morva::host

@@ -25,16 +25,17 @@ struct Layout {
   int step_y(std::size_t row) const { return row_heights[row] + gap + line_height() * lines; }
 };
 
-Layout layout_of(const std::vector<Cell>& cells, std::size_t columns, int cell_px) {
+Layout layout_of(const std::vector<PixelSize>& pictures, std::size_t labels, std::size_t columns,
+                 int cell_px) {
   Layout layout;
   layout.gap = std::max(6, cell_px / 20);
   layout.scale = std::max(1, cell_px / 140);
-  layout.row_heights.assign((cells.size() + columns - 1) / columns, 1);
-  for (std::size_t i = 0; i < cells.size(); ++i) {
+  layout.lines = static_cast<int>(labels);
+  layout.row_heights.assign((pictures.size() + columns - 1) / columns, 1);
+  for (std::size_t i = 0; i < pictures.size(); ++i) {
     int& height = layout.row_heights[i / columns];
-    height = std::max(height, cells[i].picture.height);
-    layout.box_width = std::max(layout.box_width, cells[i].picture.width);
-    layout.lines = std::max(layout.lines, static_cast<int>(cells[i].labels.size()));
+    height = std::max(height, pictures[i].height);
+    layout.box_width = std::max(layout.box_width, pictures[i].width);
   }
   return layout;
 }
@@ -92,8 +93,19 @@ std::size_t columns_of(std::size_t across, std::size_t down) {
   return (across + rows - 1) / rows;
 }
 
+PixelSize contact_sheet_size(const std::vector<PixelSize>& pictures, std::size_t labels,
+                             std::size_t columns, int cell_px) {
+  return size_of(layout_of(pictures, labels, columns, cell_px), columns);
+}
+
 Picture contact_sheet(const std::vector<Cell>& cells, std::size_t columns, int cell_px) {
-  const Layout layout = layout_of(cells, columns, cell_px);
+  std::vector<PixelSize> sizes;
+  std::size_t labels = 0;
+  for (const Cell& cell : cells) {
+    sizes.push_back(cell.picture.size());
+    labels = std::max(labels, cell.labels.size());
+  }
+  const Layout layout = layout_of(sizes, labels, columns, cell_px);
   Picture paper = blank_paper(size_of(layout, columns));
   int top = layout.gap;
   for (std::size_t i = 0; i < cells.size(); ++i) {

@@ -12,6 +12,7 @@
 #include <optional>
 
 #include "cancel_signal.h"
+#include "exr_header.h"
 #include "host_error.h"
 #include "rec709_conversion.h"
 
@@ -79,6 +80,7 @@ void spread_first_channel(Picture& picture) {
 }
 
 Picture read_all(const std::filesystem::path& file) {
+  check_exr_header(file);
   Imf::InputFile in(file.string().c_str());
   const Imf::Header& header = in.header();
   const Imath::Box2i window = header.dataWindow();
@@ -130,6 +132,7 @@ Picture read_exr(const std::filesystem::path& file) {
 
 ExrInfo read_exr_info(const std::filesystem::path& file) {
   return reading(file, [&] {
+    check_exr_header(file);
     const Imf::InputFile in(file.string().c_str());
     const PixelSize size = checked_size(in.header().dataWindow());
     return ExrInfo{size.width, size.height, channel_names(in.header().channels())};

@@ -27,6 +27,9 @@ constexpr const char* kNoPicture =
 
 // In the order in which they are tried.
 constexpr std::array kKnown = {
+    KnownFailure{"is larger than 4 MB",
+                 "a preset or options file is a JSON object such as --save-options writes; any "
+                 "other picture or device is none"},
     KnownFailure{"каталог профилей не найден",
                  "no profile folder was found: set MORVA_PROFILES_DIR to the folder that holds "
                  "films, lenses and papers"},

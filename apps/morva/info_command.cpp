@@ -6,6 +6,7 @@
 #include "exr_reader.h"
 #include "picture_reader.h"
 #include "standard_streams.h"
+#include "terminal_text.h"
 
 namespace morva::host {
 namespace {
@@ -42,7 +43,7 @@ void print_as_lines(const OrderedJson& facts) {
   constexpr std::size_t kNameColumn = 12;
   for (const auto& [name, value] : facts.items()) {
     const std::string text = value.is_string() ? value.get<std::string>() : value.dump();
-    print_line(padded(name, kNameColumn) + text);
+    print_line(padded(name, kNameColumn) + on_one_line(text));
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "host_error.h"
 
@@ -14,6 +13,9 @@ using Json = nlohmann::json;
 // Deeper nesting is no option of ours and would only exhaust the stack later on.
 constexpr int kDeepest = 64;
 
+// Every option with a long text is a few kilobytes; a device or a pipe may have no end.
+constexpr std::size_t kMostBytes = std::size_t{4} << 20;
+
 struct TooDeep {};
 
 std::string text_of_file(const std::string& file, const std::string& what) {
@@ -22,7 +24,12 @@ std::string text_of_file(const std::string& file, const std::string& what) {
     throw HostError(MORVA_BAD_ARGUMENT, what + " is a folder: " + file);
   std::ifstream in(file, std::ios::binary);
   if (!in) throw HostError(MORVA_BAD_ARGUMENT, "cannot open the " + what + ": " + file);
-  return {std::istreambuf_iterator<char>(in), {}};
+  std::string text(kMostBytes + 1, '\0');
+  in.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<std::size_t>(in.gcount()));
+  if (text.size() > kMostBytes)
+    throw HostError(MORVA_BAD_ARGUMENT, "the " + what + " is larger than 4 MB: " + file);
+  return text;
 }
 
 }  // namespace

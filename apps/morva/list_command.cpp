@@ -4,6 +4,7 @@
 
 #include "console.h"
 #include "profile_folder.h"
+#include "terminal_text.h"
 
 namespace morva::host {
 namespace {

@@ -17,24 +17,26 @@ bool stderr_is_terminal();
 bool stdout_is_terminal();
 
 // The folder that holds the engine's library file; empty when it cannot be told.
-std::filesystem::path library_folder();
+std::filesystem::path engine_folder();
 
 // The folder of the user's own settings for this program; empty when there is none to tell.
 std::filesystem::path user_folder();
 
 bool folder_is_writable(const std::filesystem::path& folder);
 
-int process_id();
-
 enum class Readers { as_usual, only_the_user };
 
-// Opens a new empty file under that name. False when it exists already or cannot be made.
+// Makes a new empty file under that name. False when it exists already or cannot be made.
 bool create_new_file(const std::filesystem::path& file, Readers readers);
 
 // Renames `from` to `to` in one step. Unless `replace`, an existing `to` is left alone, even one
 // that appeared a moment ago, and the answer is std::errc::file_exists.
 std::error_code move_into_place(const std::filesystem::path& from, const std::filesystem::path& to,
                                 bool replace);
+
+// From now on a write that nobody reads, or that is beyond a limit of size, fails as others do and
+// ends the program by no signal.
+void let_writes_fail();
 
 // Whether standard input has bytes or has ended; waits so long for it.
 bool standard_input_ready(int milliseconds);

@@ -25,7 +25,7 @@ bool stdout_is_terminal() {
   return isatty(STDOUT_FILENO) != 0;
 }
 
-std::filesystem::path library_folder() {
+std::filesystem::path engine_folder() {
   // The address of the function itself could be the executable's own jump entry.
   const void* in_library = dlsym(RTLD_DEFAULT, "morva_version");
   Dl_info info{};
@@ -53,10 +53,6 @@ bool folder_is_writable(const std::filesystem::path& folder) {
   return access(folder.c_str(), W_OK | X_OK) == 0;
 }
 
-int process_id() {
-  return static_cast<int>(getpid());
-}
-
 bool create_new_file(const std::filesystem::path& file, Readers readers) {
   const mode_t mode = readers == Readers::only_the_user ? 0600 : 0666;
   const int descriptor = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
@@ -80,6 +76,11 @@ std::error_code move_into_place(const std::filesystem::path& from, const std::fi
   }
   std::filesystem::rename(from, to, error);
   return error;
+}
+
+void let_writes_fail() {
+  signal(SIGPIPE, SIG_IGN);
+  signal(SIGXFSZ, SIG_IGN);
 }
 
 bool standard_input_ready(int milliseconds) {
@@ -112,7 +113,9 @@ std::optional<int> start_process(const std::filesystem::path& program,
   // Whoever started this program may have had its children forgotten, with their exit codes.
   signal(SIGCHLD, SIG_DFL);
   // Whoever reads this program's output may go away. That is an error, which ends the children too.
-  signal(SIGPIPE, SIG_IGN);
+  let_writes_fail();
+  // The next process has complaints of its own.
+  if (fcntl(fileno(complaints), F_SETFD, FD_CLOEXEC) != 0) return std::nullopt;
   posix_spawn_file_actions_t actions;
   if (posix_spawn_file_actions_init(&actions) != 0) return std::nullopt;
   pid_t process = 0;

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "console.h"
+#include "engine_facts.h"
 #include "framing.h"
 #include "host_error.h"
 #include "picture_reader.h"
@@ -16,8 +17,6 @@ namespace {
 
 using Json = nlohmann::json;
 using OrderedJson = nlohmann::ordered_json;
-
-constexpr std::size_t kFactsBytes = 32768;  // hold any answer
 
 struct Plan {
   PixelSize source{};
@@ -72,16 +71,6 @@ void ask_limits(const RenderSetting& setting, const std::string& options, Plan& 
                error);
 }
 
-OrderedJson ask_facts(const RenderSetting& setting, const std::string& options, PixelSize source) {
-  std::string answer(kFactsBytes, '\0');
-  MorvaError error{};
-  check_engine(morva_rack_facts(options.c_str(), setting.film.c_str(), setting.lens.c_str(),
-                                setting.paper.c_str(), source.width, source.height, 0, 0,
-                                answer.data(), static_cast<int32_t>(answer.size()), &error),
-               error);
-  return OrderedJson::parse(answer.c_str());
-}
-
 PixelSize size_of_crop(const RenderSetting& setting, const Json& options, PixelSize source) {
   Json crop = picture_alone(Json::object());
   crop["master_cap"] = false;
@@ -123,7 +112,7 @@ Plan plan_of(const RenderSetting& setting, const Json& options, PixelSize source
   plan.raster = sheet_size(own_paper, picture_alone(options), source);
   plan.crop = size_of_crop(own_paper, options, source);
   ask_limits(setting, options_text(options), plan);
-  plan.facts = ask_facts(setting, options_text(options), source);
+  plan.facts = engine_facts(setting, options, source);
   if (is_instant(plan.facts)) plan.raster = in_opening(plan.raster, plan.print, plan.facts);
   measure(plan);
   return plan;

@@ -4,12 +4,12 @@
 #include <array>
 #include <filesystem>
 
-#include "console.h"
 #include "host_error.h"
 #include "json_file.h"
 #include "profile_folder.h"
 #include "setting_in_picture.h"
 #include "source_exposure.h"
+#include "terminal_text.h"
 
 namespace morva::host {
 namespace {

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "folder_files.h"
 #include "host_error.h"
 #include "operating_system.h"
 
@@ -19,14 +20,14 @@ using Json = nlohmann::json;
 fs::path profile_folder() {
   const char* named = std::getenv("MORVA_PROFILES_DIR");
   if (named != nullptr && *named != '\0') return named;
-  const fs::path library = library_folder();
+  const fs::path engine = engine_folder();
   std::error_code error;
-  if (library.empty() || !fs::is_directory(library / "profiles", error)) {
+  if (engine.empty() || !fs::is_directory(engine / "profiles", error)) {
     throw HostError(MORVA_PROFILE_FAILED,
                     "no profile folder: set MORVA_PROFILES_DIR, or put \"profiles\" beside the "
                     "library");
   }
-  return library / "profiles";
+  return engine / "profiles";
 }
 
 bool is_hidden(const Json& profile) {
@@ -54,14 +55,14 @@ std::optional<ProfileEntry> entry_of(const fs::path& file) {
 
 // False where there is no such folder. A name that is taken already stays as it is.
 bool add_entries(const fs::path& folder, std::map<std::string, ProfileEntry>& entries) {
-  std::error_code error;
-  for (const fs::directory_entry& item : fs::directory_iterator(folder, error)) {
-    std::error_code no_file;
-    if (item.path().extension() != ".json" || !item.is_regular_file(no_file)) continue;
-    if (std::optional<ProfileEntry> entry = entry_of(item.path()))
+  const std::optional<std::vector<fs::path>> files = files_in(folder);
+  if (!files) return false;
+  for (const fs::path& file : *files) {
+    if (file.extension() != ".json") continue;
+    if (std::optional<ProfileEntry> entry = entry_of(file))
       entries.try_emplace(entry->name, *entry);
   }
-  return !error;
+  return true;
 }
 
 }  // namespace

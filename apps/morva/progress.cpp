@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-#include "console.h"
 #include "operating_system.h"
+#include "terminal_text.h"
 
 namespace morva::host {
 namespace {

@@ -18,6 +18,7 @@
 #include "sheet_size.h"
 #include "source_exposure.h"
 #include "standard_streams.h"
+#include "terminal_text.h"
 
 namespace morva::host {
 namespace {

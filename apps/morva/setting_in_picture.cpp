@@ -13,11 +13,14 @@
 #include <memory>
 #include <string_view>
 
+#include "exr_header.h"
 #include "exr_reader.h"
 #include "picture_blocks.h"
 
 namespace morva::host {
 namespace {
+
+constexpr tmsize_t kMostBytes = tmsize_t{1} << 24;  // of a tag
 
 std::string head_of(const std::filesystem::path& file) {
   std::array<char, 12> head{};
@@ -70,6 +73,7 @@ std::string in_tiff(const std::filesystem::path& file) {
   };
   TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
   if (options == nullptr) throw std::bad_alloc();
+  TIFFOpenOptionsSetMaxSingleMemAlloc(options, kMostBytes);
   TIFFOpenOptionsSetErrorHandlerExtR(options, say_nothing, nullptr);
   TIFFOpenOptionsSetWarningHandlerExtR(options, say_nothing, nullptr);
   const std::unique_ptr<TIFF, Close> tiff(TIFFOpenExt(file.string().c_str(), "r", options));
@@ -82,6 +86,7 @@ std::string in_tiff(const std::filesystem::path& file) {
 
 std::string in_exr(const std::filesystem::path& file) {
   try {
+    check_exr_header(file);
     const Imf::InputFile in(file.string().c_str());
     const auto* text = in.header().findTypedAttribute<Imf::StringAttribute>(kSettingName);
     return text != nullptr ? text->value() : "";

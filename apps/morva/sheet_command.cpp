@@ -7,6 +7,7 @@
 #include "area_reduction.h"
 #include "cancel_signal.h"
 #include "contact_sheet.h"
+#include "engine_facts.h"
 #include "engine_render.h"
 #include "framing.h"
 #include "host_error.h"
@@ -27,6 +28,9 @@ constexpr std::size_t kMostCells = 400;
 struct PlannedCell {
   SettingChoice choice;
   std::vector<std::string> labels;
+  CheckedSetting checked;
+  PixelSize reduced;  // the source, so far that its sheet comes out at about the size of a cell
+  PixelSize picture;  // what stands on the sheet then, to a pixel or two
 };
 
 std::vector<Variation> variations_of(const SheetRequest& request) {
@@ -44,7 +48,8 @@ std::vector<Variation> variations_of(const SheetRequest& request) {
 // The first variation across, the second down.
 std::vector<PlannedCell> plan_cells(const SettingChoice& choice,
                                     const std::vector<Variation>& variations) {
-  std::vector<PlannedCell> cells = {{choice, {}}};
+  std::vector<PlannedCell> cells(1);
+  cells.front().choice = choice;
   for (auto variation = variations.rbegin(); variation != variations.rend(); ++variation) {
     std::vector<PlannedCell> finer;
     for (const PlannedCell& cell : cells)
@@ -79,37 +84,59 @@ double scale_to(PixelSize size, int cell_px) {
   return std::min(1.0, static_cast<double>(cell_px) / std::max(size.width, size.height));
 }
 
-// The source is reduced so far that its sheet comes out at about the size of a cell: what an eye
-// would see of the whole sheet from that far.
-Picture render_cell(const Picture& source, const CheckedSetting& checked, int cell_px) {
-  nlohmann::json options = checked.options;
+// What is wrong with a cell, under its labels.
+template <class Action>
+void for_each_cell(std::vector<PlannedCell>& planned, const Action& action) {
+  for (PlannedCell& cell : planned) {
+    check_cancelled();
+    try {
+      action(cell);
+    } catch (const HostError& failure) {
+      if (failure.code == MORVA_CANCELLED) throw;
+      throw HostError(failure.code, in_words(cell) + ": " + failure.what());
+    }
+  }
+}
+
+// Everything that the engine could refuse of it.
+void measure(PlannedCell& cell, PixelSize source, int cell_px) {
+  auto& [setting, options, metering] = cell.checked;
   frame_straightened(source.width, source.height, options);
-  const PixelSize whole = sheet_size(checked.setting, options, source.size());
-  meter_source(source, checked.metering, options);
-  const PixelSize small = times(source.size(), scale_to(whole, cell_px));
-  const Picture sheet = render_sheet(reduced_by_area(source, small), checked.setting, options);
+  const PixelSize whole = sheet_size(setting, options, source);
+  engine_facts(setting, options, source);
+  cell.reduced = times(source, scale_to(whole, cell_px));
+  cell.picture = times(whole, scale_to(whole, cell_px));
+}
+
+void require_room_for(const std::vector<PlannedCell>& planned, std::size_t columns, int cell_px) {
+  std::vector<PixelSize> sizes;
+  for (const PlannedCell& cell : planned) sizes.push_back(cell.picture);
+  const std::size_t labels = planned.front().labels.size();
+  const std::string remedy = std::to_string(planned.size()) + " pictures of --cell " +
+                             std::to_string(cell_px) + " are too many or too large";
+  const std::string complaint =
+      too_large(contact_sheet_size(sizes, labels, columns, cell_px), remedy);
+  if (!complaint.empty()) throw HostError(MORVA_BAD_ARGUMENT, complaint);
+}
+
+// What an eye would see of the whole sheet from far.
+Picture render_cell(const PlannedCell& cell, const Picture& source, int cell_px) {
+  nlohmann::json options = cell.checked.options;
+  meter_source(source, cell.checked.metering, options);
+  const Picture sheet =
+      render_sheet(reduced_by_area(source, cell.reduced), cell.checked.setting, options);
   const PixelSize size = sheet.size();
   return reduced_by_area(sheet, times(size, scale_to(size, cell_px)));
 }
 
-Cell made_of(const PlannedCell& planned, const Picture& source, int cell_px) {
-  try {
-    return {render_cell(source, check_setting(planned.choice), cell_px), planned.labels};
-  } catch (const HostError& failure) {
-    if (failure.code == MORVA_CANCELLED) throw;
-    throw HostError(failure.code, in_words(planned) + ": " + failure.what());
-  }
-}
-
-std::vector<Cell> render_cells(const std::vector<PlannedCell>& planned, const Picture& source,
+std::vector<Cell> render_cells(std::vector<PlannedCell>& planned, const Picture& source,
                                int cell_px, Progress& progress) {
   std::vector<Cell> cells;
-  for (const PlannedCell& one : planned) {
+  for_each_cell(planned, [&](const PlannedCell& cell) {
     progress.step("rendering " + std::to_string(cells.size() + 1) + " of " +
-                  std::to_string(planned.size()) + ": " + in_words(one));
-    cells.push_back(made_of(one, source, cell_px));
-    check_cancelled();
-  }
+                  std::to_string(planned.size()) + ": " + in_words(cell));
+    cells.push_back({render_cell(cell, source, cell_px), cell.labels});
+  });
   return cells;
 }
 
@@ -119,20 +146,23 @@ void run(const SheetRequest& request) {
   const Encoding encoding = encoding_of(request.output);
   OutputFile output(request.output.file, request.output.force);
   const std::vector<Variation> variations = variations_of(request);
-  const std::vector<PlannedCell> planned = plan_cells(request.setting, variations);
+  const std::size_t down = variations.size() > 1 ? variations[1].values.size() : 1;
+  const std::size_t columns = columns_of(variations[0].values.size(), down);
+  std::vector<PlannedCell> planned = plan_cells(request.setting, variations);
+  for_each_cell(planned, [](PlannedCell& cell) { cell.checked = check_setting(cell.choice); });
+  const std::string input = planned.front().checked.setting.input;
   select_backend(request.backend);
-  const std::string input = check_setting(planned.front().choice).setting.input;
 
   OrderedJson made;
   {
     Progress progress(!request.output.quiet);
     progress.step("reading " + input);
     const Picture source = read_picture(input);
-    check_cancelled();
+    for_each_cell(planned,
+                  [&](PlannedCell& cell) { measure(cell, source.size(), request.cell_px); });
+    require_room_for(planned, columns, request.cell_px);
     const std::vector<Cell> cells = render_cells(planned, source, request.cell_px, progress);
-    const std::size_t down = variations.size() > 1 ? variations[1].values.size() : 1;
-    const Picture sheet =
-        contact_sheet(cells, columns_of(variations[0].values.size(), down), request.cell_px);
+    const Picture sheet = contact_sheet(cells, columns, request.cell_px);
     progress.step("writing " + request.output.file);
     write_picture(sheet, encoding, {}, output.create_temporary());
     check_cancelled();

@@ -63,13 +63,12 @@ Json picture_alone(Json options) {
   return print_alone(std::move(options));
 }
 
-std::string too_large(PixelSize sheet) {
+std::string too_large(PixelSize sheet, const std::string& remedy) {
   const bool long_side = std::max(sheet.width, sheet.height) > kLongestSidePx;
   if (!long_side && int64_t{sheet.width} * sheet.height <= kMostMegapixels * 1'000'000) return {};
   const std::string limit = long_side ? std::to_string(kLongestSidePx) + " a side"
                                       : std::to_string(kMostMegapixels) + " megapixels";
-  return "the sheet would be " + in_pixels(sheet) + ", more than " + limit +
-         "; a smaller picture or crop makes it smaller";
+  return "the sheet would be " + in_pixels(sheet) + ", more than " + limit + "; " + remedy;
 }
 
 void require_sheet_that_fits(PixelSize sheet) {

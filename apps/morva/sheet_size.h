@@ -19,8 +19,10 @@ PixelSize sheet_size(const RenderSetting& setting, const nlohmann::json& options
 nlohmann::json print_alone(nlohmann::json options);
 nlohmann::json picture_alone(nlohmann::json options);
 
-// The complaint about a sheet that is larger than this host writes, or nothing.
-std::string too_large(PixelSize sheet);
+// The complaint about a sheet that is larger than this host writes, with what makes it smaller; or
+// nothing.
+std::string too_large(PixelSize sheet,
+                      const std::string& remedy = "a smaller picture or crop makes it smaller");
 
 // Throws that complaint.
 void require_sheet_that_fits(PixelSize sheet);

@@ -1,5 +1,6 @@
 #include "temporary_file.h"
 
+#include <random>
 #include <string>
 #include <utility>
 
@@ -9,10 +10,24 @@ namespace morva::host {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+// Two machines that write into one folder may have processes of one number; names that are drawn
+// do not meet.
+std::string random_digits() {
+  constexpr const char* kDigits = "0123456789abcdef";
+  std::random_device draw;
+  std::string digits;
+  for (int i = 0; i < 16; ++i) digits += kDigits[draw() % 16];
+  return digits;
+}
+
+}  // namespace
+
 TemporaryFile::TemporaryFile(const fs::path& folder, Readers readers) {
-  const std::string stem = ".morva-" + std::to_string(process_id()) + "-";
-  for (int attempt = 0; attempt < 100; ++attempt) {
-    fs::path candidate = folder / (stem + std::to_string(attempt) + ".part");
+  let_writes_fail();
+  for (int attempt = 0; attempt < 8; ++attempt) {
+    fs::path candidate = folder / (".morva-" + random_digits() + ".part");
     if (!create_new_file(candidate, readers)) continue;
     path_ = std::move(candidate);
     return;

@@ -19,15 +19,11 @@ def _channel_list(channels):
 def exr_header(channels, width, height, origin=(0, 0), chromaticities=None):
     x, y = origin
     attributes = [
-        ("channels", "chlist", _channel_list(channels)),
-        ("compression", "compression", b"\0"),
+        ("channels", "chlist", _channel_list(channels)), ("compression", "compression", b"\0"),
         ("dataWindow", "box2i", struct.pack("<4i", x, y, x + width - 1, y + height - 1)),
         ("displayWindow", "box2i", struct.pack("<4i", 0, 0, width - 1, height - 1)),
-        ("lineOrder", "lineOrder", b"\0"),
-        ("pixelAspectRatio", "float", struct.pack("<f", 1.0)),
-        ("screenWindowCenter", "v2f", struct.pack("<2f", 0.0, 0.0)),
-        ("screenWindowWidth", "float", struct.pack("<f", 1.0)),
-    ]
+        ("lineOrder", "lineOrder", b"\0"), ("pixelAspectRatio", "float", struct.pack("<f", 1.0)),
+        ("screenWindowCenter", "v2f", bytes(8)), ("screenWindowWidth", "float", struct.pack("<f", 1.0))]
     if chromaticities is not None:
         attributes.append(("chromaticities", "chromaticities", struct.pack("<8f", *chromaticities)))
     return struct.pack("<ii", EXR_MAGIC, 2) + b"".join(
@@ -41,9 +37,8 @@ def write_exr(path, planes, half=False, **header):
     samples = np.stack([planes[name] for name in names], 1).astype("<f2" if half else "<f4")
     height, _, width = samples.shape
     head = exr_header([(name, HALF if half else FLOAT) for name in names], width, height, **header)
-    first_row = header.get("origin", (0, 0))[1]
-    rows = [struct.pack("<ii", first_row + y, row.nbytes) + row.tobytes()
-            for y, row in enumerate(samples)]
+    rows = [struct.pack("<ii", y, row.nbytes) + row.tobytes()
+            for y, row in enumerate(samples, header.get("origin", (0, 0))[1])]
     places = len(head) + 8 * height + len(rows[0]) * np.arange(height, dtype="<u8")
     path.write_bytes(head + places.astype("<u8").tobytes() + b"".join(rows))
 
@@ -53,8 +48,7 @@ def _undo_zip(packed, size):
         return np.frombuffer(packed, np.uint8)
     coded = np.frombuffer(zlib.decompress(packed), np.uint8).astype(np.int64)
     coded[1:] -= 128
-    plain = np.cumsum(coded).astype(np.uint8)
-    return np.stack(np.split(plain, 2), 1).ravel()  # a block has an even number of bytes
+    return np.stack(np.split(np.cumsum(coded).astype(np.uint8), 2), 1).ravel()  # of an even number of bytes
 
 
 def read_exr(path):
@@ -75,10 +69,9 @@ def read_exr(path):
     picture = np.empty((height, width, 3), np.float32)
     for offset in struct.unpack_from(f"<{(height + 15) // 16}Q", data, at):
         y, size = struct.unpack_from("<ii", data, offset)
-        rows = min(16, height - (y - top))
-        block = _undo_zip(data[offset + 8:offset + 8 + size], rows * width * 12)
-        lines = block.view("<f4").reshape(rows, 3, width)
-        picture[y - top:y - top + rows] = lines[:, ::-1, :].transpose(0, 2, 1)
+        rows = picture[y - top:y - top + 16]
+        lines = _undo_zip(data[offset + 8:offset + 8 + size], rows.nbytes).view("<f4").reshape(len(rows), 3, width)
+        rows[:] = lines[:, ::-1, :].transpose(0, 2, 1)
     return picture, attributes
 
 
@@ -95,11 +88,10 @@ def read_tiff(path):
         raw = data[value:value + size] if size > 4 else struct.pack("<I", value)[:size]
         tags[tag] = struct.unpack(f"<{number}{ {3: 'H', 4: 'I'}.get(kind, 'B')}", raw)
     width, height, depth = tags[256][0], tags[257][0], tags[258][0]
-    strips = [zlib.decompress(data[o:o + n]) for o, n in zip(tags[273], tags[279])]
-    rows = np.frombuffer(b"".join(strips), np.uint8).reshape(height, -1)
+    strips = b"".join(zlib.decompress(data[o:o + n]) for o, n in zip(tags[273], tags[279]))
+    rows = np.frombuffer(strips, np.uint8).reshape(height, -1)
     if tags[317][0] == 3:  # bytes of one significance side by side, then differences
-        planes = np.cumsum(rows.reshape(height, -1, 3).astype(np.int64), axis=1) & 255
-        planes = planes.astype(np.uint8).reshape(height, 4, width * 3)
+        planes = np.cumsum(rows.reshape(height, -1, 3), axis=1, dtype=np.uint8).reshape(height, 4, width * 3)
         return planes.transpose(0, 2, 1).copy().view(">f4").reshape(height, width, 3), tags
     kind = np.uint16 if depth == 16 else np.uint8
     steps = rows.copy().view(kind).reshape(height, width, 3).astype(np.int64)

@@ -1,7 +1,4 @@
-"""The Python package as it is installed: by the build, with its library, and by pip, without.
-
-test_installed.py CMAKE BUILD_FOLDER FOLDER_FOR_PYTHON_PACKAGES
-"""
+"""The Python package as it is installed: by the build, with its library, and by pip, without."""
 
 import importlib.util
 import os
@@ -10,71 +7,41 @@ import re
 import shutil
 import subprocess
 import sys
-import tempfile
 import unittest
 
-CHECKOUT = pathlib.Path(__file__).resolve().parents[2]
-CMAKE, BUILD, PACKAGES = sys.argv[1:4]
+from host_case import SOURCE, HostCase
 
-PROGRAM = """
-import morva, numpy as np
-print(morva.__file__)
-print(morva.library_file())
-print(round(float(morva.render(np.full((1, 1, 3), 0.18))[0, 0, 1]), 2))
-"""
+BINDINGS, BUILD = SOURCE / "bindings" / "python", pathlib.Path(os.environ["MORVA_LIBRARY"]).resolve().parent
+PROGRAM = """import morva, numpy as np
+print(morva.__file__, morva.engine_file(), round(float(morva.render(np.full((1, 1, 3), 0.18))[0, 0, 1]), 2))"""
 
 
-class Installed(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name).resolve()
-
-    def run_program(self, python, **environment):
-        """File of the package, file of the library, a grey that was rendered."""
+class Installed(HostCase):
+    def check(self, packages, engine_folder, **environment):
+        """The package in that folder finds its engine and renders a grey."""
         bare = {k: v for k, v in os.environ.items() if not k.startswith(("MORVA_", "PYTHONPATH"))}
-        result = subprocess.run([python, "-c", PROGRAM], env={**bare, **environment}, cwd=self.folder,
-                                capture_output=True, text=True)
+        result = subprocess.run([sys.executable, "-c", PROGRAM], cwd=self.folder, capture_output=True, text=True,
+                                env={**bare, "PYTHONPATH": str(packages), **environment})
         self.assertEqual(result.returncode, 0, result.stderr)
-        package, library, grey = result.stdout.split()
-        self.assertEqual(grey, "0.18")
-        return pathlib.Path(package), pathlib.Path(library)
+        package, engine, grey = result.stdout.split()
+        self.assertEqual((pathlib.Path(package).parent, pathlib.Path(engine).parent, grey),
+                         (packages / "morva", engine_folder, "0.18"))
+        self.assertLessEqual({path.name for path in (BINDINGS / "morva").iterdir() if path.suffix in (".py", ".typed")},
+                             {path.name for path in (packages / "morva").iterdir()})
 
     def test_by_the_build(self):
-        prefix = self.folder / "prefix"
-        subprocess.run([CMAKE, "--install", BUILD, "--prefix", prefix], check=True, capture_output=True)
+        cmake, prefix = os.environ["MORVA_CMAKE"], self.folder / "prefix"
+        subprocess.run([cmake, "--install", BUILD, "--prefix", prefix], check=True, capture_output=True)
         moved = prefix.rename(self.folder / "moved")  # an installed tree can be carried elsewhere
-        packages = moved / PACKAGES
-        package, library = self.run_program(sys.executable, PYTHONPATH=str(packages))
-        self.assertEqual(package.parent, packages / "morva")
-        self.assertEqual(library.parent.name, "morva")
-        self.assertIn(moved, library.parents)
-        self.assertEqual({p.name for p in package.parent.iterdir()} - {"__pycache__"},
-                         {p.name for p in (CHECKOUT / "bindings/python/morva").iterdir()
-                          if p.suffix in (".py", ".typed")} | {"library_folder.txt"})
+        (engine,) = {path.resolve().parent for path in moved.rglob("libmorva_core.*") if path.parent.name == "morva"}
+        self.check(moved / os.environ["MORVA_PACKAGES"], engine)
 
+    @unittest.skipUnless(all(map(importlib.util.find_spec, ("pip", "setuptools"))), "Python has no pip or setuptools")
     def test_by_pip(self):
-        for module in ("pip", "setuptools", "venv", "ensurepip"):
-            if importlib.util.find_spec(module) is None:
-                self.skipTest(f"Python has no {module}")
-        source = self.folder / "python"  # pip builds beside the source
-        shutil.copytree(CHECKOUT / "bindings" / "python", source)
-        subprocess.run([sys.executable, "-m", "venv", "--system-site-packages", self.folder / "venv"],
-                       check=True, capture_output=True)
-        python = self.folder / "venv" / "bin" / "python"
-        subprocess.run([python, "-m", "pip", "install", "--no-build-isolation", "--no-deps", "--no-index",
-                        "--disable-pip-version-check", source], check=True, capture_output=True)
-        package, library = self.run_program(python, MORVA_LIBRARY=BUILD)
-        self.assertIn(self.folder / "venv", package.parents)
-        self.assertTrue((package.parent / "py.typed").is_file())
-        self.assertEqual(library.parent, pathlib.Path(BUILD).resolve())
-
-    def test_the_package_is_of_the_librarys_version(self):
-        built = re.search(r"VERSION (\S+)", (CHECKOUT / "CMakeLists.txt").read_text().split("project(")[1])
-        package = re.search(r'^version = "(.*)"', (CHECKOUT / "bindings/python/pyproject.toml").read_text(),
-                            re.MULTILINE)
-        self.assertEqual(package[1], built[1])
-
-
-if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
+        source, packages = self.folder / "python", self.folder / "packages"
+        shutil.copytree(BINDINGS, source)  # pip builds beside the source
+        subprocess.run([sys.executable, "-m", "pip", "install", "--no-build-isolation", "--no-deps", "--no-index",
+                        "--disable-pip-version-check", "--target", packages, source], check=True, capture_output=True)
+        self.check(packages, BUILD, MORVA_LIBRARY=str(BUILD))
+        built = re.search(r"VERSION (\S+)", (SOURCE / "CMakeLists.txt").read_text().split("project(")[1])
+        self.assertTrue((packages / f"morva-{built[1]}.dist-info").is_dir(), "the library's version")

@@ -13,11 +13,11 @@ MorvaError with its `code` and its own text. All functions may be called from an
 
 from ._backend import GpuProbe, GpuState, backend_name, gpu_retry, gpu_state, probe, profile_report
 from ._backend import release_gpu, set_backend, set_profiling
-from ._errors import ArgumentError, Cancelled, EngineError, GpuLost, LibraryError, MorvaError
+from ._engine import engine_file
+from ._engine import function as _function
+from ._errors import ArgumentError, Cancelled, EngineError, EngineUnusable, GpuLost, MorvaError
 from ._errors import NotPorted, OptionsError, ProfileError
 from ._files import ImageInfo, decode, image_info, load_linear
-from ._library import function as _function
-from ._library import library_file
 from ._plans import CropAspects, FrameCaps, OutputSize, crop_aspects, frame_caps, option_keys
 from ._plans import output_size, rack_facts
 from ._profiles import Profile, list_profiles, profiles_dir, profiles_load, profiles_user_dir
@@ -31,11 +31,11 @@ def version() -> str:
 
 
 __all__ = [
-    "ArgumentError", "Cancel", "Cancelled", "CropAspects", "EngineError", "FrameCaps", "GpuLost",
-    "GpuProbe", "GpuState", "ImageInfo", "LibraryError", "MorvaError", "NotPorted", "OptionsError",
-    "OutputSize", "Profile", "ProfileError", "SourceStats", "backend_name", "crop_aspects", "decode",
-    "frame_caps", "gpu_retry", "gpu_state", "image_info", "library_file", "list_profiles",
-    "load_linear", "option_keys", "output_size", "probe", "profile_report", "profiles_dir",
-    "profiles_load", "profiles_user_dir", "rack_facts", "release_gpu", "render", "resize",
-    "set_backend", "set_profiling", "source_gain", "source_stats", "to_srgb", "version",
+    "ArgumentError", "Cancel", "Cancelled", "CropAspects", "EngineError", "EngineUnusable",
+    "FrameCaps", "GpuLost", "GpuProbe", "GpuState", "ImageInfo", "MorvaError", "NotPorted",
+    "OptionsError", "OutputSize", "Profile", "ProfileError", "SourceStats", "backend_name",
+    "crop_aspects", "decode", "engine_file", "frame_caps", "gpu_retry", "gpu_state", "image_info",
+    "list_profiles", "load_linear", "option_keys", "output_size", "probe", "profile_report",
+    "profiles_dir", "profiles_load", "profiles_user_dir", "rack_facts", "release_gpu", "render",
+    "resize", "set_backend", "set_profiling", "source_gain", "source_stats", "to_srgb", "version",
 ]

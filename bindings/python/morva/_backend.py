@@ -5,8 +5,8 @@ from __future__ import annotations
 import ctypes
 from typing import NamedTuple
 
-from ._conversion import name_in
-from ._library import CGpuProbe, CGpuState, call, function, text_of
+from ._conversion import required
+from ._engine import CGpuProbe, CGpuState, call, function, text_of
 
 _STATUS = ("ready", "no hardware adapter", "no adapter that can be used", "failed")
 _LOSS = ("none", "hung", "reset", "removed", "driver error", "out of memory")
@@ -34,7 +34,7 @@ def set_backend(name: str) -> None:
     ArgumentError for another name; EngineError when there is no such device, which leaves the CPU. Waits
     for a render to end.
     """
-    call("morva_set_backend", name_in(name, "the backend"))
+    call("morva_set_backend", required(name, "the backend"))
 
 
 def backend_name() -> str:

@@ -12,7 +12,7 @@ from typing import Any, SupportsIndex, Union
 import numpy as np
 import numpy.typing as npt
 
-from ._library import CImage, function
+from ._engine import CImage, function
 
 Picture = npt.NDArray[np.float32]
 Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
@@ -76,7 +76,7 @@ def name_in(name: str | None, what: str) -> bytes | None:
     if name is None:
         return None
     if not isinstance(name, str):
-        raise TypeError(f"{what} is the name of a profile, not {type(name).__name__}")
+        raise TypeError(f"{what} is a name, not {type(name).__name__}")
     if "\0" in name:
         raise ValueError(f"{what} holds a NUL: {name!r}")
     return name.encode("utf-8")
@@ -92,7 +92,7 @@ def path_in(path: Path) -> bytes:
 def required(name: str, what: str) -> bytes:
     raw = name_in(name, what)
     if raw is None:
-        raise TypeError(f"{what} is the name of a profile, not None")
+        raise TypeError(f"{what} is a name, not None")
     return raw
 
 
@@ -102,12 +102,21 @@ def _plain(value: object) -> object:
     raise TypeError(f"no JSON for {type(value).__name__}")
 
 
+def _whole(digits: str) -> int:
+    number = int(digits)
+    try:
+        float(number)  # the engine's JSON holds what a double can
+    except OverflowError:
+        raise ValueError(f"a whole number of {len(digits)} digits is too large") from None
+    return number
+
+
 def plain_options(options: Mapping[str, object]) -> dict[str, object]:
     """The options in JSON's own kinds; TypeError or ValueError names one that has none."""
     plain: dict[str, object] = {}
     for key, value in options.items():
         try:
-            plain[key] = json.loads(json.dumps(value, allow_nan=False, default=_plain))
+            plain[key] = json.loads(json.dumps(value, allow_nan=False, default=_plain), parse_int=_whole)
         except (TypeError, ValueError, RecursionError) as error:
             kind = TypeError if isinstance(error, TypeError) else ValueError
             raise kind(f"option {key}: {error}") from None

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 
-class LibraryError(OSError):
+class EngineUnusable(OSError):
     """libmorva_core is not found, cannot be loaded, or is too old for what was asked of it."""
 
 

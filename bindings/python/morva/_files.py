@@ -9,7 +9,7 @@ import numpy as np
 import numpy.typing as npt
 
 from ._conversion import MadePicture, Path, Picture, path_in
-from ._library import CImageInfo, call, function
+from ._engine import CImageInfo, call, function
 
 WHITE_BALANCES = ("film", "as_shot", "custom")
 
@@ -53,13 +53,14 @@ def load_linear(path: Path, white_balance: str = "film", half_size: bool = False
     return made.array()
 
 
-def decode(data: bytes) -> npt.NDArray[np.uint8]:
+def decode(data: bytes | bytearray | memoryview) -> npt.NDArray[np.uint8]:
     """Decodes a compressed picture in memory (no raw) for a screen: H x W x 4 bytes R, G, B, alpha, upright.
 
     sRGB encoded, not multiplied by alpha. EngineError when it cannot be decoded.
     """
-    if not isinstance(data, bytes):
+    if not isinstance(data, (bytes, bytearray, memoryview)):
         raise TypeError(f"data is bytes, not {type(data).__name__}")
+    data = bytes(data)
     block = ctypes.POINTER(ctypes.c_uint8)()
     width, height = ctypes.c_int32(), ctypes.c_int32()
     try:

@@ -6,7 +6,7 @@ import ctypes
 from collections.abc import Mapping
 
 from ._conversion import plain_options
-from ._library import function
+from ._engine import function
 
 
 def in_own_format(options: Mapping[str, object]) -> dict[str, object]:

@@ -7,8 +7,8 @@ import json
 from typing import Any, SupportsIndex, TypedDict
 
 from ._conversion import checked_size, name_in, options_in, required
+from ._engine import call, profiles_in_use, text_of
 from ._framing import framed, in_own_format
-from ._library import call, profiles_in_use, text_of
 
 _LONGEST_FACTS = 32768  # bytes that hold any answer
 
@@ -73,11 +73,13 @@ def rack_facts(width: SupportsIndex, height: SupportsIndex, *, film: str = "ever
     height in pixels; without it the option `crop` tells, or the whole picture counts.
     """
     w, h = checked_size(width, "width"), checked_size(height, "height")
-    crop_w, crop_h = (0, 0) if crop_size is None else [checked_size(v, "crop_size") for v in crop_size]
+    crop = (0, 0) if crop_size is None else tuple(checked_size(v, "crop_size") for v in crop_size)
+    if len(crop) != 2:
+        raise ValueError(f"crop_size is width and height, not {len(crop)} numbers")
     buffer = ctypes.create_string_buffer(_LONGEST_FACTS)
     with profiles_in_use:
         call("morva_rack_facts", options_in(framed(options, w, h)), required(film, "film"),
-             name_in(lens, "lens"), name_in(paper, "paper"), w, h, crop_w, crop_h, buffer, len(buffer))
+             name_in(lens, "lens"), name_in(paper, "paper"), w, h, *crop, buffer, len(buffer))
     facts: dict[str, Any] = json.loads(buffer.value)
     return facts
 

@@ -12,8 +12,8 @@ from collections.abc import Iterator
 from typing import Any, NamedTuple
 
 from ._conversion import Path, path_in
+from ._engine import call, engine_file, profiles_in_use
 from ._errors import ProfileError
-from ._library import call, library_file, profiles_in_use
 
 SECTIONS = ("films", "lenses", "papers", "filters")
 
@@ -63,7 +63,7 @@ def profiles_dir() -> pathlib.Path:
     if _root is not None:
         return _root
     named = os.environ.get("MORVA_PROFILES_DIR")
-    return pathlib.Path(named) if named else library_file().parent / "profiles"
+    return pathlib.Path(named) if named else engine_file().parent / "profiles"
 
 
 def _text(profile: dict[str, Any], key: str) -> str:

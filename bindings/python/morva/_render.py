@@ -13,8 +13,8 @@ import numpy.typing as npt
 
 from ._conversion import MadePicture, Picture, checked_size, name_in, options_in, picture_in
 from ._conversion import required, samples_of
+from ._engine import call, profiles_in_use
 from ._framing import framed
-from ._library import call, profiles_in_use
 from ._source import metered
 
 
@@ -37,7 +37,10 @@ class Cancel:
 
 
 def _interruptible(render: Callable[[], Picture], cancel: Cancel) -> Picture:
-    """Runs `render` so that Ctrl-C stops it. A call into C would hold the signal back to its end."""
+    """Runs `render` so that Ctrl-C stops it. A call into C would hold the signal back to its end.
+
+    The flag, which may be the caller's own, is down again once that render has ended.
+    """
     if threading.current_thread() is not threading.main_thread():
         return render()
     with ThreadPoolExecutor(1, "morva.render") as worker:
@@ -45,8 +48,10 @@ def _interruptible(render: Callable[[], Picture], cancel: Cancel) -> Picture:
         try:
             return sheet.result()
         except BaseException:
-            if not sheet.done():  # KeyboardInterrupt, or what the host's own signal handler raises
+            # KeyboardInterrupt, or what the host's own signal handler raises.
+            if not sheet.done() and not cancel.is_set():
                 cancel.set()
+                sheet.add_done_callback(lambda _: cancel.clear())
             raise
 
 

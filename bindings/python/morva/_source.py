@@ -8,7 +8,7 @@ from typing import NamedTuple
 import numpy.typing as npt
 
 from ._conversion import Picture, picture_in, samples_of
-from ._library import CSourceStats, function
+from ._engine import CSourceStats, function
 
 MODES = ("auto", "as_shot", "highlights", "shadows")
 

@@ -1,4 +1,4 @@
-"""The C library: where it is, its records, its functions.
+"""The engine, which is a C library: where it is, its records, its functions.
 
 It is loaded at the first call, not by the import, and once whatever threads ask for it.
 """
@@ -15,7 +15,7 @@ from ctypes import POINTER, Structure, c_bool, c_char, c_char_p, c_double, c_flo
 from ctypes import c_uint8, c_uint32, c_uint64, c_void_p
 from typing import Any
 
-from ._errors import LibraryError, error_of_code
+from ._errors import EngineUnusable, error_of_code
 
 
 class CError(Structure):
@@ -122,11 +122,11 @@ def _named_by_environment() -> pathlib.Path | None:
     if path.is_dir():
         path = next((path / name for name in _FILE_NAMES if (path / name).is_file()), path)
     if not path.is_file():
-        raise LibraryError(f"MORVA_LIBRARY names no library: {named}")
+        raise EngineUnusable(f"MORVA_LIBRARY names no library: {named}")
     return path
 
 
-def _open_library() -> ctypes.CDLL:
+def _open_engine() -> ctypes.CDLL:
     looked_at = []
     named = _named_by_environment()
     for place in _places() if named is None else [named]:
@@ -134,14 +134,14 @@ def _open_library() -> ctypes.CDLL:
             try:
                 return ctypes.CDLL(str(place.resolve()))
             except OSError as error:
-                raise LibraryError(f"{place} cannot be loaded: {error}") from None
+                raise EngineUnusable(f"{place} cannot be loaded: {error}") from None
         looked_at.append(str(place))
     for name in _FILE_NAMES:
         try:
             return ctypes.CDLL(name)
         except OSError:
             looked_at.append(f"{name} (the system's loader)")
-    raise LibraryError(
+    raise EngineUnusable(
         "libmorva_core is not found. Set MORVA_LIBRARY to the file, build the checkout, or install "
         "it. Looked at: " + ", ".join(looked_at))
 
@@ -186,7 +186,7 @@ def _load() -> ctypes.CDLL:
     global _loaded
     with _loading:
         if _loaded is None:
-            library = _open_library()
+            library = _open_engine()
             for name, (result, arguments) in _FUNCTIONS.items():
                 try:
                     function = library[name]
@@ -199,11 +199,11 @@ def _load() -> ctypes.CDLL:
 
 
 def function(name: str) -> Any:
-    """An export, with its types. LibraryError where the library is older than it."""
+    """An export, with its types. EngineUnusable where the library is older than it."""
     library = _loaded or _load()
     found = library.__dict__.get(name)
     if found is None:
-        raise LibraryError(f"{library_file()} has no {name}: it is older than this package")
+        raise EngineUnusable(f"{engine_file()} has no {name}: it is older than this package")
     return found
 
 
@@ -230,7 +230,7 @@ class _DlInfo(Structure):
     _fields_ = [("fname", c_char_p), ("fbase", c_void_p), ("sname", c_char_p), ("saddr", c_void_p)]
 
 
-def library_file() -> pathlib.Path:
+def engine_file() -> pathlib.Path:
     """The file of the loaded library, links resolved; its profiles lie beside it."""
     library = _load()
     path = library._name
