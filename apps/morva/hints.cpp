@@ -78,7 +78,9 @@ constexpr std::array kKnown = {
     KnownFailure{"видеокарта",
                  "the GPU stopped answering: render with --backend cpu, or try again "
                  "after a while"},
-    KnownFailure{"DX12", "the GPU failed: render with --backend cpu; morva probe tells more"},
+    KnownFailure{"DX12",
+                 "the GPU, here one under Vulkan, failed: render with --backend cpu; morva probe "
+                 "tells more"},
     KnownFailure{"WIC:", kNoPicture},
     KnownFailure{"libheif:", kNoPicture},
     KnownFailure{"LibRaw:", "the camera raw file is damaged, or its camera is not known"},
