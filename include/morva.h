@@ -195,7 +195,7 @@ MORVA_API int32_t morva_orient_input(const float* rgb, int32_t width, int32_t he
 
 /* The size of the sheet that morva_render_ex returns for the same arguments. `width` and `height` are at
  * least 1 (else 1). What surrounds a picture makes no sheet of more than 32768 pixels a side: that is failure
- * 3, with the size in its text, as the render would fail. A picture alone may be larger. */
+ * 3, with the size in its text; the render would fail with 5 and the same text. A picture alone may be larger. */
 MORVA_API int32_t morva_output_size(const char* options, const char* film, const char* paper, int32_t width,
                                     int32_t height, int32_t* out_w, int32_t* out_h, MorvaError* err);
 

@@ -84,6 +84,8 @@ std::int32_t render_failure(MorvaError* err) noexcept {
     return fail_with(err, MORVA_OPTIONS_FAILED, "", error.what());
   } catch (const ProfileError& error) {
     return fail_with(err, MORVA_PROFILE_FAILED, "", error.what());
+  } catch (const SheetTooLarge& error) {
+    return fail_with(err, MORVA_FAILED, "", error.what());
   } catch (const std::bad_alloc&) {
     return fail_with(err, MORVA_FAILED, "", "не хватило памяти");
   } catch (const std::exception& error) {
