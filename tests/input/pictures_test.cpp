@@ -1,5 +1,6 @@
 // Every kind of picture, camera raw and HEIF included, comes to the pixels that its writer put in,
 // upright, in linear light and for a screen; and each format's own account of itself.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <iterator>
@@ -186,7 +187,9 @@ MorvaImageInfo info_of(const std::string& name) {
 
 TEST(ImageInfo, EveryFormatTellsTheSame) {
   const Bytes jpeg = bytes_of(picture("info.jpg")), scan{0xFF, 0xDA};
-  written("info-header.jpg", Bytes(jpeg.begin(), std::ranges::search(jpeg, scan).end()));
+  written("info-header.jpg",
+          Bytes(jpeg.begin(), std::search(jpeg.begin(), jpeg.end(), scan.begin(), scan.end()) +
+                                  std::ssize(scan)));
   for (const char* name : {"info.jpg", "info-header.jpg", "info.png", "info.webp", "info.tif",
                            "info.dng", "info.heic"}) {
     const MorvaImageInfo info = info_of(name);
