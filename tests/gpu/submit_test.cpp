@@ -27,8 +27,9 @@ TEST_F(Submit, LearnsSlowerAtOnceAndFasterByAFifth) {
   make_busy().submit();
   EXPECT_TRUE(machine.calls.empty());  // without a list
   // A clock too coarse to see it teaches nothing, one that runs backwards neither.
-  for (const auto& [ns, learned] :
+  for (const auto& told :
        {std::pair{100.0, 100.0}, {50.0, 90.0}, {180.0, 180.0}, {0.0, 180.0}, {-1.0, 180.0}}) {
+    const double ns = told.first;
     machine.kernel_ticks = [ns](const std::string&) {
       return static_cast<std::uint64_t>(std::max(ns, 0.0) * 256.0);
     };
@@ -36,7 +37,7 @@ TEST_F(Submit, LearnsSlowerAtOnceAndFasterByAFifth) {
     device->reset_stats();
     run(Kernel::clampv, 1);
     device->submit();
-    EXPECT_DOUBLE_EQ(learned, cost_model().ns_by_key.at(cost_key(Kernel::clampv, {})));
+    EXPECT_DOUBLE_EQ(told.second, cost_model().ns_by_key.at(cost_key(Kernel::clampv, {})));
   }
   EXPECT_EQ(0.0, total_ms("clampv"));
   EXPECT_EQ(1u, times("clampv"));
