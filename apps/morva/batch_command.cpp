@@ -1,14 +1,16 @@
 #include "batch_command.h"
 
 #include <algorithm>
-#include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <system_error>
 #include <thread>
 
+#include "batch_setting.h"
 #include "cancel_signal.h"
 #include "console.h"
 #include "host_error.h"
@@ -24,8 +26,7 @@ using OrderedJson = nlohmann::ordered_json;
 constexpr unsigned kMostJobsUnasked = 4;  // each takes memory: 1 GB at 24 megapixels
 constexpr std::chrono::milliseconds kLookEvery{20};
 
-enum class State : std::size_t { waiting, skipped, running, rendered, failed };
-constexpr std::size_t kStates = 5;
+enum class State { waiting, skipped, running, rendered, failed };
 
 struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
@@ -40,51 +41,43 @@ struct Job {
   std::string told;                                  // the same, once it has ended
 };
 
-// In their order, with how many there are of each state.
-struct Jobs {
-  std::vector<Job> all;
-  std::array<std::size_t, kStates> in_state{};
-
-  std::size_t count(State state) const { return in_state[static_cast<std::size_t>(state)]; }
-};
+using Jobs = std::vector<Job>;  // in the order of the pictures
 
 Jobs jobs_of(std::vector<BatchItem> items) {
   Jobs jobs;
   for (BatchItem& item : items) {
-    Job& job = jobs.all.emplace_back();
+    Job& job = jobs.emplace_back();
     job.state = item.skipped ? State::skipped : State::waiting;
-    ++jobs.in_state[static_cast<std::size_t>(job.state)];
     job.item = std::move(item);
   }
   return jobs;
 }
 
-void turn(Jobs& jobs, Job& job, State state) {
-  --jobs.in_state[static_cast<std::size_t>(job.state)];
-  ++jobs.in_state[static_cast<std::size_t>(state)];
-  job.state = state;
+std::size_t count(const Jobs& jobs, State state) {
+  return static_cast<std::size_t>(
+      std::count_if(jobs.begin(), jobs.end(), [&](const Job& job) { return job.state == state; }));
 }
 
-std::vector<std::string> arguments_of(const BatchItem& item, const BatchRequest& request) {
+std::vector<std::string> arguments_of(const BatchItem& item,
+                                      const std::vector<std::string>& flags) {
   std::vector<std::string> words = {"render", "--output=" + item.output, "--quiet"};
-  for (const std::string& flag : request.passed_on) words.push_back(flag);
+  words.insert(words.end(), flags.begin(), flags.end());
   words.push_back("--");
   words.push_back(item.input);
   return words;
 }
 
-// False when it did not come to that.
-bool start(Job& job, const BatchRequest& request, const std::filesystem::path& program) {
+// Why it did not come to that, if so.
+std::error_code start(Job& job, const std::vector<std::string>& flags,
+                      const std::filesystem::path& program) {
   job.complaints.reset(std::tmpfile());
+  if (!job.complaints) return {errno, std::generic_category()};
+  std::error_code error;
   const std::optional<int> process =
-      job.complaints ? start_process(program, arguments_of(job.item, request), job.complaints.get())
-                     : std::nullopt;
+      start_process(program, arguments_of(job.item, flags), job.complaints.get(), error);
+  if (error) job.complaints.reset();
   job.process = process.value_or(0);
-  if (process) return true;
-  job.complaints.reset();
-  job.code = MORVA_FAILED;
-  job.told = "morva: cannot start another process\n";
-  return false;
+  return error;
 }
 
 std::string text_of(std::FILE* file) {
@@ -102,16 +95,6 @@ std::string last_words(int code) {
   const std::string number = std::to_string(code - 128);
   return "morva: killed by signal " + number +
          (code == 137 ? ", most often for its memory\n" : "\n");
-}
-
-// False while it runs.
-bool ended(Job& job) {
-  const std::optional<int> code = exit_code_of(job.process);
-  if (!code) return false;
-  job.code = *code;
-  job.told = text_of(job.complaints.get()) + last_words(job.code);
-  job.complaints.reset();
-  return true;
 }
 
 // Each line that a render wrote, under its picture's name; hints as they are.
@@ -143,12 +126,13 @@ void report_end(const Job& job, const BatchRequest& request, Progress& progress)
 
 std::string in_words(const Jobs& jobs) {
   const auto also = [&](State state, const char* word) {
-    const std::size_t number = jobs.count(state);
+    const std::size_t number = count(jobs, state);
     return number == 0 ? "" : ", " + std::to_string(number) + " " + word;
   };
-  return std::to_string(jobs.all.size()) + (jobs.all.size() == 1 ? " picture: " : " pictures: ") +
-         std::to_string(jobs.count(State::rendered)) + " rendered" + also(State::failed, "failed") +
-         also(State::skipped, "skipped") + also(State::waiting, "not begun");
+  return std::to_string(jobs.size()) + (jobs.size() == 1 ? " picture: " : " pictures: ") +
+         std::to_string(count(jobs, State::rendered)) + " rendered" +
+         also(State::failed, "failed") + also(State::skipped, "skipped") +
+         also(State::waiting, "not begun");
 }
 
 std::size_t jobs_at_once(const BatchRequest& request) {
@@ -159,13 +143,16 @@ std::size_t jobs_at_once(const BatchRequest& request) {
 // Whatever ends the batch, no render outlives it.
 class Runner {
  public:
-  Runner(Jobs& jobs, const BatchRequest& request) : jobs_(jobs), request_(request) {
+  Runner(Jobs& jobs, const BatchRequest& request, const std::filesystem::path& setting)
+      : jobs_(jobs), request_(request), flags_(request.passed_on) {
     if (program_.empty()) throw HostError(MORVA_FAILED, "cannot tell where this program stands");
+    flags_.push_back("--preset=" + setting.string());
+    running_.reserve(at_once_);  // no render is started that cannot be noted
   }
   ~Runner() {
     for (const Job* job : running_) ask_to_stop(job->process);
-    for (Job* job : running_)
-      while (!ended(*job)) std::this_thread::sleep_for(kLookEvery);
+    for (const Job* job : running_)
+      while (!exit_code_of(job->process)) std::this_thread::sleep_for(kLookEvery);
   }
   Runner(const Runner&) = delete;
   Runner& operator=(const Runner&) = delete;
@@ -183,37 +170,46 @@ class Runner {
 
  private:
   void start_more(Progress& progress) {
-    for (; next_ < jobs_.all.size() && running_.size() < at_once_; ++next_) {
-      if (!request_.keep_going && jobs_.count(State::failed) > 0) return;
-      Job& job = jobs_.all[next_];
+    for (; next_ < jobs_.size() && running_.size() < at_once_; ++next_) {
+      Job& job = jobs_[next_];
       if (job.state != State::waiting) continue;
-      if (start(job, request_, program_)) {
-        turn(jobs_, job, State::running);
-        running_.push_back(&job);
+      if (!request_.keep_going && count(jobs_, State::failed) > 0) return;
+      if (const std::error_code error = start(job, flags_, program_)) {
+        if (!running_.empty()) return;  // their end may leave what is lacking now
+        job.told = "morva: cannot start another process: " + error.message() + "\n";
+        finish(job, MORVA_FAILED, progress);
       } else {
-        finish(job, progress);
+        job.state = State::running;
+        running_.push_back(&job);
       }
     }
   }
 
   // What has ended is no longer among the running before it is told of, which may fail.
   void finish_ended(Progress& progress) {
-    std::vector<Job*> done;
-    std::erase_if(running_, [&](Job* job) {
-      if (!ended(*job)) return false;
-      done.push_back(job);
-      return true;
-    });
-    for (Job* job : done) finish(*job, progress);
+    for (std::size_t i = 0; i < running_.size();) {
+      Job& job = *running_[i];
+      const std::optional<int> code = exit_code_of(job.process);
+      if (!code) {
+        ++i;
+        continue;
+      }
+      running_.erase(running_.begin() + static_cast<std::ptrdiff_t>(i));
+      job.told = text_of(job.complaints.get()) + last_words(*code);
+      finish(job, *code, progress);
+    }
   }
 
-  void finish(Job& job, Progress& progress) {
-    turn(jobs_, job, job.code == MORVA_OK ? State::rendered : State::failed);
+  void finish(Job& job, int code, Progress& progress) {
+    job.complaints.reset();
+    job.code = code;
+    job.state = code == MORVA_OK ? State::rendered : State::failed;
     report_end(job, request_, progress);
   }
 
   Jobs& jobs_;
   const BatchRequest& request_;
+  std::vector<std::string> flags_;  // of each render
   const std::filesystem::path program_ = own_program();
   const std::size_t at_once_ = jobs_at_once(request_);
   std::size_t next_ = 0;  // of those that may be waiting
@@ -238,7 +234,7 @@ const char* word_for(State state) {
 
 OrderedJson in_json(const Jobs& jobs, double seconds) {
   OrderedJson pictures = OrderedJson::array();
-  for (const Job& job : jobs.all) {
+  for (const Job& job : jobs) {
     OrderedJson one = {{"input", job.item.input},
                        {"output", job.item.output},
                        {"state", word_for(job.state)},
@@ -246,16 +242,16 @@ OrderedJson in_json(const Jobs& jobs, double seconds) {
     if (!job.told.empty()) one["message"] = job.told;
     pictures.push_back(one);
   }
-  return {{"rendered", jobs.count(State::rendered)},
-          {"failed", jobs.count(State::failed)},
-          {"skipped", jobs.count(State::skipped)},
-          {"not_begun", jobs.count(State::waiting)},
+  return {{"rendered", count(jobs, State::rendered)},
+          {"failed", count(jobs, State::failed)},
+          {"skipped", count(jobs, State::skipped)},
+          {"not_begun", count(jobs, State::waiting)},
           {"seconds", seconds},
           {"pictures", pictures}};
 }
 
 int first_failure(const Jobs& jobs) {
-  for (const Job& job : jobs.all)
+  for (const Job& job : jobs)
     if (job.state == State::failed) return job.code;
   return MORVA_OK;
 }
@@ -263,11 +259,13 @@ int first_failure(const Jobs& jobs) {
 }  // namespace
 
 int run(const BatchRequest& request) {
-  Jobs jobs = jobs_of(plan_batch(request.choice));
+  const CheckedSetting checked = tried_setting(request.choice.setting);
+  Jobs jobs = jobs_of(plan_batch(request.choice, checked.setting));
+  const TemporaryFile setting = setting_file(checked);
   double seconds = 0.0;
   {
     Progress progress(!request.quiet);
-    Runner(jobs, request).run_all(progress);
+    Runner(jobs, request, setting.path()).run_all(progress);
     seconds = progress.elapsed_s();
   }
   if (request.as_json) print_json(in_json(jobs, seconds));

@@ -14,7 +14,7 @@ struct BatchRequest {
   bool keep_going = false;
   bool as_json = false;
   bool quiet = false;
-  std::vector<std::string> passed_on;  // flags of each render, as it takes them
+  std::vector<std::string> passed_on;  // flags of each render beside its setting, as it takes them
 };
 
 // The exit code: that of the first picture, in their order, that failed.

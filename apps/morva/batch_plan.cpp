@@ -5,10 +5,12 @@
 #include <cctype>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <string_view>
 
 #include "folder_files.h"
 #include "host_error.h"
+#include "output_file.h"
 #include "standard_streams.h"
 
 namespace morva::host {
@@ -107,9 +109,8 @@ std::string whole_pattern(const BatchChoice& choice) {
   return fs::path(pattern).has_extension() && !pattern.ends_with("}") ? pattern : pattern + ".png";
 }
 
-std::vector<BatchItem> name_outputs(const BatchChoice& choice,
+std::vector<BatchItem> name_outputs(const BatchChoice& choice, const RenderSetting& setting,
                                     const std::vector<std::string>& files) {
-  const RenderSetting setting = gather_setting(choice.setting).setting;
   const std::string paper = setting.paper.empty() ? "own" : setting.paper;
   const std::string pattern = whole_pattern(choice);
   std::vector<BatchItem> items;
@@ -137,16 +138,26 @@ void refuse_same_names(const std::vector<BatchItem>& items) {
   }
 }
 
+// Another render may still have to read it.
+void refuse_inputs_as_outputs(const std::vector<BatchItem>& items) {
+  std::set<fs::path> inputs;
+  for (const BatchItem& item : items) inputs.insert(place_of(item.input));
+  for (const BatchItem& item : items)
+    if (!item.skipped && inputs.contains(place_of(item.output)))
+      throw HostError(MORVA_BAD_ARGUMENT,
+                      "a sheet would take the place of a picture of the batch: " + item.output);
+}
+
 void look_for_existing(const BatchChoice& choice, std::vector<BatchItem>& items) {
   std::size_t there = 0;
   const BatchItem* first = nullptr;
   for (BatchItem& item : items) {
     std::error_code error;
-    if (choice.output.force || !fs::exists(fs::symlink_status(item.output, error))) continue;
+    if (!fs::exists(fs::symlink_status(item.output, error))) continue;
     item.skipped = choice.skip_existing;
     if (there++ == 0) first = &item;
   }
-  if (there > 0 && !choice.skip_existing)
+  if (there > 0 && !choice.skip_existing && !choice.output.force)
     throw HostError(MORVA_BAD_ARGUMENT,
                     std::to_string(there) + " of " + std::to_string(items.size()) +
                         " outputs exist, such as " + first->output +
@@ -162,10 +173,10 @@ void make_folder(const std::string& folder) {
 
 }  // namespace
 
-std::vector<BatchItem> plan_batch(const BatchChoice& choice) {
+std::vector<BatchItem> plan_batch(const BatchChoice& choice, const RenderSetting& setting) {
   if (choice.folder == kStandardStream)
     throw HostError(MORVA_BAD_ARGUMENT, "a batch writes into a folder, not to standard output");
-  std::vector<BatchItem> items = name_outputs(choice, all_inputs(choice.inputs));
+  std::vector<BatchItem> items = name_outputs(choice, setting, all_inputs(choice.inputs));
   refuse_same_names(items);
   for (const BatchItem& item : items) {
     OutputChoice output = choice.output;
@@ -173,6 +184,7 @@ std::vector<BatchItem> plan_batch(const BatchChoice& choice) {
     encoding_of(output);
   }
   look_for_existing(choice, items);
+  refuse_inputs_as_outputs(items);
   make_folder(choice.folder);
   return items;
 }

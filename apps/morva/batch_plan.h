@@ -10,7 +10,7 @@
 namespace morva::host {
 
 struct BatchChoice {
-  SettingChoice setting;            // without an input
+  SettingChoice setting;            // of all of them, without an input
   std::vector<std::string> inputs;  // files, and folders of pictures
   std::string folder;
   std::string pattern;  // of the sheets' names; empty: the picture's own
@@ -25,7 +25,8 @@ struct BatchItem {
 };
 
 // In the order of the inputs, those of a folder by name. Makes the folder of the sheets. Throws
-// where two sheets would have one name, and where one is there that may not be written over.
-std::vector<BatchItem> plan_batch(const BatchChoice& choice);
+// where two sheets would have one name, where one would take an input's place, and where one is
+// there that may not be written over. `setting` is what the choice's own comes to.
+std::vector<BatchItem> plan_batch(const BatchChoice& choice, const RenderSetting& setting);
 
 }  // namespace morva::host

@@ -97,10 +97,9 @@ void add_sheet(CLI::App& app, SheetRequest& request) {
 }
 
 // What a render of a batch is given as it was given to the batch.
-void add_passed_on(CLI::App& verb, BatchRequest& request, BackendChoice& backend) {
-  add_encoding(verb, request.choice.output);
-  add_notes(verb, request.choice.output);
-  add_setting(verb, request.choice.setting);
+void add_passed_on(CLI::App& verb, OutputChoice& output, BackendChoice& backend) {
+  add_encoding(verb, output);
+  add_notes(verb, output);
   add_backend(verb, backend);
 }
 
@@ -116,10 +115,8 @@ std::vector<std::string> flags_given(const CLI::App& verb, const CLI::App& mould
       words.push_back(name);
       continue;
     }
-    for (const std::string& value : option->results()) {  // two words: a value may be empty
-      words.push_back(name);
-      words.push_back(value);
-    }
+    words.push_back(name);
+    words.push_back(option->results().back());
   }
   return words;
 }
@@ -147,14 +144,15 @@ void add_batch(CLI::App& app, BatchRequest& request, BackendChoice& backend) {
                 "Leave out the pictures whose file is there");
   verb.add_flag("--json", request.as_json, "Report on standard output as one JSON object");
   verb.add_flag("--quiet", request.quiet, "No progress, no paths and no summary");
-  add_passed_on(verb, request, backend);
+  add_passed_on(verb, request.choice.output, backend);
+  add_setting(verb, request.choice.setting);
   verb.footer(kBatchFooter);
   verb.callback([&request, &backend, &verb] {
     if (request.jobs == 0 && backend.name != "cpu") request.jobs = 1;  // one GPU for all
-    BatchRequest like = request;
+    OutputChoice output;
     BackendChoice unused;
     CLI::App mould;
-    add_passed_on(mould, like, unused);
+    add_passed_on(mould, output, unused);
     request.passed_on = flags_given(verb, mould);
   });
 }

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 
-#include "host_error.h"
 #include "label_font.h"
-#include "sheet_size.h"
 
 namespace morva::host {
 namespace {
@@ -48,7 +46,6 @@ PixelSize size_of(const Layout& layout, std::size_t columns) {
 }
 
 Picture blank_paper(PixelSize size) {
-  require_sheet_that_fits(size);
   Picture paper = new_picture(size.width, size.height);
   std::fill_n(paper.samples.get(), paper.row_samples() * static_cast<std::size_t>(size.height),
               kPaper);

@@ -21,7 +21,7 @@ PixelSize contact_sheet_size(const std::vector<PixelSize>& pictures, std::size_t
                              std::size_t columns, int cell_px);
 
 // Row by row; a picture stands in the middle of a box as wide as the widest of all and as high as
-// the highest of its row. Throws for a sheet that is larger than this host writes.
+// the highest of its row.
 Picture contact_sheet(const std::vector<Cell>& cells, std::size_t columns, int cell_px);
 
 }  // namespace morva::host

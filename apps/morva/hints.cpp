@@ -25,11 +25,11 @@ constexpr const char* kNoPicture =
     "the file is damaged, or no picture that the engine reads: camera raw, HEIC, JPEG, PNG, TIFF, "
     "WebP or EXR";
 
-// In the order in which they are tried.
+// In the order in which they are tried: what ends in a file's name before words that it may hold.
 constexpr std::array kKnown = {
-    KnownFailure{"is larger than 4 MB",
-                 "a preset or options file is a JSON object such as --save-options writes; any "
-                 "other picture or device is none"},
+    KnownFailure{"WIC:", kNoPicture},
+    KnownFailure{"libheif:", kNoPicture},
+    KnownFailure{"LibRaw:", "the camera raw file is damaged, or its camera is not known"},
     KnownFailure{"каталог профилей не найден",
                  "no profile folder was found: set MORVA_PROFILES_DIR to the folder that holds "
                  "films, lenses and papers"},
@@ -81,9 +81,6 @@ constexpr std::array kKnown = {
     KnownFailure{"DX12",
                  "the GPU, here one under Vulkan, failed: render with --backend cpu; morva probe "
                  "tells more"},
-    KnownFailure{"WIC:", kNoPicture},
-    KnownFailure{"libheif:", kNoPicture},
-    KnownFailure{"LibRaw:", "the camera raw file is damaged, or its camera is not known"},
     KnownFailure{"нет данных эталона", "the engine's data folder is not beside its library"},
 };
 
@@ -98,23 +95,6 @@ std::string quoted(const std::string& text) {
   const std::size_t start = open + kOpen.size();
   const std::size_t end = text.find(kClose, start);
   return end == std::string::npos ? "" : text.substr(start, end - start);
-}
-
-std::string in_a_row(const std::vector<std::string>& names) {
-  std::string row;
-  for (const std::string& name : names) row += (row.empty() ? "" : ", ") + name;
-  return row;
-}
-
-std::string suggestion(const std::string& word, const std::vector<std::string>& names) {
-  const std::string nearest = in_a_row(nearest_names(word, names));
-  return nearest.empty() ? "" : "did you mean " + nearest + "? ";
-}
-
-std::vector<std::string> profile_names(const std::string& section) {
-  std::vector<std::string> names;
-  for (const ProfileEntry& entry : list_profiles(section)) names.push_back(entry.name);
-  return names;
 }
 
 std::string on_missing_profile(const std::string& section, const std::string& name) {
@@ -133,10 +113,6 @@ std::string on_names(const std::string& text) {
     if (has(text, std::string("нет профиля ") + section + " "))
       return on_missing_profile(section, quoted(text));
   if (has(text, "незнакомый ключ опций")) return on_unknown_option(quoted(text));
-  constexpr std::string_view kNoPreset = "no preset ";
-  if (const std::size_t at = text.find(kNoPreset); at != std::string::npos)
-    return suggestion(text.substr(at + kNoPreset.size()), profile_names("presets")) +
-           "morva list presets names them; a file's name has a dot or a slash in it";
   return {};
 }
 
@@ -154,7 +130,8 @@ std::string on_code(int code) {
 }  // namespace
 
 std::string hint_for(const HostError& failure) {
-  const std::string text = failure.what();
+  const std::string& text = failure.engine_words;
+  if (text.empty()) return failure.hint;
   try {
     if (std::string hint = on_names(text); !hint.empty()) return hint;
   } catch (const std::exception&) {

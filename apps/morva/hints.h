@@ -1,5 +1,5 @@
 // The engine's failures come as it words them. For whoever cannot read them, or wonders what to do
-// about them, a line in English.
+// about them, a line in English; the host's own say themselves what to do.
 #pragma once
 
 #include <string>

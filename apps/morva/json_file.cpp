@@ -1,9 +1,12 @@
 #include "json_file.h"
 
 #include <filesystem>
-#include <fstream>
+#include <optional>
+#include <span>
 
 #include "host_error.h"
+#include "operating_system.h"
+#include "waiting_streams.h"
 
 namespace morva::host {
 namespace {
@@ -18,17 +21,35 @@ constexpr std::size_t kMostBytes = std::size_t{4} << 20;
 
 struct TooDeep {};
 
+struct OpenFile {
+  explicit OpenFile(const std::string& path) : number(open_to_read(path)) {}
+  ~OpenFile() {
+    if (number) close_file(*number);
+  }
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+
+  const std::optional<int> number;
+};
+
 std::string text_of_file(const std::string& file, const std::string& what) {
   std::error_code error;
   if (std::filesystem::is_directory(file, error))
-    throw HostError(MORVA_BAD_ARGUMENT, what + " is a folder: " + file);
-  std::ifstream in(file, std::ios::binary);
-  if (!in) throw HostError(MORVA_BAD_ARGUMENT, "cannot open the " + what + ": " + file);
+    throw HostError(MORVA_BAD_ARGUMENT, "the " + what + " is a folder: " + file);
+  const OpenFile in(file);
+  if (!in.number) throw HostError(MORVA_BAD_ARGUMENT, "cannot open the " + what + ": " + file);
   std::string text(kMostBytes + 1, '\0');
-  in.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(in.gcount()));
+  std::size_t size = 0;
+  for (std::size_t count = 1; count > 0 && size < text.size(); size += count) {
+    const auto read = read_or_cancel(*in.number, std::span(text).subspan(size));
+    if (!read) throw HostError(MORVA_BAD_ARGUMENT, "cannot read the " + what + ": " + file);
+    count = *read;
+  }
+  text.resize(size);
   if (text.size() > kMostBytes)
-    throw HostError(MORVA_BAD_ARGUMENT, "the " + what + " is larger than 4 MB: " + file);
+    throw HostError(MORVA_BAD_ARGUMENT, "the " + what + " is larger than 4 MB: " + file,
+                    "a preset or options file is a JSON object such as --save-options writes; any "
+                    "other picture or device is none");
   return text;
 }
 

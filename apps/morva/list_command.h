@@ -6,7 +6,7 @@
 namespace morva::host {
 
 struct ListRequest {
-  std::string section;  // films, lenses, papers or filters
+  std::string section;  // films, lenses, papers, filters or presets
   bool as_json = false;
 };
 

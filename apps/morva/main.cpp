@@ -11,6 +11,7 @@
 #include "console.h"
 #include "hints.h"
 #include "host_error.h"
+#include "operating_system.h"
 
 namespace {
 
@@ -35,6 +36,7 @@ int carried_out(const Request& request) {
 int main(int argc, char** argv) {
   using namespace morva::host;
   try {
+    take_closed_streams();
     install_cancel_signal();
     if (const std::optional<Request> request = parse_command_line(argc, argv)) {
       return std::visit([](const auto& one) { return carried_out(one); }, *request);
@@ -43,7 +45,8 @@ int main(int argc, char** argv) {
   } catch (const HostError& failure) {
     return told(failure);
   } catch (const std::bad_alloc&) {
-    return told(HostError(MORVA_FAILED, "out of memory"));
+    return told(HostError(MORVA_FAILED, "out of memory",
+                          "render a smaller picture or crop, or fewer at a time"));
   } catch (const std::exception& failure) {
     return told(HostError(MORVA_FAILED, failure.what()));
   }

@@ -27,8 +27,6 @@ bool holds(const std::string& name, const std::string& word) {
   return word.size() >= 3 && name.find(word) != std::string::npos;
 }
 
-}  // namespace
-
 std::vector<std::string> nearest_names(const std::string& word,
                                        const std::vector<std::string>& names) {
   const std::size_t most = std::max<std::size_t>(1, std::min<std::size_t>(word.size(), 64) / 3);
@@ -45,6 +43,15 @@ std::vector<std::string> nearest_names(const std::string& word,
   std::vector<std::string> nearest;
   for (const auto& [distance, name] : near) nearest.push_back(name);
   return nearest;
+}
+
+}  // namespace
+
+std::string suggestion(const std::string& word, const std::vector<std::string>& names) {
+  std::string row;
+  for (const std::string& name : nearest_names(word, names))
+    row += (row.empty() ? "" : ", ") + name;
+  return row.empty() ? "" : "did you mean " + row + "? ";
 }
 
 }  // namespace morva::host

@@ -13,6 +13,10 @@
 
 namespace morva::host {
 
+// Standard input, output and error that whoever started the program had closed are taken, so that
+// no other file gets their numbers. Reading from one or writing to it fails as before.
+void take_closed_streams();
+
 bool stderr_is_terminal();
 bool stdout_is_terminal();
 
@@ -38,24 +42,38 @@ std::error_code move_into_place(const std::filesystem::path& from, const std::fi
 // ends the program by no signal.
 void let_writes_fail();
 
-// Whether standard input has bytes or has ended; waits so long for it.
-bool standard_input_ready(int milliseconds);
+// Numbers of open files.
+inline constexpr int kStandardInput = 0, kStandardOutput = 1;
 
-// The bytes read, 0 at the end of the input; nothing when it cannot be read.
-std::optional<std::size_t> read_standard_input(std::span<char> bytes);
+// Opens a file for reading, without waiting for those who write into a pipe; nothing when it cannot
+// be opened.
+std::optional<int> open_to_read(const std::filesystem::path& path);
+void close_file(int file);
+
+// Whether the file has bytes or has ended, and whether it takes bytes or will never take more;
+// waits so long for it.
+bool ready_to_read(int file, int milliseconds);
+bool ready_to_write(int file, int milliseconds);
+
+// How many bytes were read, 0 at the end, and how many written, which never waits for so few as
+// kAtOnceBytes once the file was ready; nothing when it fails.
+inline constexpr std::size_t kAtOnceBytes = 4096;
+std::optional<std::size_t> read_some(int file, std::span<char> bytes);
+std::optional<std::size_t> write_some(int file, std::span<const char> bytes);
 
 // The program's own file; empty when it cannot be told.
 std::filesystem::path own_program();
 
 // A program in a process of its own, which reads nothing, whose standard output is dropped and
-// whose standard error goes to `complaints`. Its number, or nothing when it cannot be started.
+// whose standard error goes to `complaints`. Its number, or nothing and why it cannot be started.
 std::optional<int> start_process(const std::filesystem::path& program,
-                                 const std::vector<std::string>& arguments, std::FILE* complaints);
+                                 const std::vector<std::string>& arguments, std::FILE* complaints,
+                                 std::error_code& error);
 
-// Its exit code, 128 + n after signal n; nothing while it runs.
-std::optional<int> exit_code_of(int process);
+// Its exit code, 128 + n after signal n; nothing while it runs. May be asked until it tells.
+std::optional<int> exit_code_of(int process) noexcept;
 
 // Asks it to stop, as the end of a session would; it tidies up behind itself.
-void ask_to_stop(int process);
+void ask_to_stop(int process) noexcept;
 
 }  // namespace morva::host

@@ -16,6 +16,32 @@
 extern char** environ;
 
 namespace morva::host {
+namespace {
+
+bool ready(int file, short events, int milliseconds) {
+  pollfd one{file, events, 0};
+  return poll(&one, 1, milliseconds) != 0;
+}
+
+// What a call answers that a signal does not cut short.
+template <class Call>
+std::optional<std::size_t> bytes_done(Call call) {
+  for (;;) {
+    const ssize_t count = call();
+    if (count >= 0) return static_cast<std::size_t>(count);
+    if (errno != EINTR) return std::nullopt;
+  }
+}
+
+}  // namespace
+
+void take_closed_streams() {
+  for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(file, F_GETFD) >= 0) continue;
+    // The lowest free number is this one. The wrong way round: its use remains an error.
+    if (open("/dev/null", file == STDIN_FILENO ? O_WRONLY : O_RDONLY) < 0) return;
+  }
+}
 
 bool stderr_is_terminal() {
   return isatty(STDERR_FILENO) != 0;
@@ -83,17 +109,31 @@ void let_writes_fail() {
   signal(SIGXFSZ, SIG_IGN);
 }
 
-bool standard_input_ready(int milliseconds) {
-  pollfd input{STDIN_FILENO, POLLIN, 0};
-  return poll(&input, 1, milliseconds) != 0;
+std::optional<int> open_to_read(const std::filesystem::path& path) {
+  const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (file < 0) return std::nullopt;
+  fcntl(file, F_SETFL, 0);  // only the opening may not wait
+  return file;
 }
 
-std::optional<std::size_t> read_standard_input(std::span<char> bytes) {
-  for (;;) {
-    const ssize_t count = read(STDIN_FILENO, bytes.data(), bytes.size());
-    if (count >= 0) return static_cast<std::size_t>(count);
-    if (errno != EINTR) return std::nullopt;
-  }
+void close_file(int file) {
+  close(file);
+}
+
+bool ready_to_read(int file, int milliseconds) {
+  return ready(file, POLLIN, milliseconds);
+}
+
+bool ready_to_write(int file, int milliseconds) {
+  return ready(file, POLLOUT, milliseconds);
+}
+
+std::optional<std::size_t> read_some(int file, std::span<char> bytes) {
+  return bytes_done([&] { return read(file, bytes.data(), bytes.size()); });
+}
+
+std::optional<std::size_t> write_some(int file, std::span<const char> bytes) {
+  return bytes_done([&] { return write(file, bytes.data(), bytes.size()); });
 }
 
 std::filesystem::path own_program() {
@@ -103,7 +143,8 @@ std::filesystem::path own_program() {
 }
 
 std::optional<int> start_process(const std::filesystem::path& program,
-                                 const std::vector<std::string>& arguments, std::FILE* complaints) {
+                                 const std::vector<std::string>& arguments, std::FILE* complaints,
+                                 std::error_code& error) {
   std::vector<std::string> words = {program.string()};
   for (const std::string& argument : arguments) words.push_back(argument);
   std::vector<char*> argv;
@@ -115,20 +156,25 @@ std::optional<int> start_process(const std::filesystem::path& program,
   // Whoever reads this program's output may go away. That is an error, which ends the children too.
   let_writes_fail();
   // The next process has complaints of its own.
-  if (fcntl(fileno(complaints), F_SETFD, FD_CLOEXEC) != 0) return std::nullopt;
+  const int told = fileno(complaints);
+  fcntl(told, F_SETFD, FD_CLOEXEC);
   posix_spawn_file_actions_t actions;
-  if (posix_spawn_file_actions_init(&actions) != 0) return std::nullopt;
+  int failed = posix_spawn_file_actions_init(&actions);
   pid_t process = 0;
-  const bool started =
-      posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0) == 0 &&
-      posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0) == 0 &&
-      posix_spawn_file_actions_adddup2(&actions, fileno(complaints), STDERR_FILENO) == 0 &&
-      posix_spawn(&process, program.c_str(), &actions, nullptr, argv.data(), environ) == 0;
-  posix_spawn_file_actions_destroy(&actions);
-  return started ? std::optional(static_cast<int>(process)) : std::nullopt;
+  if (failed == 0) {
+    failed = posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    if (failed == 0)
+      failed = posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    if (failed == 0) failed = posix_spawn_file_actions_adddup2(&actions, told, STDERR_FILENO);
+    if (failed == 0)
+      failed = posix_spawn(&process, program.c_str(), &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+  }
+  error.assign(failed, std::generic_category());
+  return failed == 0 ? std::optional(static_cast<int>(process)) : std::nullopt;
 }
 
-std::optional<int> exit_code_of(int process) {
+std::optional<int> exit_code_of(int process) noexcept {
   int status = 0;
   const pid_t ended = waitpid(process, &status, WNOHANG);
   if (ended < 0 && errno != EINTR) return MORVA_FAILED;  // its end was lost
@@ -136,7 +182,7 @@ std::optional<int> exit_code_of(int process) {
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-void ask_to_stop(int process) {
+void ask_to_stop(int process) noexcept {
   kill(process, SIGTERM);
 }
 

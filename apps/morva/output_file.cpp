@@ -1,6 +1,5 @@
 #include "output_file.h"
 
-#include <string>
 #include <utility>
 
 #include "host_error.h"
@@ -45,6 +44,23 @@ void check_target(const fs::path& target, bool replace) {
 }
 
 }  // namespace
+
+fs::path place_of(const fs::path& name) {
+  std::error_code error;
+  return fs::weakly_canonical(fs::absolute(name, error), error);
+}
+
+bool same_place(const fs::path& one, const fs::path& other) {
+  return place_of(one) == place_of(other);
+}
+
+void refuse_input_as_output(const std::string& input, const std::string& output) {
+  if (input == kStandardStream || output == kStandardStream) return;
+  std::error_code error;
+  if (fs::exists(input, error) && same_place(input, output))
+    throw HostError(MORVA_BAD_ARGUMENT,
+                    "the output would take the place of the picture that it comes from: " + output);
+}
 
 OutputFile::OutputFile(fs::path target, bool replace)
     : target_(std::move(target)), replace_(replace) {

@@ -4,10 +4,18 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 #include "temporary_file.h"
 
 namespace morva::host {
+
+// Where a name leads, be there a file or not, and whether two lead to one place.
+std::filesystem::path place_of(const std::filesystem::path& name);
+bool same_place(const std::filesystem::path& one, const std::filesystem::path& other);
+
+// Throws where `output` would take the place of `input`, a picture that is rendered from.
+void refuse_input_as_output(const std::string& input, const std::string& output);
 
 class OutputFile {
  public:

@@ -24,7 +24,7 @@ void check_decoding(const std::string& input, int32_t code, const MorvaError& er
     check_engine(code, error);
   } catch (const HostError& failure) {
     if (failure.code == MORVA_CANCELLED) throw;
-    throw HostError(failure.code, input + ": " + failure.what());
+    throw failure.under(input);
   }
 }
 

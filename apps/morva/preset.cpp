@@ -6,6 +6,7 @@
 
 #include "host_error.h"
 #include "json_file.h"
+#include "nearest_names.h"
 #include "profile_folder.h"
 #include "setting_in_picture.h"
 #include "source_exposure.h"
@@ -36,14 +37,18 @@ std::optional<std::string> text_in(const Json& object, const char* key, const st
   if (found == object.end()) return std::nullopt;
   if (!found->is_string())
     throw HostError(MORVA_OPTIONS_FAILED, file + ": " + key + " is not a text");
-  std::string text = found->get<std::string>();
-  if (on_one_line(text) != text)
+  return found->get<std::string>();
+}
+
+std::optional<std::string> name_in(const Json& object, const char* key, const std::string& file) {
+  std::optional<std::string> name = text_in(object, key, file);
+  if (name && on_one_line(*name) != *name)
     throw HostError(MORVA_OPTIONS_FAILED, file + ": " + key + " holds a control character");
-  return text;
+  return name;
 }
 
 std::optional<std::string> metering_in(const Json& object, const std::string& file) {
-  const std::optional<std::string> mode = text_in(object, "source_exposure", file);
+  const std::optional<std::string> mode = name_in(object, "source_exposure", file);
   if (mode && !is_metering_mode(*mode))
     throw HostError(MORVA_OPTIONS_FAILED, file + ": source_exposure cannot be " + *mode);
   return mode;
@@ -62,17 +67,15 @@ void forget_metering(Preset& preset) {
   preset.options.erase(kSourceGain);
 }
 
-bool names_file(const std::string& text) {
-  return text.find_first_of("./\\") != std::string::npos;
-}
-
 std::string file_of(const std::string& name) {
   for (const fs::path& folder : section_folders("presets")) {
     const fs::path file = folder / (name + ".json");
     std::error_code error;
     if (fs::is_regular_file(file, error)) return file.string();
   }
-  throw HostError(MORVA_PROFILE_FAILED, "no preset " + name);
+  throw HostError(MORVA_PROFILE_FAILED, "no preset " + name,
+                  suggestion(name, profile_names("presets")) +
+                      "morva list presets names them; a file's name has a dot or a slash in it");
 }
 
 Preset read_preset(const std::string& file) {
@@ -88,12 +91,12 @@ Preset read_preset(const std::string& file) {
 Preset preset_of(const Json& object, const std::string& file) {
   refuse_unknown_keys(object, file);
   Preset preset;
-  preset.film = text_in(object, "film", file);
-  preset.lens = text_in(object, "lens", file);
+  preset.film = name_in(object, "film", file);
+  preset.lens = name_in(object, "lens", file);
   preset.source_exposure = metering_in(object, file);
   preset.source = text_in(object, "source", file).value_or("");
   const bool own_paper = object.contains("paper") && object["paper"].is_null();
-  preset.paper = own_paper ? std::optional(std::string()) : text_in(object, "paper", file);
+  preset.paper = own_paper ? std::optional(std::string()) : name_in(object, "paper", file);
   preset.options = object.value("options", Json::object());
   if (!preset.options.is_object())
     throw HostError(MORVA_OPTIONS_FAILED, file + ": options are not a JSON object");
@@ -122,7 +125,7 @@ void put_over(Preset& below, const Preset& above) {
 }
 
 Preset find_preset(const std::string& name_or_file) {
-  return read_preset(names_file(name_or_file) ? name_or_file : file_of(name_or_file));
+  return read_preset(names_preset_file(name_or_file) ? name_or_file : file_of(name_or_file));
 }
 
 Preset preset_in_picture(const std::string& file) {

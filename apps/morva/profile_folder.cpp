@@ -43,23 +43,26 @@ std::string text_in(const Json& profile, const char* key) {
   return found != profile.end() && found->is_string() ? found->get<std::string>() : "";
 }
 
-// Nothing for a hidden profile. A broken one is listed: its name is taken, and it wants mending.
-std::optional<ProfileEntry> entry_of(const fs::path& file) {
+// Nothing for a hidden profile, and for a preset that no --preset could name; a preset is never
+// hidden. A broken one is listed: its name is taken, and it wants mending.
+std::optional<ProfileEntry> entry_of(const fs::path& file, bool is_preset) {
   std::ifstream in(file, std::ios::binary);
   const Json profile = Json::parse(in, nullptr, false);
-  if (!profile.is_object()) return ProfileEntry{file.stem().string(), "", "(cannot be read)"};
-  if (is_hidden(profile)) return std::nullopt;
-  return ProfileEntry{file.stem().string(), text_in(profile, "title"),
-                      text_in(profile, "description")};
+  const std::string name = file.stem().string();
+  if (is_preset && names_preset_file(name)) return std::nullopt;
+  if (!profile.is_object()) return ProfileEntry{name, "", "(cannot be read)"};
+  if (!is_preset && is_hidden(profile)) return std::nullopt;
+  return ProfileEntry{name, text_in(profile, "title"), text_in(profile, "description")};
 }
 
 // False where there is no such folder. A name that is taken already stays as it is.
-bool add_entries(const fs::path& folder, std::map<std::string, ProfileEntry>& entries) {
+bool add_entries(const fs::path& folder, bool are_presets,
+                 std::map<std::string, ProfileEntry>& entries) {
   const std::optional<std::vector<fs::path>> files = files_in(folder);
   if (!files) return false;
   for (const fs::path& file : *files) {
     if (file.extension() != ".json") continue;
-    if (std::optional<ProfileEntry> entry = entry_of(file))
+    if (std::optional<ProfileEntry> entry = entry_of(file, are_presets))
       entries.try_emplace(entry->name, *entry);
   }
   return true;
@@ -79,12 +82,22 @@ std::vector<ProfileEntry> list_profiles(const std::string& section) {
   std::map<std::string, ProfileEntry> by_name;
   bool found = false;
   for (const fs::path& folder : section_folders(section))
-    found = add_entries(folder, by_name) || found;
+    found = add_entries(folder, section == "presets", by_name) || found;
   if (!found)
     throw HostError(MORVA_PROFILE_FAILED, "no " + section + " in " + profile_folder().string());
   std::vector<ProfileEntry> entries;
   for (const auto& [name, entry] : by_name) entries.push_back(entry);
   return entries;
+}
+
+std::vector<std::string> profile_names(const std::string& section) {
+  std::vector<std::string> names;
+  for (const ProfileEntry& entry : list_profiles(section)) names.push_back(entry.name);
+  return names;
+}
+
+bool names_preset_file(const std::string& text) {
+  return text.find_first_of("./\\") != std::string::npos;
 }
 
 }  // namespace morva::host

@@ -35,6 +35,7 @@ void Progress::step(const std::string& doing) {
   if (!refresher_.joinable()) return;
   {
     const std::lock_guard guard(lock_);
+    if (doing_ == doing) return;
     doing_ = doing;
   }
   changed_.notify_one();

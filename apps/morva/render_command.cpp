@@ -1,6 +1,5 @@
 #include "render_command.h"
 
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <optional>
 
@@ -25,13 +24,6 @@ namespace {
 
 using Json = nlohmann::json;
 using OrderedJson = nlohmann::ordered_json;
-
-bool same_place(const std::string& one, const std::string& other) {
-  namespace fs = std::filesystem;
-  std::error_code error;
-  const fs::path first = fs::weakly_canonical(fs::absolute(one, error), error);
-  return first == fs::weakly_canonical(fs::absolute(other, error), error);
-}
 
 void refuse_preset_in_the_way(const RenderRequest& request) {
   if (request.save_options == kStandardStream)
@@ -77,6 +69,8 @@ void run(const RenderRequest& request) {
     preset_file.emplace(request.save_options, request.output.force);
   select_backend(request.backend);
   CheckedSetting checked = check_setting(request.setting);
+  refuse_input_as_output(checked.setting.input, request.output.file);
+  if (preset_file) refuse_input_as_output(checked.setting.input, request.save_options);
   const PictureNotes notes = notes_of(request.output, checked);
   require_room(notes, encoding.format);
   const std::string as_preset = preset_file ? preset_text(checked) : "";

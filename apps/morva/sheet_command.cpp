@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "area_reduction.h"
 #include "cancel_signal.h"
 #include "contact_sheet.h"
-#include "engine_facts.h"
 #include "engine_render.h"
 #include "framing.h"
 #include "host_error.h"
@@ -24,6 +24,8 @@ namespace {
 using OrderedJson = nlohmann::ordered_json;
 
 constexpr std::size_t kMostCells = 400;
+constexpr int kTrialPx = 32;
+constexpr float kMidGrey = 0.18f;
 
 struct PlannedCell {
   SettingChoice choice;
@@ -45,9 +47,19 @@ std::vector<Variation> variations_of(const SheetRequest& request) {
   return variations;
 }
 
+void require_few(const std::vector<Variation>& variations) {
+  std::size_t cells = 1;  // no overflow: a command line holds far fewer values of each
+  for (const Variation& variation : variations) cells *= variation.values.size();
+  if (cells > kMostCells)
+    throw HostError(MORVA_BAD_ARGUMENT, "a sheet of " + std::to_string(cells) +
+                                            " pictures is too large; " +
+                                            std::to_string(kMostCells) + " are the most");
+}
+
 // The first variation across, the second down.
 std::vector<PlannedCell> plan_cells(const SettingChoice& choice,
                                     const std::vector<Variation>& variations) {
+  require_few(variations);
   std::vector<PlannedCell> cells(1);
   cells.front().choice = choice;
   for (auto variation = variations.rbegin(); variation != variations.rend(); ++variation) {
@@ -60,10 +72,6 @@ std::vector<PlannedCell> plan_cells(const SettingChoice& choice,
       }
     cells = std::move(finer);
   }
-  if (cells.size() > kMostCells)
-    throw HostError(MORVA_BAD_ARGUMENT, "a sheet of " + std::to_string(cells.size()) +
-                                            " pictures is too large; " +
-                                            std::to_string(kMostCells) + " are the most");
   return cells;
 }
 
@@ -93,19 +101,29 @@ void for_each_cell(std::vector<PlannedCell>& planned, const Action& action) {
       action(cell);
     } catch (const HostError& failure) {
       if (failure.code == MORVA_CANCELLED) throw;
-      throw HostError(failure.code, in_words(cell) + ": " + failure.what());
+      throw failure.under(in_words(cell));
     }
   }
 }
 
-// Everything that the engine could refuse of it.
 void measure(PlannedCell& cell, PixelSize source, int cell_px) {
   auto& [setting, options, metering] = cell.checked;
   frame_straightened(source.width, source.height, options);
   const PixelSize whole = sheet_size(setting, options, source);
-  engine_facts(setting, options, source);
-  cell.reduced = times(source, scale_to(whole, cell_px));
+  const PixelSize near = times(source, scale_to(whole, cell_px));
+  // Of a large source the film caps the sheet, of a small one not.
+  const PixelSize sheet = sheet_size(setting, options, near);
+  cell.reduced = times(near, scale_to(sheet, cell_px));
   cell.picture = times(whole, scale_to(whole, cell_px));
+}
+
+// Much of what the engine could refuse of a setting only a render finds.
+void try_out(const PlannedCell& cell) {
+  const PixelSize size = times(cell.reduced, scale_to(cell.picture, kTrialPx));
+  Picture grey = new_picture(size.width, size.height);
+  std::fill_n(grey.samples.get(), grey.row_samples() * static_cast<std::size_t>(size.height),
+              kMidGrey);
+  render_sheet(grey, cell.checked.setting, cell.checked.options);
 }
 
 void require_room_for(const std::vector<PlannedCell>& planned, std::size_t columns, int cell_px) {
@@ -119,18 +137,41 @@ void require_room_for(const std::vector<PlannedCell>& planned, std::size_t colum
   if (!complaint.empty()) throw HostError(MORVA_BAD_ARGUMENT, complaint);
 }
 
+// The source as each cell wants it. What one has measured or reduced serves the next.
+class Source {
+ public:
+  explicit Source(Picture whole) : whole_(std::move(whole)) {}
+
+  PixelSize size() const { return whole_.size(); }
+
+  const MorvaSourceStats& stats() {
+    if (!stats_) stats_ = measured(whole_);
+    return *stats_;
+  }
+
+  const Picture& reduced(PixelSize size) {
+    if (reduced_.width != size.width || reduced_.height != size.height)
+      reduced_ = reduced_by_area(whole_, size);
+    return reduced_;
+  }
+
+ private:
+  Picture whole_;
+  Picture reduced_;
+  std::optional<MorvaSourceStats> stats_;
+};
+
 // What an eye would see of the whole sheet from far.
-Picture render_cell(const PlannedCell& cell, const Picture& source, int cell_px) {
-  nlohmann::json options = cell.checked.options;
-  meter_source(source, cell.checked.metering, options);
-  const Picture sheet =
-      render_sheet(reduced_by_area(source, cell.reduced), cell.checked.setting, options);
+Picture render_cell(const PlannedCell& cell, Source& source, int cell_px) {
+  auto [setting, options, metering] = cell.checked;
+  if (metering != "off") expose_source(source.stats(), metering, options);
+  const Picture sheet = render_sheet(source.reduced(cell.reduced), setting, options);
   const PixelSize size = sheet.size();
   return reduced_by_area(sheet, times(size, scale_to(size, cell_px)));
 }
 
-std::vector<Cell> render_cells(std::vector<PlannedCell>& planned, const Picture& source,
-                               int cell_px, Progress& progress) {
+std::vector<Cell> render_cells(std::vector<PlannedCell>& planned, Source& source, int cell_px,
+                               Progress& progress) {
   std::vector<Cell> cells;
   for_each_cell(planned, [&](const PlannedCell& cell) {
     progress.step("rendering " + std::to_string(cells.size() + 1) + " of " +
@@ -151,16 +192,19 @@ void run(const SheetRequest& request) {
   std::vector<PlannedCell> planned = plan_cells(request.setting, variations);
   for_each_cell(planned, [](PlannedCell& cell) { cell.checked = check_setting(cell.choice); });
   const std::string input = planned.front().checked.setting.input;
+  refuse_input_as_output(input, request.output.file);
   select_backend(request.backend);
 
   OrderedJson made;
   {
     Progress progress(!request.output.quiet);
     progress.step("reading " + input);
-    const Picture source = read_picture(input);
+    Source source(read_picture(input));
     for_each_cell(planned,
                   [&](PlannedCell& cell) { measure(cell, source.size(), request.cell_px); });
     require_room_for(planned, columns, request.cell_px);
+    progress.step("checking " + std::to_string(planned.size()) + " settings");
+    for_each_cell(planned, try_out);
     const std::vector<Cell> cells = render_cells(planned, source, request.cell_px, progress);
     const Picture sheet = contact_sheet(cells, columns, request.cell_px);
     progress.step("writing " + request.output.file);

@@ -45,7 +45,7 @@ std::string why_refused(const Answer& refused, const RenderSetting& setting, con
 PixelSize sheet_size(const RenderSetting& setting, const Json& options, PixelSize source) {
   const Answer answer = ask(setting, options, source);
   if (answer.code == MORVA_OPTIONS_FAILED)
-    throw HostError(answer.code, why_refused(answer, setting, options, source));
+    throw engine_failure(answer.code, why_refused(answer, setting, options, source));
   check_engine(answer.code, answer.error);
   return answer.size;
 }

@@ -42,11 +42,19 @@ std::string metering_mode(const std::string& chosen, const nlohmann::json& optio
   return scene_linear ? "off" : "auto";
 }
 
-void meter_source(const Picture& source, const std::string& mode, nlohmann::json& options) {
-  if (mode == "off") return;
+MorvaSourceStats measured(const Picture& source) {
   MorvaSourceStats stats;
   morva_source_stats(source.samples.get(), source.width, source.height, &stats);
+  return stats;
+}
+
+void expose_source(const MorvaSourceStats& stats, const std::string& mode,
+                   nlohmann::json& options) {
   options[kSourceGain] = morva_source_gain(mode.c_str(), &stats);
+}
+
+void meter_source(const Picture& source, const std::string& mode, nlohmann::json& options) {
+  if (mode != "off") expose_source(measured(source), mode, options);
 }
 
 }  // namespace morva::host

@@ -22,8 +22,13 @@ bool is_metering_mode(const std::string& mode);
 std::string metering_mode(const std::string& chosen, const nlohmann::json& options,
                           bool scene_linear);
 
-// Sets the gain in `options` unless `mode` is "off". The whole picture is metered, whatever the
-// crop: a part of a frame is exposed as the frame is.
+// The light in the whole picture, whatever the crop: a part of a frame is exposed as the frame is.
+MorvaSourceStats measured(const Picture& source);
+
+// Sets the gain in `options`, by a `mode` other than "off".
+void expose_source(const MorvaSourceStats& stats, const std::string& mode, nlohmann::json& options);
+
+// Both, unless `mode` is "off".
 void meter_source(const Picture& source, const std::string& mode, nlohmann::json& options);
 
 }  // namespace morva::host

@@ -6,24 +6,21 @@
 #include <span>
 
 #include "byte_file.h"
-#include "cancel_signal.h"
 #include "host_error.h"
 #include "operating_system.h"
 #include "temporary_file.h"
+#include "waiting_streams.h"
 
 namespace morva::host {
 namespace {
 
 constexpr std::size_t kBlockBytes = std::size_t{1} << 16;
-constexpr int kLookEveryMs = 100;  // for a cancel, while nothing comes
 
 void read_whole_input(const std::filesystem::path& into) {
   ByteFile file(into);
   std::array<char, kBlockBytes> block;
   for (;;) {
-    while (!standard_input_ready(kLookEveryMs)) check_cancelled();
-    check_cancelled();
-    const std::optional<std::size_t> count = read_standard_input(block);
+    const std::optional<std::size_t> count = read_or_cancel(kStandardInput, block);
     if (!count) throw HostError(MORVA_BAD_ARGUMENT, "cannot read standard input");
     if (*count == 0) break;
     if (std::fwrite(block.data(), 1, *count, file.stream()) != *count)
@@ -54,10 +51,9 @@ void copy_to_standard_output(const std::filesystem::path& file) {
   do {
     in.read(block.data(), block.size());
     const auto count = static_cast<std::size_t>(in.gcount());
-    written = std::fwrite(block.data(), 1, count, stdout) == count;
+    written = write_or_cancel(kStandardOutput, std::span(block).first(count));
   } while (in && written);
-  if (!written || !in.eof() || std::fflush(stdout) != 0)
-    throw HostError(MORVA_FAILED, "cannot write to standard output");
+  if (!written || !in.eof()) throw HostError(MORVA_FAILED, "cannot write to standard output");
 }
 
 }  // namespace morva::host

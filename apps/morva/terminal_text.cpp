@@ -33,8 +33,8 @@ Character first_of(std::string_view text) {
 
 bool is_obeyed(char32_t code) {
   const auto within = [&](char32_t first, char32_t last) { return code >= first && code <= last; };
-  return code == kNone || code < 0x20 || within(0x7F, 0x9F) || within(0x2028, 0x202E) ||
-         within(0x2066, 0x2069);
+  return code == kNone || code < 0x20 || within(0x7F, 0x9F) || code == 0x61C ||
+         within(0x200E, 0x200F) || within(0x2028, 0x202E) || within(0x2066, 0x2069);
 }
 
 }  // namespace
@@ -50,6 +50,15 @@ std::string for_terminal(std::string_view text) {
     text.remove_prefix(next.bytes);
   }
   return clean;
+}
+
+bool is_utf8(std::string_view text) {
+  while (!text.empty()) {
+    const Character next = first_of(text);
+    if (next.code == kNone) return false;
+    text.remove_prefix(next.bytes);
+  }
+  return true;
 }
 
 std::string on_one_line(std::string text) {

@@ -13,4 +13,6 @@ std::string for_terminal(std::string_view text);
 // The same with a space for each line feed.
 std::string on_one_line(std::string text);
 
+bool is_utf8(std::string_view text);
+
 }  // namespace morva::host

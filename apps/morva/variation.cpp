@@ -44,12 +44,6 @@ bool stands_as_flag(const SettingChoice& choice, const std::string& key) {
          (key == "mirror" && flags.mirror) || (key == "src_exposure" && choice.source_exposure);
 }
 
-std::vector<std::string> all_of(const NamedThing& thing) {
-  std::vector<std::string> names;
-  for (const ProfileEntry& entry : list_profiles(thing.section)) names.push_back(entry.name);
-  return names;
-}
-
 }  // namespace
 
 Variation variation_of(const std::string& text) {
@@ -61,7 +55,7 @@ Variation variation_of(const std::string& text) {
     throw HostError(MORVA_BAD_ARGUMENT, "--vary has an empty value: " + text);
   const NamedThing* thing = named_thing(variation.key);
   if (thing != nullptr && variation.values == std::vector<std::string>{"*"})
-    variation.values = all_of(*thing);
+    variation.values = profile_names(thing->section);
   return variation;
 }
 

@@ -37,9 +37,9 @@ Json cropped_options(const RackSetting& setting, PixelSize source) {
 void add_lens(Json& facts, const Json& lens, const Json& opts) {
   const LensAperture aperture = lens_aperture(lens, opts);
   facts["stop"] = aperture.stop;
-  facts["vig"] = aperture.left.vignetting;
-  facts["swirl"] = aperture.left.field;
-  facts["residual"] = aperture.vignette_residual;
+  facts["vig"] = aperture.shares.vignetting;
+  facts["swirl"] = aperture.shares.field;
+  facts["residual"] = aperture.shares.vignette_residual;
 }
 
 // What of the film the picture takes.

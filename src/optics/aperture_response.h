@@ -9,15 +9,13 @@ namespace morva {
 // Shares that are left of what the lens shows at full aperture.
 struct ApertureResponse {
   double vignetting = 1.0;
-  double spherical = 1.0;  // glow, bloom, coma, softness
-  double field = 1.0;      // curvature and astigmatism
+  double spherical = 1.0;          // glow, bloom, coma, softness
+  double field = 1.0;              // curvature and astigmatism
+  double vignette_residual = 0.0;  // of the vignetting, what no stop takes away
 };
 
 // `optics` is the lens's own object of strengths; `stop` counts stops down from full aperture,
-// where and beyond which the shares are exactly 1.
+// where and beyond which the first three are exactly 1.
 ApertureResponse aperture_response(const Json& optics, double stop);
-
-// The rest of its vignetting that no stop takes away.
-double vignette_residual(const Json& optics);
 
 }  // namespace morva

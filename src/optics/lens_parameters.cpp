@@ -134,16 +134,15 @@ LensAperture lens_aperture(const Json& lens, const Json& opts) {
   const Json& optics = optics_of(lens);
   LensAperture aperture;
   aperture.stop = option_or(opts, "stop", 0.0);
-  const ApertureResponse left = aperture_response(optics, aperture.stop);
-  aperture.left = {held_finite(left.vignetting), held_finite(left.spherical),
-                   held_finite(left.field)};
-  aperture.vignette_residual = held_finite(vignette_residual(optics));
+  const ApertureResponse shares = aperture_response(optics, aperture.stop);
+  aperture.shares = {held_finite(shares.vignetting), held_finite(shares.spherical),
+                     held_finite(shares.field), held_finite(shares.vignette_residual)};
   return aperture;
 }
 
 LensParameters read_lens(const Json& lens, const Json& opts, std::int32_t w_px, std::int32_t h_px) {
   const Json& optics = optics_of(lens);
-  const ApertureResponse response = lens_aperture(lens, opts).left;
+  const ApertureResponse response = lens_aperture(lens, opts).shares;
   const double long_px = std::max(w_px, h_px);
   LensParameters p;
   p.distortion = read_distortion(optics, opts);

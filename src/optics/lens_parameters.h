@@ -79,8 +79,7 @@ struct LensParameters {
 // How far a lens is stopped down, in stops, and the shares of its faults that this leaves.
 struct LensAperture {
   double stop = 0.0;
-  ApertureResponse left;
-  double vignette_residual = 0.0;
+  ApertureResponse shares;
 };
 
 // Read as below.

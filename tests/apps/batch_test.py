@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import re
+import resource
 import shutil
 import signal
 import subprocess
@@ -14,7 +15,8 @@ import unittest
 import numpy as np
 
 import picture_files as files
-from host_case import CANCELLED, FAILED, HOST, NO_PICTURE, PROFILE, QUICK, SOURCE, USAGE, HostCase, run_host
+from host_case import (
+    CANCELLED, FAILED, HOST, NO_PICTURE, OPTIONS, PROFILE, QUICK, SOURCE, USAGE, HostCase, run_host)
 
 
 class Photos(HostCase):
@@ -53,7 +55,9 @@ class Batch(Photos):
             self.assertEqual((deep / name).read_bytes(), (self.out / name).read_bytes())
 
     def test_names(self):
-        self.batch("--name", "{n}_{name}_{ext}-{film}-{paper}", "--format", "jpg", "--preset", "botanist", "--quiet")
+        """And a setting that can be read, and found wrong, but once."""
+        self.batch("--name", "{n}_{name}_{ext}-{film}-{paper}", "--format", "jpg", "--preset", "/dev/stdin", "--quiet",
+                   input=b'{"film": "ortho_25", "paper": "cyanotype"}')
         self.assertEqual(self.made(), [f"{i + 1}_{name}_png-ortho_25-cyanotype.jpg" for i, name in enumerate("abdef")])
         self.photo("other/a.jpg")
         more = self.folder / "more"
@@ -65,7 +69,9 @@ class Batch(Photos):
             with self.subTest(arguments=arguments):
                 self.fail_with(USAGE, "batch", self.photos, *arguments, "-o", more, saying=saying)
         self.fail_with(USAGE, "batch", self.photos, "-o", "-", saying="folder")
-        self.fail_with(PROFILE, "batch", self.photos, "-o", more, "--preset", "no_such_one")
+        for code, *setting in ((PROFILE, "--preset", "no_such_one"), (PROFILE, "--set", "filter=bleu"),
+                               (OPTIONS, "--set", "pussh=1"), (OPTIONS, "--set", "src_exposure=dim")):
+            self.fail_with(code, "batch", self.photos, "-o", more, "--keep-going", *setting)
         self.assertFalse(more.exists())
 
     def test_one_broken_among_them(self):
@@ -84,17 +90,25 @@ class Batch(Photos):
         self.assertEqual((report["rendered"], report["failed"], report["not_begun"]), (5, 1, 0))
         failed = report["pictures"][2]
         self.assertEqual((failed["state"], failed["input"], failed["code"]), ("failed", str(self.broken), FAILED))
-        result = run_host("batch", "none.png", self.photos, "-o", self.folder, "--keep-going", "--set", "a=1")
+        result = run_host("batch", "none.png", self.broken, "-o", self.folder, "--keep-going")
         self.assertEqual(result.returncode, USAGE)
-        self.assertIn(b"hint: there is no such option", result.stderr)
+        self.assertIn(b"\nhint: the file is damaged", result.stderr)
 
     def test_what_is_there_stays(self):
         (self.out / "b.png").write_text("mine")
         self.fail_with(USAGE, "batch", self.photos, "-o", self.out, saying="1 of 5 outputs exist")
-        self.assertEqual(self.batch("--skip-existing").stderr, b"5 pictures: 4 rendered, 1 skipped\n")
-        self.assertEqual((self.out / "b.png").read_text(), "mine")
+        for force, said in (([], b"4 rendered, 1 skipped"), (["--force"], b"0 rendered, 5 skipped")):
+            self.assertEqual(self.batch("--skip-existing", *force).stderr, b"5 pictures: " + said + b"\n")
+            self.assertEqual((self.out / "b.png").read_text(), "mine")
         self.assertEqual(self.batch("--force", "--quiet").returncode, 0)
         self.assertNotEqual((self.out / "b.png").read_bytes(), b"mine")
+        one, two = self.photo("1.png"), self.photo("2.png")
+        self.fail_with(USAGE, "batch", two, one, "-o", self.folder, "--name", "{n}", "--force", saying="take the place")
+
+    def test_a_shortage_that_passes(self):
+        """Room for the files of four renders at a time."""
+        few = {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (7, 7))}
+        self.assertEqual(self.batch("-j", "5", **few).stderr, b"5 pictures: 5 rendered\n")
 
     def test_a_stop_ends_the_renders_too(self):
         """And none of them holds the file that another one complains into."""

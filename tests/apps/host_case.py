@@ -1,9 +1,12 @@
 """The built host, MORVA_HOST, started from tests: what it says, what it ends with, what it leaves on the disk."""
 
+import contextlib
 import io
 import json
 import os
 import pathlib
+import pty
+import signal
 import subprocess
 import tempfile
 import unittest
@@ -21,6 +24,23 @@ NO_PICTURE = b"\x89PNG\r\n\x1a\nnot really"
 
 def run_host(*arguments, **keywords):
     return subprocess.run([HOST, *map(str, arguments)], **{"capture_output": True, "timeout": 300, **keywords})
+
+
+def on_terminal(*arguments, stop=None):
+    """The exit code, what went to stdout and what stood on the terminal; `stop` is sent as the render begins."""
+    terminal, other_end = pty.openpty()
+    host = subprocess.Popen([HOST, *map(str, arguments)], stdout=subprocess.PIPE, stderr=other_end,
+                            preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))  # as in a shell
+    os.close(other_end)
+    screen = b""
+    with contextlib.suppress(OSError):  # how a terminal says that nobody is left
+        while True:
+            screen += os.read(terminal, 4096)
+            if stop and b"rendering" in screen:
+                host.send_signal(stop)
+    os.close(terminal)
+    printed, _ = host.communicate(timeout=120)
+    return host.returncode, printed, screen.decode()
 
 
 class HostCase(unittest.TestCase):

@@ -1,20 +1,18 @@
 """The command-line host from outside: verbs, exit codes, what lands on the disk and what not."""
 
-import contextlib
 import io
 import json
 import os
-import pty
 import resource
 import signal
 import struct
-import subprocess
 
 import numpy as np
 from PIL import ImageCms
 
 import picture_files as files
-from host_case import CANCELLED, FAILED, HOST, NO_PICTURE, OPTIONS, PROFILE, QUICK, USAGE, HostCase, opened, run_host
+from host_case import (
+    CANCELLED, FAILED, NO_PICTURE, OPTIONS, PROFILE, QUICK, USAGE, HostCase, on_terminal, opened, run_host)
 
 
 class CommandLine(HostCase):
@@ -37,7 +35,8 @@ class CommandLine(HostCase):
 
     def test_no_name_plays_tricks_on_a_terminal(self):
         for name, shown in ((b"\x1b[2J", "?[2J"), (b"\xc2\x9b2J", "?2J"), (b"\x9b2J", "?2J"), (b"\xe0\x80\x8a", "???"),
-                            ("a\u202eb\u2066".encode(), "a?b?"), (b"a\nb\rc", "a b?c"), ("ü «☀»".encode(), "ü «☀»")):
+                            ("a\u202eb\u2066\u200f\u061c".encode(), "a?b???"), (b"a\nb\rc", "a b?c"),
+                            ("ü «☀»".encode(), "ü «☀»")):
             self.fail_with(USAGE, "info", os.fsdecode(name), saying=f"no such input file: {shown}\n")
 
 
@@ -49,6 +48,14 @@ class OutputPlace(HostCase):
         self.assertEqual(target.read_text(), "mine")
         self.succeed("render", source, "-o", target, "--force", *QUICK)
         self.assertEqual((opened(target).format, target.stat().st_mode), ("PNG", source.stat().st_mode))
+
+    def test_no_output_takes_the_place_of_its_source(self):
+        source, target = self.small_picture(), self.out / ".." / "in.exr"
+        before = source.read_bytes()
+        for verb in (["render", "-o", target], ["sheet", "--vary", "ev=0,1", "-o", target],
+                     ["render", "-o", self.out / "a.png", "--save-options", target]):
+            self.fail_with(USAGE, *verb, source, "--force", saying="take the place")
+        self.assertEqual(source.read_bytes(), before)
 
     def test_places_that_cannot_be_written(self):
         (self.out / "folder.png").mkdir()
@@ -79,7 +86,7 @@ class Inputs(HostCase):
         for name in (*broken, "no", "pipe.exr", "out"):
             with self.subTest(name=name):
                 self.fail_with(FAILED if name in broken else USAGE, "render", self.folder / name, "-o", self.out / "a.png",
-                               saying="claims 2147483647 bytes" if name == "claim.exr" else name)
+                               saying="claims 2147483647 bytes" if name == "claim.exr" else f"{self.folder / name}")
         self.fail_with(OPTIONS, "plan", "demo", "--preset", self.folder / "claim.exr", saying="does not tell")
         exr = self.succeed_json("info", self.small_picture())
         self.assertEqual((exr["width"], exr["height"], sorted(exr["channels"])), (36, 24, ["B", "G", "R"]))
@@ -205,21 +212,9 @@ class Rendering(HostCase):
         source, target = self.folder / "large.exr", self.out / "a.png"
         files.write_exr(source, dict.fromkeys("RGB", np.full((1600, 2400), 0.18)), half=True)
         for stop in (signal.SIGINT, signal.SIGTERM):
-            terminal, other_end = pty.openpty()
-            host = subprocess.Popen(
-                [HOST, "render", source, "-o", target], stdout=subprocess.PIPE, stderr=other_end,
-                preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))  # as in a shell
-            os.close(other_end)
-            screen = b""
-            with contextlib.suppress(OSError):  # how a terminal says that nobody is left
-                while True:
-                    screen += os.read(terminal, 4096)
-                    if b"rendering" in screen:
-                        host.send_signal(stop)
-            os.close(terminal)
-            printed, _ = host.communicate(timeout=120)
-            self.assertEqual((host.returncode, printed, list(self.out.iterdir())), (CANCELLED, b"", []), screen)
-            self.assertRegex(screen, rb"(?s)\d+\.\d s  rendering on everyday_400.*\r\x1b\[Kmorva: cancelled")
+            code, printed, screen = on_terminal("render", source, "-o", target, stop=stop)
+            self.assertEqual((code, printed, list(self.out.iterdir())), (CANCELLED, b"", []), screen)
+            self.assertRegex(screen, r"(?s)\d+\.\d s  rendering on everyday_400.*\r\x1b\[Kmorva: cancelled")
 
 
 class Planning(HostCase):

@@ -2,13 +2,18 @@
 
 import json
 import os
+import pathlib
+import re
+import select
+import signal
 import subprocess
+import time
 
 import numpy as np
 from PIL import Image
 
 import picture_files as files
-from host_case import FAILED, OPTIONS, PROFILE, QUICK, SOURCE, USAGE, HostCase, opened, run_host
+from host_case import CANCELLED, FAILED, HOST, OPTIONS, PROFILE, QUICK, SOURCE, USAGE, HostCase, opened, run_host
 
 SETTING = ["--film", "silver_400", "--lens", "swirl", "--paper", "bw_warm", "--crop", "0.1,0,0.8,1", "--rotate",
            "90", "--set", "grade=3", "--set", "stamp_text=ü", "--source-exposure", "shadows", "--seed", "7"]
@@ -53,11 +58,12 @@ class Presets(HostCase):
         self.assertNotIn("comment", opened(self.out / "bare.jpg").info)
 
     def test_a_source_is_found_from_the_picture_too(self):
-        self.succeed("render", "p.png", "-o", "print.png", *QUICK, cwd=self.folder)
+        self.source = self.source.rename(self.folder / "p\tq.png")
+        self.succeed("render", self.source.name, "-o", "print.png", *QUICK, cwd=self.folder)
         again = ["render", self.folder / "print.png", "--again", "-o", self.out / "a.png"]
-        self.assertEqual(run_host(*again).stderr.decode(), f"rendered from {self.source}\n")
+        self.assertEqual(run_host(*again).stderr.decode(), f"rendered from {self.folder}/p?q.png\n")
         self.source.unlink()
-        self.fail_with(USAGE, *again, "--force", saying="p.png")
+        self.fail_with(USAGE, *again, "--force", saying="p?q.png")
 
     def test_later_wins(self):
         """Whichever of its three names a preset or the command line gives the metering: it is one thing."""
@@ -92,7 +98,9 @@ class Presets(HostCase):
                            ("/dev/stdin", "silver_125")):
             plan = self.succeed_json("plan", self.source, "--preset", name, input=b'{"film": "silver_125"}', **own)
             self.assertEqual(plan["film"], film)
-        self.assertIn("mine", [entry["name"] for entry in self.succeed_json("list", "presets", **own)])
+        self.preset("config/morva/presets/my.v2.json")  # the name of a file
+        listed = {entry["name"] for entry in self.succeed_json("list", "presets", **own)}
+        self.assertEqual(listed & {"mine", "my.v2"}, {"mine"})
         self.fail_with(PROFILE, "plan", self.source, "--preset", "albumpage", saying="did you mean album_page?")
 
     def test_shipped_presets(self):
@@ -143,6 +151,24 @@ class StandardStreams(HostCase):
                     self.assertEqual(result.returncode, FAILED)
         os.close(nobody)
         self.assertEqual(list(self.folder.glob(".morva*")), [], "nothing is left of what was held")
+
+    def test_a_stop_while_a_pipe_keeps_it_waiting(self):
+        """A preset that nobody writes, a picture that nobody reads."""
+        silent = self.folder / "silent.json"
+        os.mkfifo(silent)
+        for arguments in (["plan", "demo", "--preset", silent], ["demo", "-o", "-", "--format", "exr"]):
+            host = subprocess.Popen([HOST, *arguments], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+            self.addCleanup(host.stdout.close)
+            self.addCleanup(host.kill)
+            if arguments[0] == "demo":
+                select.select([host.stdout], [], [], 60)
+            waits, deadline = False, time.monotonic() + 60
+            while not waits and time.monotonic() < deadline:
+                status = pathlib.Path(f"/proc/{host.pid}/status").read_text()
+                caught = int(re.search(r"SigCgt:\s*(\w+)", status)[1], 16)
+                waits = caught >> (signal.SIGTERM - 1) & 1 and "State:\tS" in status
+            host.terminate()
+            self.assertEqual(host.wait(10), CANCELLED)
 
     def test_what_cannot_be_piped(self):
         render = ["render", self.small_picture(), "-o", "-"]

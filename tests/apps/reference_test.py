@@ -6,7 +6,7 @@ import re
 import shutil
 import subprocess
 
-from host_case import FAILED, HOST, OPTIONS, PROFILE, SOURCE, USAGE, HostCase
+from host_case import FAILED, HOST, NO_PICTURE, OPTIONS, PROFILE, SOURCE, USAGE, HostCase, run_host
 
 FLAG = re.compile(r"(?<![\w-])(--[a-z][a-z-]+)")
 
@@ -56,7 +56,6 @@ class Reference(HostCase):
 
     def test_the_schema_takes_what_the_engine_takes(self):
         schema, table = json.loads(self.succeed("schema")), self.succeed_json("options")
-        self.assertEqual(table, json.loads((SOURCE / "apps/morva/option_list.json").read_text()))
         self.assertEqual(list(schema["properties"]), [entry["key"] for entry in table])
         kinds = {int: {"number", "integer"}, float: {"number"}, str: {"string"}, bool: {"boolean"}}
         for entry in table:
@@ -68,6 +67,17 @@ class Reference(HostCase):
         self.assertGreater(len(may_be_null), 20)
         (self.folder / "null.json").write_text(json.dumps(dict.fromkeys(may_be_null)))
         self.rendered(self.small_picture(), "--options", self.folder / "null.json")
+
+    def test_the_options_as_they_are_told(self):
+        """Their lines say what their JSON does, and a default changes no picture."""
+        table, photo = self.succeed_json("options"), self.photo("p.png")
+        defaults = {entry["key"]: entry["default"] for entry in table if "default" in entry}
+        lines = [" ".join(line.split()) for line in self.succeed("options").splitlines()]
+        self.assertEqual(lines, [f"{entry['key']} {json.dumps(entry['default']) if 'default' in entry else '-'} "
+                                 f"{entry['meaning']}" for entry in table])
+        (self.folder / "all.json").write_text(json.dumps(defaults))
+        given = self.rendered(photo, "--options", self.folder / "all.json")
+        self.assertTrue((given == self.rendered(photo)).all())
 
     def test_hints(self):
         """The engine's words as they are, and below them what to do."""
@@ -81,4 +91,7 @@ class Reference(HostCase):
         ):
             self.fail_with(code, *plan, *flag, saying=saying)
         self.fail_with(PROFILE, *plan, env={**os.environ, "MORVA_PROFILES_DIR": str(self.folder)}, saying="hint: ")
-        self.fail_with(FAILED, "info", SOURCE / "README.md", saying="hint: the file is damaged, or no picture")
+        broken = self.folder / "стиль.png"
+        broken.write_bytes(NO_PICTURE)
+        self.fail_with(FAILED, "info", broken, saying="hint: the file is damaged, or no picture")
+        self.assertTrue(run_host("plan", "стиль.png").stderr.decode().endswith("no such input file: стиль.png\n"))

@@ -4,7 +4,7 @@ import numpy as np
 from scipy import ndimage
 
 import picture_files as files
-from host_case import OPTIONS, PROFILE, QUICK, USAGE, HostCase
+from host_case import OPTIONS, PROFILE, QUICK, USAGE, HostCase, on_terminal
 
 PAPER = 0.80
 
@@ -70,7 +70,12 @@ class Sheet(HostCase):
             (["--vary", "lens=plain,plane"], PROFILE, "plane: "), (["--vary", "border=0,500"], OPTIONS, "border 500: "),
             (["--vary", "ev=0,1", "--vary", seeds, "--cell", "4096"], USAGE, "1212 x 104506 pixels, more than 32768"),
             (["--vary", seeds, "--vary", "ev=0,1,2,3,4"], USAGE, "500 pictures"),
-            (["--vary", "colour=1"], OPTIONS, "colour 1: "), (["--vary", "ev=1", "--cell", "10"], USAGE, "--cell"),
+            (["--vary", "colour=1"], OPTIONS, "colour 1: "),
+            (["--vary", "filter=amber,bleu"], PROFILE, "filter bleu: "),
+            (["--vary", "ev=1", "--cell", "10"], USAGE, "--cell"),
         ):
             with self.subTest(arguments=arguments):
-                self.fail_with(code, *sheet, *arguments, saying=saying)
+                ended, printed, screen = on_terminal(*sheet, *arguments)
+                self.assertEqual((ended, printed, list(self.out.iterdir())), (code, b"", []), screen)
+                self.assertIn(saying, screen)
+                self.assertNotIn("rendering", screen)

@@ -112,6 +112,8 @@ class Failures(HostCase):
             copy = pickle.loads(pickle.dumps(caught.exception))
             self.assertEqual((type(copy), str(copy), copy.code), (kind, str(caught.exception), code))
         self.assertTrue(issubclass(morva.OptionsError, ValueError))
+        with self.assertRaisesRegex(ValueError, "film is no Unicode text"):
+            morva.render(ramp(), film="\ud800")
 
     def test_wrong_arguments(self):
         raised = {TypeError: [
@@ -154,16 +156,26 @@ class Cancelling(HostCase):
         morva.render(ramp(), cancel=cancel)
 
     def test_the_keyboard_stops_a_render(self):
-        """And leaves the flag as it was."""
+        """That one alone, and leaves the flag to those who raise it."""
         said = in_new_python(
-            "import morva, numpy as np, os, signal, sys, threading\n"
+            "import morva, numpy as np, os, signal, threading, time\n"
+            "from concurrent.futures import ThreadPoolExecutor\n"
             "morva.version()\n"
-            "cancel = morva.Cancel()\n"
-            "threading.Timer(0.3, os.kill, (os.getpid(), signal.SIGINT)).start()\n"
-            "try: morva.render(np.full((1600, 2400, 3), 0.18), cancel=cancel); print('made')\n"
-            "except KeyboardInterrupt: print('stopped', cancel.is_set())\n"
-            "print(morva.render(np.full((4, 6, 3), 0.18), cancel=cancel).shape)")
-        self.assertEqual(said, "stopped False\n(4, 6, 3)\n")
+            "cancel, large, small = morva.Cancel(), np.full((1600, 2400, 3), 0.18), np.full((4, 6, 3), 0.18)\n"
+            "def interrupt(then):\n"
+            "  time.sleep(0.3)\n"
+            "  os.kill(os.getpid(), signal.SIGINT)\n"
+            "  then()\n"
+            "def stopped(then):\n"
+            "  threading.Thread(target=interrupt, args=(then,)).start()\n"
+            "  try: morva.render(large, cancel=cancel); print('made')\n"
+            "  except KeyboardInterrupt: print('stopped', cancel.is_set())\n"
+            "with ThreadPoolExecutor(1) as other:\n"
+            "  waiting = other.submit(lambda: (time.sleep(0.1), morva.render(small, cancel=cancel))[1].shape)\n"
+            "  stopped(lambda: None)\n"
+            "  print(waiting.result())\n"
+            "stopped(lambda: (time.sleep(0.02), cancel.set()))")
+        self.assertEqual(said, "stopped False\n(4, 6, 3)\nstopped True\n")
 
     def test_renders_and_a_change_of_profiles_side_by_side(self):
         """Loading, renders and changes of the store from many threads at once."""
@@ -259,19 +271,25 @@ class TheEngine(HostCase):
         for expected, environment in (
             ("names no library: /none\n", {"MORVA_LIBRARY": "/none"}),
             ("text.so cannot be loaded: ", {"MORVA_LIBRARY": str(self.folder / "text.so")}),
+            ("has no morva_version: it is older", {"MORVA_LIBRARY": np.linalg._umath_linalg.__file__}),
             (f"{engine}\n", {"MORVA_LIBRARY": str(engine.parent)}),
             (f"{engine}\n", {"MORVA_LIBRARY": None, "PYTHONPATH": str(self.folder / "lone"),
                              "LD_LIBRARY_PATH": str(engine.parent)}),
         ):
-            said = in_new_python("import morva\ntry: print(morva.engine_file())\n"
+            said = in_new_python("import morva\ntry: morva.version(); print(morva.engine_file())\n"
                                  "except morva.EngineUnusable as error: print(error)", **environment)
             self.assertIn(expected, said)
 
     def test_backends(self):
         morva.set_backend("cpu")
         self.assertFalse(morva.gpu_state().lost)
-        found = morva.probe()
-        self.assertEqual(found.ready, found.status == "ready")
+        if morva.probe().ready:
+            self.assertNotEqual(morva.backend_name(), "CPU")
+        else:
+            self.assertRaises(morva.EngineError, morva.set_backend, "gpu")
         morva.release_gpu()
         self.assertEqual(morva.backend_name(), "CPU")
-        morva.profile_report()
+        morva.set_profiling(True)
+        self.addCleanup(morva.set_profiling, False)
+        morva.render(ramp())
+        self.assertEqual(morva.profile_report(), "", "the CPU leaves none")

@@ -140,9 +140,9 @@ TEST(Lens, VignetteFollowsThePicturesShapeAndOutlastsStoppingDown) {
   EXPECT_NEAR(after.at(100, 0, 1), 0.7, 0.01);  // t^2 = 1/2 in the middle of either side
   EXPECT_NEAR(after.at(0, 200, 1), 0.7, 0.01);
   EXPECT_NEAR(after.at(100, 200, 1), 1.0, 1e-4);
-  const ApertureResponse left = aperture_response(Json::object(), 8.0);
-  EXPECT_NEAR(left.vignetting, 0.3, 0.01);
-  EXPECT_TRUE(left.spherical < left.field / 10.0 && left.field < 0.05);
+  const ApertureResponse shares = aperture_response(Json::object(), 8.0);
+  EXPECT_NEAR(shares.vignetting, 0.3, 0.01);
+  EXPECT_TRUE(shares.spherical < shares.field / 10.0 && shares.field < 0.05);
 }
 
 TEST(Lens, SoftnessAndGlassActByChannel) {

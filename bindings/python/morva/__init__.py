@@ -7,8 +7,9 @@
     sheet = morva.render(photo, film="silver_400", paper="bw_warm", src_exposure="auto", push=1)
     Image.fromarray(morva.to_srgb(sheet)).save("print.png")
 
-Pictures are numpy arrays, height x width x 3, of linear light. Every failure of the engine is a
-MorvaError with its `code` and its own text. All functions may be called from any thread.
+Pictures are numpy arrays, height x width x 3, of linear light. Every failure that the engine tells
+is a MorvaError with its `code` and its own text; EngineUnusable, an OSError, means that there is no
+engine to tell one. All functions may be called from any thread.
 """
 
 from ._backend import GpuProbe, GpuState, backend_name, gpu_retry, gpu_state, probe, profile_report

@@ -79,11 +79,17 @@ def name_in(name: str | None, what: str) -> bytes | None:
         raise TypeError(f"{what} is a name, not {type(name).__name__}")
     if "\0" in name:
         raise ValueError(f"{what} holds a NUL: {name!r}")
-    return name.encode("utf-8")
+    try:
+        return name.encode("utf-8")
+    except UnicodeEncodeError:
+        raise ValueError(f"{what} is no Unicode text: {name!r}") from None
 
 
 def path_in(path: Path) -> bytes:
-    raw = os.fsencode(path)
+    try:
+        raw = os.fsencode(path)
+    except UnicodeEncodeError:
+        raise ValueError(f"the path is no Unicode text: {path!r}") from None
     if b"\0" in raw:
         raise ValueError(f"the path holds a NUL: {path!r}")
     return raw

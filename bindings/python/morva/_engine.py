@@ -234,9 +234,10 @@ def engine_file() -> pathlib.Path:
     """The file of the loaded library, links resolved; its profiles lie beside it."""
     library = _load()
     path = library._name
-    if sys.platform != "win32":
+    known = next((library.__dict__[name] for name in _FUNCTIONS if name in library.__dict__), None)
+    if sys.platform != "win32" and known is not None:
         info = _DlInfo()
-        address = ctypes.cast(library.morva_version, c_void_p)
+        address = ctypes.cast(known, c_void_p)
         if ctypes.CDLL(None).dladdr(address, ctypes.byref(info)) and info.fname:
             path = os.fsdecode(info.fname)
     return pathlib.Path(path).resolve()

@@ -2,9 +2,10 @@
 
 from __future__ import annotations
 
+import contextlib
 import ctypes
 import threading
-from collections.abc import Callable
+from collections.abc import Callable, Iterator
 from concurrent.futures import ThreadPoolExecutor
 from typing import SupportsIndex
 
@@ -22,36 +23,43 @@ class Cancel:
     """A flag that stops a render. Any thread may raise it; one flag may stand for many renders."""
 
     def __init__(self) -> None:
-        self._flag = ctypes.c_int32(0)
+        self._raised = False
+        self._flags: list[ctypes.c_int32] = []  # one for each render under way
 
     def set(self) -> None:
         """Stops the renders that were given this flag at their next stage, and those to come at once."""
-        self._flag.value = 1
+        self._raised = True
+        for flag in list(self._flags):
+            flag.value = 1
 
     def clear(self) -> None:
         """Lowers the flag, for renders to come."""
-        self._flag.value = 0
+        self._raised = False
 
     def is_set(self) -> bool:
-        return self._flag.value != 0
+        return self._raised
+
+    @contextlib.contextmanager
+    def _of_one_render(self) -> Iterator[ctypes.c_int32]:
+        flag = ctypes.c_int32(0)
+        self._flags.append(flag)  # before the look at _raised, which `set` writes before it looks here
+        if self._raised:
+            flag.value = 1
+        try:
+            yield flag
+        finally:
+            self._flags.remove(flag)
 
 
-def _interruptible(render: Callable[[], Picture], cancel: Cancel) -> Picture:
-    """Runs `render` so that Ctrl-C stops it. A call into C would hold the signal back to its end.
-
-    The flag, which may be the caller's own, is down again once that render has ended.
-    """
+def _interruptible(render: Callable[[], Picture], flag: ctypes.c_int32) -> Picture:
+    """Runs `render` so that Ctrl-C stops it. A call into C would hold the signal back to its end."""
     if threading.current_thread() is not threading.main_thread():
         return render()
     with ThreadPoolExecutor(1, "morva.render") as worker:
-        sheet = worker.submit(render)
         try:
-            return sheet.result()
-        except BaseException:
-            # KeyboardInterrupt, or what the host's own signal handler raises.
-            if not sheet.done() and not cancel.is_set():
-                cancel.set()
-                sheet.add_done_callback(lambda _: cancel.clear())
+            return worker.submit(render).result()
+        except BaseException:  # KeyboardInterrupt, or what the host's own signal handler raises
+            flag.value = 1
             raise
 
 
@@ -85,15 +93,16 @@ def render(array: npt.ArrayLike, *, film: str = "everyday_400", lens: str = "pla
     height, width = picture.shape[:2]
     names = required(film, "film"), required(lens, "lens"), name_in(paper, "paper")
     text = options_in(metered(framed(options, width, height), picture))
-    flag = ctypes.byref(cancel._flag)
 
     def run() -> Picture:
         made = MadePicture()
         with profiles_in_use:
-            call("morva_render_ex", samples_of(picture), width, height, text, *names, flag, made.record)
+            call("morva_render_ex", samples_of(picture), width, height, text, *names, ctypes.byref(flag),
+                 made.record)
         return made.array()
 
-    return _interruptible(run, cancel)
+    with cancel._of_one_render() as flag:
+        return _interruptible(run, flag)
 
 
 def resize(array: npt.ArrayLike, width: SupportsIndex, height: SupportsIndex) -> Picture:
