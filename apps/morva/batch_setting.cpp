@@ -1,6 +1,5 @@
 #include "batch_setting.h"
 
-#include <algorithm>
 #include <string>
 
 #include "byte_file.h"
@@ -15,15 +14,11 @@ namespace morva::host {
 namespace {
 
 constexpr PixelSize kTrial{6, 4};
-constexpr float kMidGrey = 0.18f;
 
-// Much of what the engine could refuse of a setting only a render finds.
-void try_out(const RenderSetting& setting, nlohmann::json options) {
+void require_renders(const RenderSetting& setting, nlohmann::json options) {
   frame_straightened(kTrial.width, kTrial.height, options);
   require_sheet_that_fits(sheet_size(setting, options, kTrial));
-  Picture grey = new_picture(kTrial.width, kTrial.height);
-  std::fill_n(grey.samples.get(), grey.row_samples() * std::size_t{kTrial.height}, kMidGrey);
-  render_sheet(grey, setting, options);
+  try_out(kTrial, setting, options);
 }
 
 }  // namespace
@@ -32,7 +27,7 @@ CheckedSetting tried_setting(const SettingChoice& choice) {
   CheckedSetting checked = gather_setting(choice);
   const bool scene_linear = false;  // of each picture; no mode is wrong for one kind alone
   metering_mode(checked.setting.source_exposure, checked.options, scene_linear);
-  try_out(checked.setting, checked.options);
+  require_renders(checked.setting, checked.options);
   return checked;
 }
 

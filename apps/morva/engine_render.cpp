@@ -2,6 +2,8 @@
 
 #include <morva.h>
 
+#include <algorithm>
+
 #include "cancel_signal.h"
 #include "host_error.h"
 
@@ -18,6 +20,14 @@ Picture render_sheet(const Picture& source, const RenderSetting& setting,
                       &sheet, &error),
       error);
   return take_picture(sheet);
+}
+
+void try_out(PixelSize size, const RenderSetting& setting, const nlohmann::json& options) {
+  constexpr float kMidGrey = 0.18f;
+  Picture grey = new_picture(size.width, size.height);
+  std::fill_n(grey.samples.get(), grey.row_samples() * static_cast<std::size_t>(size.height),
+              kMidGrey);
+  render_sheet(grey, setting, options);
 }
 
 }  // namespace morva::host

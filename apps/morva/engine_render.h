@@ -12,4 +12,7 @@ namespace morva::host {
 Picture render_sheet(const Picture& source, const RenderSetting& setting,
                      const nlohmann::json& options);
 
+// Renders mid grey of that size, to hear what the engine refuses: much of it only a render finds.
+void try_out(PixelSize size, const RenderSetting& setting, const nlohmann::json& options);
+
 }  // namespace morva::host

@@ -25,7 +25,6 @@ using OrderedJson = nlohmann::ordered_json;
 
 constexpr std::size_t kMostCells = 400;
 constexpr int kTrialPx = 32;
-constexpr float kMidGrey = 0.18f;
 
 struct PlannedCell {
   SettingChoice choice;
@@ -117,13 +116,9 @@ void measure(PlannedCell& cell, PixelSize source, int cell_px) {
   cell.picture = times(whole, scale_to(whole, cell_px));
 }
 
-// Much of what the engine could refuse of a setting only a render finds.
-void try_out(const PlannedCell& cell) {
+void try_cell(const PlannedCell& cell) {
   const PixelSize size = times(cell.reduced, scale_to(cell.picture, kTrialPx));
-  Picture grey = new_picture(size.width, size.height);
-  std::fill_n(grey.samples.get(), grey.row_samples() * static_cast<std::size_t>(size.height),
-              kMidGrey);
-  render_sheet(grey, cell.checked.setting, cell.checked.options);
+  try_out(size, cell.checked.setting, cell.checked.options);
 }
 
 void require_room_for(const std::vector<PlannedCell>& planned, std::size_t columns, int cell_px) {
@@ -204,7 +199,7 @@ void run(const SheetRequest& request) {
                   [&](PlannedCell& cell) { measure(cell, source.size(), request.cell_px); });
     require_room_for(planned, columns, request.cell_px);
     progress.step("checking " + std::to_string(planned.size()) + " settings");
-    for_each_cell(planned, try_out);
+    for_each_cell(planned, try_cell);
     const std::vector<Cell> cells = render_cells(planned, source, request.cell_px, progress);
     const Picture sheet = contact_sheet(cells, columns, request.cell_px);
     progress.step("writing " + request.output.file);
