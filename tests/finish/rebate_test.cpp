@@ -59,13 +59,13 @@ TEST(RebatePlan, MarginsAreThoseOfTheFormat) {
 }
 
 TEST(RebatePlan, NoCanvasWithoutAWidth) {
-  Rng rng = rng_of(1);
-  for (const double frame : {0.0, -1e30, 0.0008}) {
-    const RebateStyle style = style_of("none", frame);
-    EXPECT_FALSE(
-        lay_rebate(Image(40, 60, 3), plan_rebate_by_fraction(40, 60, style), style, rng).mask);
-  }
-  EXPECT_FALSE(lay_rebate(Image(1, 1, 3), roll(1, 1, "wide", 6), style_of("wide"), rng).mask);
+  const auto expect_none = [](const RebatePlan& plan, const RebateStyle& style) {
+    Rng rng = rng_of(1);
+    EXPECT_FALSE(lay_rebate(Image(plan.h, plan.w, 3, 0.5f), plan, style, rng).mask);
+  };
+  for (const double frame : {0.0, -1e30, 0.0008})
+    expect_none(plan_rebate_by_fraction(40, 60, style_of("none", frame)), style_of("none", frame));
+  expect_none(roll(1, 1, "wide", 6), style_of("wide"));
 }
 
 TEST(RebatePlan, RefusesWhatNoSheetHolds) {
@@ -96,34 +96,60 @@ TEST(GateMask, EdgesStayBetweenTheirLimits) {
       const EdgeLines lines = carrier_edges(plan, style.preset, style.rough, rng);
       for (int side = 0; side < 4; ++side)
         for (const float at : lines[side]) {
-          const int length = side < 2 ? plan.h : plan.w;
-          const double out = side % 2 == 0 ? margin - at : at - (length - 1 - margin);
+          const double outs[] = {margin - at, at - (plan.h - 1 - margin), margin - at,
+                                 at - (plan.w - 1 - margin)};
+          const double out = outs[side];
           ASSERT_GE(out, nearest - 1e-4) << name << rough;
           ASSERT_LE(out, 0.95 * margin + 1e-4) << name << rough;
         }
     }
 }
 
-// Straight edges, so that only softness is left: about a third of the sides are hard, by the draws
-// that follow those of the edges.
+// Straight edges, so that only softness is left: hard and soft sides, and both ends of its range.
 TEST(GateMask, SidesAreHardOrSoft) {
   RebatePreset preset = *style_of("wide").preset;
   preset.wander = preset.position_jitter = 0.0;
   const RebatePlan plan = plan_rebate_by_fraction(400, 600, style_of("none", 0.1));
-  int hard = 0;
-  for (int seed = 0; seed < 10; ++seed) {
-    Rng rng = rng_of(seed), own = rng;
-    const Image mask = gate_mask(plan, &preset, 1.0, rng);
-    own.skip(static_cast<std::uint64_t>(2 + 4 * 3 + 4 * (plan.w + plan.h)));
-    // A pixel inside an edge that lies 27 px in.
-    for (const float at : {mask.at(28, 360), mask.at(plan.h - 29, 360), mask.at(260, 28),
-                           mask.at(260, plan.w - 29)}) {
-      const bool is_hard = own.uniform() < 0.32;
-      hard += is_hard;
-      EXPECT_TRUE(is_hard ? at > 0.83f : at < 0.8f) << at;
+  int hard = 0, soft = 0, softest = 0;
+  for (const double rough : {0.5, 1.0, 3.0})
+    for (int seed = 0; seed < 5; ++seed) {
+      Rng rng = rng_of(seed), own = rng;
+      const Image mask = gate_mask(plan, &preset, rough, rng);
+      own.skip(static_cast<std::uint64_t>(2 + 4 * 3 + 4 * (plan.w + plan.h)));
+      for (int side = 0; side < 4; ++side) {
+        const double u = own.uniform();
+        double a = u < 0.32 ? std::pow(u / 0.32, 2) * 0.3 : (u - 0.32) / 0.68 * 0.75 + 0.6;
+        (u < 0.32 ? hard : soft) += 1;
+        a = std::clamp((a - 1.0) * 0.9 * rough + 1.0, 0.0, 1.6);
+        softest += a == 1.6;
+        const double floor = 1.0 - a * 0.45, ramp = std::max(1.0, (0.65 * a + 0.35) * 9.0);
+        for (const int in : {1, 4, 12}) {  // the edge lies 33 px outside the picture, 27 px in
+          const int at = 27 + in;
+          const double values[] = {mask.at(at, 360), mask.at(plan.h - 1 - at, 360),
+                                   mask.at(260, at), mask.at(260, plan.w - 1 - at)};
+          const double wanted = (1.0 - floor) * std::min(in / ramp, 1.0) + floor;
+          ASSERT_NEAR(values[side], floor < 0.999 ? wanted : 1.0, 1e-4) << rough << " " << u;
+        }
+      }
     }
-  }
-  EXPECT_TRUE(hard > 5 && hard < 22) << hard;
+  EXPECT_TRUE(hard > 8 && soft > 20 && softest > 2);
+}
+
+TEST(GateMask, CornersAreArcs) {
+  RebatePreset preset = *style_of("wide").preset;
+  preset.edge_floor = 1.0;
+  const RebatePlan plan = plan_rebate_by_fraction(400, 600, style_of("none", 0.1));
+  Rng rng = rng_of(1);
+  const Image mask = gate_mask(plan, &preset, 0.0, rng);
+  const double radius = 60 * 0.62, centre = 27 + radius;
+  for (int y = 20; y < 80; ++y)
+    for (int x = 20; x < 80; ++x) {
+      double inside = std::min(y, x) - 27;
+      if (y < centre && x < centre)
+        inside = std::min(inside, radius - std::hypot(y - centre, x - centre));
+      ASSERT_NEAR(double{mask.at(y, x)}, std::clamp(inside + 0.5, 0.0, 1.0), 1e-4) << y << " " << x;
+      ASSERT_NEAR(mask.at(y, x), mask.at(plan.h - 1 - y, plan.w - 1 - x), 1e-4f);
+    }
 }
 
 // A fade takes some twenty pixels here; a jump would show as a notch in the side.
@@ -210,6 +236,26 @@ TEST(NotchCode, IsCutIntoTheLoadingSide) {
     EXPECT_NEAR(last, 50 + 24 + 18 + 20 + 24 + 30, 1.5);
     EXPECT_NEAR(deepest, 16, 1.5);
   }
+}
+
+TEST(Rebate, ThePictureLiesInTheDarkAndChanceMovesTheCarrierAlone) {
+  const RebateStyle style = style_of("wide");
+  const RebatePlan plan = plan_rebate_by_format(950, 1200, "120", style, 15.0, 9.0, 1.0);
+  const auto lay = [&](int seed) {
+    Rng rng = rng_of(seed);
+    return lay_rebate(Image(950, 1200, 3, 0.7f), plan, style, rng);
+  };
+  const Rebate once = lay(1);
+  EXPECT_EQ(once.work.data, lay(2).work.data);
+  EXPECT_NE(once.mask->data, lay(2).mask->data);
+  const auto [top, bottom, left, right] = plan.margins;
+  EXPECT_EQ(once.work.h, 950 + top + bottom);
+  for (int y = 0; y < once.work.h; ++y)
+    for (int x = 0; x < once.work.w; ++x) {
+      const bool in_picture = y >= top && y < top + 950 && x >= left && x < left + 1200;
+      ASSERT_TRUE(in_picture ? once.mask->at(y, x) > 0.99f : once.work.at(y, x) == 0.0f);
+    }
+  EXPECT_EQ(once.work.at(top + 400, left + 600, 2), 0.7f);
 }
 
 }  // namespace
